@@ -1,0 +1,35 @@
+# Compiler settings shared by every target of the project.
+add_library(halvoren_options INTERFACE)
+target_compile_options(halvoren_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
+target_include_directories(halvoren_options INTERFACE "${PROJECT_SOURCE_DIR}/src")
+
+if(HALVOREN_SANITIZE AND HALVOREN_TSAN)
+  message(FATAL_ERROR "HALVOREN_SANITIZE and HALVOREN_TSAN cannot be combined")
+endif()
+
+if(HALVOREN_SANITIZE)
+  set(_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(halvoren_options INTERFACE ${_san})
+  target_link_options(halvoren_options INTERFACE ${_san})
+endif()
+
+if(HALVOREN_TSAN)
+  set(_san -fsanitize=thread -fno-omit-frame-pointer)
+  target_compile_options(halvoren_options INTERFACE ${_san})
+  target_link_options(halvoren_options INTERFACE ${_san})
+endif()
+
+# Adds a library of one layer whose sources are every .cpp under DIR.
+function(halvoren_layer name dir)
+  file(GLOB_RECURSE _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
+  add_library(${name} STATIC ${_srcs})
+  target_link_libraries(${name} PUBLIC halvoren_options)
+endfunction()
+
+# Adds one GoogleTest executable made of every .cpp under DIR and registers its cases with CTest.
+function(halvoren_test_suite name dir)
+  file(GLOB_RECURSE _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
+  add_executable(${name} ${_srcs})
+  target_link_libraries(${name} PRIVATE halvoren_options GTest::gmock GTest::gtest_main ${ARGN})
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()

@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# Installs the Debian packages Halvoren needs to build, test and run.
+# Idempotent and non-interactive: packages already present are left alone,
+# and the package lists are refreshed at most once per run.
+set -euo pipefail
+
+packages=(
+  build-essential
+  cmake
+  ninja-build
+  pkg-config
+  qt6-base-dev
+  qcoro-qt6-dev
+  nlohmann-json3-dev
+  libgtest-dev
+  libgmock-dev
+  libbenchmark-dev
+  clang-format
+  clang-tidy
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "setup: all ${#packages[@]} packages already installed"
+  exit 0
+fi
+
+sudo_cmd=()
+if [ "$(id -u)" -ne 0 ]; then
+  sudo_cmd=(sudo)
+fi
+
+export DEBIAN_FRONTEND=noninteractive
+echo "setup: installing ${missing[*]}"
+"${sudo_cmd[@]}" apt-get update -q
+"${sudo_cmd[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"

@@ -1,0 +1,43 @@
+#include "core/double_text.h"
+
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+namespace halvoren {
+
+std::string doubleText(double value) {
+    if (std::isnan(value)) {
+        return "nan";
+    }
+    if (std::isinf(value)) {
+        return value < 0 ? "-inf" : "inf";
+    }
+    const double magnitude = std::fabs(value);
+    constexpr double positionalLimit = 9007199254740992.0; // 2^53
+    const bool positional = magnitude == 0.0 || (magnitude >= 1e-4 && magnitude < positionalLimit);
+
+    std::array<char, 64> buffer{};
+    const auto format = positional ? std::chars_format::fixed : std::chars_format::scientific;
+    const auto [end, ec] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, format);
+    if (ec != std::errc{}) {
+        return "nan"; // cannot happen with a 64-byte buffer
+    }
+    std::string text(buffer.data(), end);
+
+    if (positional) {
+        if (text.find('.') == std::string::npos) {
+            text += ".0";
+        }
+        return text;
+    }
+    // to_chars writes "1e+19" and "1.5e-7"; the exponent shows at least two digits.
+    const auto e = text.find('e');
+    if (e != std::string::npos && text.size() - e == 3) {
+        return text.substr(0, e + 2) + '0' + text.back();
+    }
+    return text;
+}
+
+} // namespace halvoren

@@ -1,0 +1,91 @@
+#include "core/json_support.h"
+
+#include <cmath>
+#include <limits>
+
+namespace halvoren::json {
+namespace {
+
+[[noreturn]] void wrongType(std::string_view key, std::string_view expected) {
+    throw DecodeError("\"" + std::string(key) + "\" is not " + std::string(expected));
+}
+
+} // namespace
+
+const nlohmann::json& requireKey(const nlohmann::json& object, std::string_view key) {
+    if (!object.is_object()) {
+        throw DecodeError("expected an object holding \"" + std::string(key) + "\"");
+    }
+    const auto it = object.find(key);
+    if (it == object.end()) {
+        throw DecodeError("missing key \"" + std::string(key) + "\"");
+    }
+    return *it;
+}
+
+const nlohmann::json& requireObject(const nlohmann::json& value, std::string_view what) {
+    if (!value.is_object()) {
+        wrongType(what, "an object");
+    }
+    return value;
+}
+
+double asDouble(const nlohmann::json& value, std::string_view key) {
+    if (!value.is_number()) {
+        wrongType(key, "a number");
+    }
+    return value.get<double>();
+}
+
+std::int64_t asInt(const nlohmann::json& value, std::string_view key) {
+    if (value.is_number_integer() && !value.is_number_unsigned()) {
+        return value.get<std::int64_t>();
+    }
+    if (value.is_number_unsigned()) {
+        const auto u = value.get<std::uint64_t>();
+        if (u > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) {
+            wrongType(key, "an integer in range");
+        }
+        return static_cast<std::int64_t>(u);
+    }
+    if (value.is_number_float()) {
+        // A whole number written with a fraction (5.0) is still an integer; 5.5 is not.
+        const double d = value.get<double>();
+        if (std::isfinite(d) && std::trunc(d) == d && d >= -9.2233720368547758e18 &&
+            d < 9.2233720368547758e18) {
+            return static_cast<std::int64_t>(d);
+        }
+    }
+    wrongType(key, "an integer");
+}
+
+bool asBool(const nlohmann::json& value, std::string_view key) {
+    if (!value.is_boolean()) {
+        wrongType(key, "a boolean");
+    }
+    return value.get<bool>();
+}
+
+std::string asString(const nlohmann::json& value, std::string_view key) {
+    if (!value.is_string()) {
+        wrongType(key, "a string");
+    }
+    return value.get<std::string>();
+}
+
+nlohmann::json finite(double value) {
+    if (!std::isfinite(value)) {
+        throw EncodeError("cannot encode a non-finite number");
+    }
+    return value;
+}
+
+nlohmann::json parse(std::string_view text) {
+    auto result = nlohmann::json::parse(text, nullptr, false);
+    if (result.is_discarded()) {
+        throw DecodeError("malformed JSON");
+    }
+    return result;
+}
+
+} // namespace halvoren::json
