@@ -19,9 +19,16 @@ if(HALVOREN_TSAN)
   target_link_options(halvoren_options INTERFACE ${_san})
 endif()
 
-# Adds a library of one layer whose sources are every .cpp under DIR.
+# Adds a library of one layer whose sources are every .cpp under DIR. Code under a
+# macos/ folder is built only on Apple platforms, code under linux/ only on Linux.
 function(halvoren_layer name dir)
   file(GLOB_RECURSE _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
+  if(NOT APPLE)
+    list(FILTER _srcs EXCLUDE REGEX "/macos/")
+  endif()
+  if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    list(FILTER _srcs EXCLUDE REGEX "/linux/")
+  endif()
   add_library(${name} STATIC ${_srcs})
   target_link_libraries(${name} PUBLIC halvoren_options)
 endfunction()
