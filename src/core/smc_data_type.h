@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace halvoren {
 
@@ -18,11 +19,14 @@ public:
     static constexpr std::uint32_t ui32Code = 0x75693332; // "ui32"
     static constexpr std::uint32_t flagCode = 0x666C6167; // "flag"
 
-    constexpr SMCDataType(Kind kind) : kind_(kind), code_(codeOf(kind)) {} // NOLINT(google-explicit-constructor)
+    constexpr SMCDataType(Kind kind)
+        : kind_(kind)
+        , code_(codeOf(kind)) {} // NOLINT(google-explicit-constructor)
 
     // Compares against the seven known codes in declaration order; no match gives `other`.
     static constexpr SMCDataType fromRawType(std::uint32_t rawType) {
-        for (const Kind k : {Kind::fpe2, Kind::sp78, Kind::flt, Kind::ui8, Kind::ui16, Kind::ui32, Kind::flag}) {
+        for (const Kind k :
+             {Kind::fpe2, Kind::sp78, Kind::flt, Kind::ui8, Kind::ui16, Kind::ui32, Kind::flag}) {
             if (codeOf(k) == rawType) {
                 return SMCDataType{k};
             }
@@ -34,12 +38,32 @@ public:
     constexpr Kind kind() const { return kind_; }
     // The wire code: the named type's code, or the kept raw code of `other`.
     constexpr std::uint32_t code() const { return code_; }
+    // Bytes in one value of a named type; `other` has no known width.
+    constexpr std::optional<int> byteCount() const {
+        switch (kind_) {
+        case Kind::ui8:
+        case Kind::flag:
+            return 1;
+        case Kind::fpe2:
+        case Kind::sp78:
+        case Kind::ui16:
+            return 2;
+        case Kind::flt:
+        case Kind::ui32:
+            return 4;
+        case Kind::other:
+            return std::nullopt;
+        }
+        return std::nullopt;
+    }
 
     // Same named case, or both `other` with the same code.
     friend constexpr bool operator==(const SMCDataType&, const SMCDataType&) = default;
 
 private:
-    constexpr SMCDataType(Kind kind, std::uint32_t code) : kind_(kind), code_(code) {}
+    constexpr SMCDataType(Kind kind, std::uint32_t code)
+        : kind_(kind)
+        , code_(code) {}
 
     static constexpr std::uint32_t codeOf(Kind kind) {
         switch (kind) {

@@ -1,0 +1,171 @@
+#include "core/four_cc.h"
+#include "core/smc_codec_error.h"
+#include "core/smc_data_codec.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Kind = SMCDataType::Kind;
+using SMCDataCodec::decode;
+using SMCDataCodec::encode;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+
+// The error a call throws, as its description, or "none".
+template <class F>
+std::string thrown(F&& call) {
+    try {
+        call();
+    } catch (const SMCCodecError& error) {
+        return error.description();
+    }
+    return "none";
+}
+
+std::string decodeError(const Bytes& bytes, SMCDataType type) {
+    return thrown([&] { decode(bytes, type); });
+}
+
+std::string encodeError(double value, SMCDataType type) {
+    return thrown([&] { encode(value, type); });
+}
+
+TEST(SMCDataCodec, DecodesEachTypeWithItsByteOrder) {
+    EXPECT_EQ(decode(Bytes{0x0F, 0xA0}, Kind::fpe2), 1000.0);
+    EXPECT_EQ(decode(Bytes{0x00, 0x01}, Kind::fpe2), 0.25);
+    EXPECT_EQ(decode(Bytes{0x80, 0x00}, Kind::sp78), -128.0);
+    EXPECT_EQ(decode(Bytes{0x7F, 0xFF}, Kind::sp78), 127.99609375);
+    EXPECT_EQ(decode(Bytes{0xFF, 0x80}, Kind::sp78), -0.5);
+    EXPECT_EQ(decode(Bytes{0x00, 0x00, 0x80, 0x3F}, Kind::flt), 1.0);
+    EXPECT_EQ(decode(Bytes{0x00, 0x00, 0xFA, 0x44}, Kind::flt), 2000.0);
+    EXPECT_EQ(decode(Bytes{0xFE}, Kind::ui8), 254.0);
+    EXPECT_EQ(decode(Bytes{1, 2, 3}, Kind::ui16), 258.0);
+    EXPECT_EQ(decode(Bytes{0xFF, 0xFF, 0xFF, 0xFE}, Kind::ui32), 4294967294.0);
+    EXPECT_EQ(decode(Bytes{0x02}, Kind::flag), 1.0);
+    EXPECT_EQ(decode(Bytes{0x00, 0x01}, Kind::flag), 0.0);
+    // Trailing bytes are ignored.
+    EXPECT_EQ(decode(Bytes{0x00, 0x00, 0x80, 0x3F, 0x7F}, Kind::flt), 1.0);
+}
+
+TEST(SMCDataCodec, DecodeRejectsShortInputUnsupportedTypesAndNonFiniteSingles) {
+    EXPECT_EQ(decodeError({}, Kind::ui8), "sizeMismatch(expected: 1, got: 0)");
+    EXPECT_EQ(decodeError({}, Kind::flag), "sizeMismatch(expected: 1, got: 0)");
+    EXPECT_EQ(decodeError({0x0F}, Kind::fpe2), "sizeMismatch(expected: 2, got: 1)");
+    EXPECT_EQ(decodeError({0x0F}, Kind::sp78), "sizeMismatch(expected: 2, got: 1)");
+    EXPECT_EQ(decodeError({0x0F}, Kind::ui16), "sizeMismatch(expected: 2, got: 1)");
+    EXPECT_EQ(decodeError({0, 0, 0x80}, Kind::flt), "sizeMismatch(expected: 4, got: 3)");
+    EXPECT_EQ(decodeError({1, 2, 3}, Kind::ui32), "sizeMismatch(expected: 4, got: 3)");
+
+    // `other` fails before the length is looked at, naming its code as text.
+    EXPECT_EQ(decodeError({}, SMCDataType::fromRawType(FourCC::code("hex_"))), "unsupportedType(\"hex_\")");
+    EXPECT_EQ(decodeError({1, 2, 3, 4}, SMCDataType::other(0xFF000061)),
+              "unsupportedType(\"\xEF\xBF\xBD\\0\\0a\")");
+
+    EXPECT_EQ(decodeError({0x00, 0x00, 0x80, 0x7F}, Kind::flt), "valueOutOfRange(inf)");
+    EXPECT_EQ(decodeError({0x00, 0x00, 0x80, 0xFF}, Kind::flt), "valueOutOfRange(-inf)");
+    EXPECT_EQ(decodeError({0x00, 0x00, 0xC0, 0x7F}, Kind::flt), "valueOutOfRange(nan)");
+}
+
+TEST(SMCDataCodec, EncodesEachTypeWithItsByteOrder) {
+    EXPECT_EQ(encode(2000, Kind::fpe2), (Bytes{0x1F, 0x40}));
+    EXPECT_EQ(encode(2000, Kind::flt), (Bytes{0x00, 0x00, 0xFA, 0x44}));
+    EXPECT_EQ(encode(16383.75, Kind::fpe2), (Bytes{0xFF, 0xFF}));
+    EXPECT_EQ(encode(127.99609375, Kind::sp78), (Bytes{0x7F, 0xFF}));
+    EXPECT_EQ(encode(-128, Kind::sp78), (Bytes{0x80, 0x00}));
+    EXPECT_EQ(encode(-0.5, Kind::sp78), (Bytes{0xFF, 0x80}));
+    EXPECT_EQ(encode(258, Kind::ui16), (Bytes{0x01, 0x02}));
+    EXPECT_EQ(encode(16909060, Kind::ui32), (Bytes{0x01, 0x02, 0x03, 0x04}));
+    EXPECT_EQ(encode(-0.0, Kind::flag), (Bytes{0}));
+    EXPECT_EQ(encode(0.001, Kind::flag), (Bytes{1}));
+    EXPECT_EQ(encode(-7, Kind::flag), (Bytes{1}));
+}
+
+TEST(SMCDataCodec, EncodeRoundsHalvesAwayFromZeroAndTestsRangesWhereDue) {
+    EXPECT_EQ(encode(0.5, Kind::ui8), (Bytes{1}));
+    EXPECT_EQ(encode(2.5, Kind::ui8), (Bytes{3}));
+    EXPECT_EQ(encode(0.125, Kind::fpe2), (Bytes{0x00, 0x01}));        // raw 0.5 rounds up
+    EXPECT_EQ(encode(-0.001953125, Kind::sp78), (Bytes{0xFF, 0xFF})); // raw -0.5 rounds down
+
+    // Integers are tested after rounding, fixed point before.
+    EXPECT_EQ(encode(-0.4, Kind::ui8), (Bytes{0}));
+    EXPECT_EQ(encodeError(-0.5, Kind::ui8), "valueOutOfRange(-0.5)");
+    EXPECT_EQ(encodeError(-0.4, Kind::fpe2), "valueOutOfRange(-0.4)");
+    EXPECT_EQ(encode(255.4, Kind::ui8), (Bytes{255}));
+    EXPECT_EQ(encodeError(255.5, Kind::ui8), "valueOutOfRange(255.5)");
+    EXPECT_EQ(encode(65535.4, Kind::ui16), (Bytes{0xFF, 0xFF}));
+    EXPECT_EQ(encodeError(65535.5, Kind::ui16), "valueOutOfRange(65535.5)");
+    EXPECT_EQ(encode(4294967295.4, Kind::ui32), (Bytes{0xFF, 0xFF, 0xFF, 0xFF}));
+    EXPECT_EQ(encodeError(4294967295.5, Kind::ui32), "valueOutOfRange(4294967295.5)");
+    EXPECT_EQ(encodeError(16383.76, Kind::fpe2), "valueOutOfRange(16383.76)");
+    EXPECT_EQ(encodeError(127.997, Kind::sp78), "valueOutOfRange(127.997)");
+    EXPECT_EQ(encodeError(-128.001, Kind::sp78), "valueOutOfRange(-128.001)");
+
+    // Single precision: past FLT_MAX by less than half a step still rounds to FLT_MAX.
+    constexpr float largest = std::numeric_limits<float>::max();
+    EXPECT_EQ(decode(encode(0x1.fffffefp127, Kind::flt), Kind::flt), largest);
+    EXPECT_EQ(decode(encode(-0x1.fffffefp127, Kind::flt), Kind::flt), -largest);
+    EXPECT_EQ(encodeError(0x1.ffffffp127, Kind::flt), "valueOutOfRange(3.4028235677973366e+38)");
+    EXPECT_EQ(encodeError(1.0e39, Kind::flt), "valueOutOfRange(1e+39)");
+    EXPECT_EQ(encodeError(-1.0e39, Kind::flt), "valueOutOfRange(-1e+39)");
+}
+
+TEST(SMCDataCodec, EncodeRejectsNonFiniteValuesBeforeLookingAtTheType) {
+    EXPECT_EQ(encodeError(nan, SMCDataType::other(0x68657820)), "valueOutOfRange(nan)");
+    EXPECT_EQ(encodeError(inf, Kind::flag), "valueOutOfRange(inf)");
+    EXPECT_EQ(encodeError(-inf, Kind::flt), "valueOutOfRange(-inf)");
+    EXPECT_EQ(encodeError(1, SMCDataType::other(0x68657820)), "unsupportedType(\"hex \")");
+}
+
+TEST(SMCDataCodec, BoundaryValuesSurviveARoundTrip) {
+    const std::vector<std::pair<SMCDataType, std::vector<double>>> cases = {
+        {Kind::fpe2, {0, 0.25, 1000, 16383.5, 16383.75}},
+        {Kind::sp78, {-128, -127.99609375, -0.00390625, 0, 0.5, 127.99609375}},
+        {Kind::flt,
+         {0, -0.0, 0.1f, std::numeric_limits<float>::max(), -std::numeric_limits<float>::max(),
+          std::numeric_limits<float>::denorm_min(), std::numeric_limits<float>::lowest()}},
+        {Kind::ui8, {0, 1, 254, 255}},
+        {Kind::ui16, {0, 255, 256, 65535}},
+        {Kind::ui32, {0, 65536, 4294967295.0}},
+        {Kind::flag, {0, 1}},
+    };
+    for (const auto& [type, values] : cases) {
+        for (const double value : values) {
+            const auto bytes = encode(value, type);
+            EXPECT_EQ(bytes.size(), static_cast<std::size_t>(*type.byteCount())) << value;
+            EXPECT_EQ(decode(bytes, type), value) << FourCC::string(type.code()) << " " << value;
+        }
+    }
+}
+
+TEST(SMCCodecError, ComparesByCaseAndPayloadAndReadsAsItsCase) {
+    EXPECT_EQ(SMCCodecError::sizeMismatch(2, 1), SMCCodecError::sizeMismatch(2, 1));
+    EXPECT_NE(SMCCodecError::sizeMismatch(2, 1), SMCCodecError::sizeMismatch(2, 0));
+    EXPECT_NE(SMCCodecError::sizeMismatch(2, 1), SMCCodecError::sizeMismatch(4, 1));
+    EXPECT_NE(SMCCodecError::unsupportedType("abcd"), SMCCodecError::unsupportedType("abce"));
+    EXPECT_EQ(SMCCodecError::valueOutOfRange(-0.4), SMCCodecError::valueOutOfRange(-0.4));
+    EXPECT_NE(SMCCodecError::valueOutOfRange(nan), SMCCodecError::valueOutOfRange(nan));
+    EXPECT_NE(SMCCodecError::sizeMismatch(0, 0), SMCCodecError::valueOutOfRange(0));
+    EXPECT_NE(SMCCodecError::unsupportedType(""), SMCCodecError::valueOutOfRange(0));
+
+    const auto error = SMCCodecError::unsupportedType(std::string("a\"\\'\t\n\r\x01\x7F", 9));
+    EXPECT_EQ(error.kind(), SMCCodecError::Kind::unsupportedType);
+    EXPECT_EQ(error.description(), R"(unsupportedType("a\"\\\'\t\n\r\u{01}\u{7F}"))");
+    EXPECT_EQ(SMCCodecError::valueOutOfRange(1e39).description(), "valueOutOfRange(1e+39)");
+    EXPECT_EQ(SMCCodecError::valueOutOfRange(2000).description(), "valueOutOfRange(2000.0)");
+
+    try {
+        decode(Bytes{}, Kind::ui32);
+        ADD_FAILURE() << "decode of no bytes succeeded";
+    } catch (const std::exception& e) {
+        EXPECT_STREQ(e.what(), "sizeMismatch(expected: 4, got: 0)");
+    }
+}
+
+} // namespace
+} // namespace halvoren
