@@ -1,0 +1,133 @@
+#include "smc/unix_socket.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace halvoren::UnixSocket {
+namespace {
+
+#ifdef MSG_NOSIGNAL
+constexpr int sendFlags = MSG_NOSIGNAL;
+#else
+constexpr int sendFlags = 0;
+#endif
+
+bool setFlags(int fd) {
+    const int status = ::fcntl(fd, F_GETFL);
+    if (status < 0 || ::fcntl(fd, F_SETFL, status | O_NONBLOCK) < 0) {
+        return false;
+    }
+    const int descriptor = ::fcntl(fd, F_GETFD);
+    if (descriptor < 0 || ::fcntl(fd, F_SETFD, descriptor | FD_CLOEXEC) < 0) {
+        return false;
+    }
+#ifdef SO_NOSIGPIPE
+    const int on = 1;
+    if (::setsockopt(fd, SOL_SOCKET, SO_NOSIGPIPE, &on, sizeof on) < 0) {
+        return false;
+    }
+#endif
+    return true;
+}
+
+// Waits until `fd` is ready for `events` or the deadline passes. 0 when ready (or hung
+// up, which the following transfer reports), else an errno value.
+int waitFor(int fd, short events, Deadline deadline) {
+    for (;;) {
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) {
+            return ETIMEDOUT;
+        }
+        pollfd entry{fd, events, 0};
+        const int ready = ::poll(&entry, 1, static_cast<int>(left.count()));
+        if (ready > 0) {
+            return 0;
+        }
+        if (ready < 0 && errno != EINTR) {
+            return errno;
+        }
+    }
+}
+
+} // namespace
+
+void FileDescriptor::reset(int fd) {
+    if (fd_ >= 0) {
+        ::close(fd_);
+    }
+    fd_ = fd;
+}
+
+bool makeAddress(const std::string& path, sockaddr_un& address) {
+    std::memset(&address, 0, sizeof address);
+    address.sun_family = AF_UNIX;
+    if (path.empty() || path.size() >= sizeof address.sun_path) {
+        return false;
+    }
+    std::memcpy(address.sun_path, path.data(), path.size());
+    return true;
+}
+
+FileDescriptor streamSocket() {
+    FileDescriptor fd{::socket(AF_UNIX, SOCK_STREAM, 0)};
+    if (fd.valid() && !setFlags(fd.get())) {
+        const int error = errno;
+        fd.reset();
+        errno = error;
+    }
+    return fd;
+}
+
+bool prepareAccepted(int fd) {
+    return setFlags(fd);
+}
+
+long sendNoSignal(int fd, const void* data, std::size_t size) {
+    return ::send(fd, data, size, sendFlags);
+}
+
+int sendAll(int fd, const std::uint8_t* data, std::size_t size, Deadline deadline) {
+    std::size_t done = 0;
+    while (done < size) {
+        const long n = sendNoSignal(fd, data + done, size - done);
+        if (n > 0) {
+            done += static_cast<std::size_t>(n);
+        } else if (n < 0 && errno == EINTR) {
+            continue;
+        } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+            if (const int error = waitFor(fd, POLLOUT, deadline)) {
+                return error;
+            }
+        } else {
+            return n < 0 ? errno : EPIPE;
+        }
+    }
+    return 0;
+}
+
+int receiveAll(int fd, std::uint8_t* data, std::size_t size, Deadline deadline) {
+    std::size_t done = 0;
+    while (done < size) {
+        const long n = ::recv(fd, data + done, size - done, 0);
+        if (n > 0) {
+            done += static_cast<std::size_t>(n);
+        } else if (n == 0) {
+            return ECONNRESET;
+        } else if (errno == EINTR) {
+            continue;
+        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
+            if (const int error = waitFor(fd, POLLIN, deadline)) {
+                return error;
+            }
+        } else {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+} // namespace halvoren::UnixSocket

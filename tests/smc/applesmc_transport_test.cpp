@@ -1,0 +1,191 @@
+// The applesmc transport builds only on Linux.
+#if defined(__linux__)
+
+#include "core/four_cc.h"
+#include "core/smc_data_codec.h"
+#include "smc/linux/applesmc_transport.h"
+#include "smc/smc_error.h"
+#include "temp_directory.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+namespace halvoren {
+namespace {
+
+using testing::writeFile;
+
+SMCParamStruct command(SMCCommand c, const std::string& key = "", std::uint32_t index = 0) {
+    SMCParamStruct input;
+    input.data8 = static_cast<std::uint8_t>(c);
+    input.key = key.empty() ? 0 : FourCC::code(key);
+    input.data32 = index;
+    return input;
+}
+
+// Key information as (type text, size); the result must be success.
+std::pair<std::string, std::uint32_t> info(SMCTransport& t, const std::string& key) {
+    const SMCParamStruct out = t.call(command(SMCCommand::keyInformation, key));
+    EXPECT_EQ(out.result, SMCResult::success) << key;
+    return {FourCC::string(out.keyInfo.dataType), out.keyInfo.dataSize};
+}
+
+// The value of a key, decoded with its type, as a reader above the transport would.
+double value(SMCTransport& t, const std::string& key) {
+    const SMCParamStruct keyInfo = t.call(command(SMCCommand::keyInformation, key));
+    SMCParamStruct input = command(SMCCommand::readValue, key);
+    input.keyInfo.dataSize = keyInfo.keyInfo.dataSize;
+    const SMCParamStruct out = t.call(input);
+    EXPECT_EQ(out.result, SMCResult::success) << key;
+    return SMCDataCodec::decode(out.valueBytes(keyInfo.keyInfo.dataSize),
+                                SMCDataType::fromRawType(keyInfo.keyInfo.dataType));
+}
+
+std::uint8_t readResult(SMCTransport& t, const std::string& key) {
+    return t.call(command(SMCCommand::readValue, key)).result;
+}
+
+class AppleSMCTree : public ::testing::Test {
+protected:
+    void SetUp() override {
+        // A decoy with fan and key-like temperature attributes that must not be read.
+        writeFile(root / "hwmon0/name", "coretemp");
+        writeFile(root / "hwmon0/temp1_label", "TX0P");
+        writeFile(root / "hwmon0/temp1_input", "99000");
+        writeFile(root / "hwmon0/fan1_input", "9999");
+
+        writeFile(smc / "name", "applesmc");
+        const std::pair<const char*, const char*> fans[] = {
+            {"fan1_input", "1203"}, {"fan1_min", "1000"}, {"fan1_max", "6200"}, {"fan1_output", "1300"},
+            {"fan1_manual", "0"},   {"fan2_input", "0"},  {"fan2_min", "1200"}, {"fan2_max", "5800"},
+            {"fan2_output", "0"},   {"fan2_manual", "1"},
+        };
+        for (const auto& [file, text] : fans) {
+            writeFile(smc / file, text);
+        }
+        writeFile(smc / "temp1_label", "TC0P");
+        writeFile(smc / "temp1_input", "45250");
+        writeFile(smc / "temp2_label", "TB0T");
+        writeFile(smc / "temp2_input", "-2500");
+        writeFile(smc / "temp3_label", "Not a key"); // cannot be addressed: left out
+        writeFile(smc / "temp3_input", "40000");
+        writeFile(smc / "temp4_label", "TC0P"); // a repeated key keeps its first file
+        writeFile(smc / "temp4_input", "80000");
+        writeFile(smc / "temp10_label", "Ts0S");
+        writeFile(smc / "temp10_input", "30750");
+    }
+
+    testing::TempDirectory root;
+    std::filesystem::path smc = root / "hwmon3";
+};
+
+TEST_F(AppleSMCTree, ListsCountsFansThenTemperatureLabels) {
+    AppleSMCTransport t(root.path());
+    const std::vector<std::string> expected{"#KEY", "FNum", "F0Ac", "F0Mn", "F0Mx", "F0Tg", "F0Md", "F1Ac",
+                                            "F1Mn", "F1Mx", "F1Tg", "F1Md", "TC0P", "TB0T", "Ts0S"};
+    EXPECT_EQ(t.keys(), expected);
+    for (std::uint32_t i = 0; i < expected.size(); ++i) {
+        const SMCParamStruct out = t.call(command(SMCCommand::keyByIndex, "", i));
+        EXPECT_EQ(out.result, SMCResult::success);
+        EXPECT_EQ(FourCC::string(out.key), expected[i]);
+    }
+    EXPECT_EQ(t.call(command(SMCCommand::keyByIndex, "", 15)).result, SMCResult::keyNotFound);
+    EXPECT_EQ(t.call(command(SMCCommand::keyByIndex, "", 0xFFFFFFFF)).result, SMCResult::keyNotFound);
+
+    EXPECT_EQ(info(t, "#KEY"), std::make_pair(std::string("ui32"), 4u));
+    EXPECT_EQ(info(t, "FNum"), std::make_pair(std::string("ui8 "), 1u));
+    EXPECT_EQ(info(t, "F1Ac"), std::make_pair(std::string("fpe2"), 2u));
+    EXPECT_EQ(info(t, "F0Tg"), std::make_pair(std::string("fpe2"), 2u));
+    EXPECT_EQ(info(t, "F1Md"), std::make_pair(std::string("ui8 "), 1u));
+    EXPECT_EQ(info(t, "Ts0S"), std::make_pair(std::string("sp78"), 2u));
+    EXPECT_EQ(value(t, "#KEY"), 15.0);
+    EXPECT_EQ(value(t, "FNum"), 2.0);
+
+    for (const char* absent : {"TX0P", "F2Ac", "T3  "}) {
+        EXPECT_EQ(t.call(command(SMCCommand::keyInformation, absent)).result, SMCResult::keyNotFound)
+            << absent;
+        EXPECT_EQ(readResult(t, absent), SMCResult::keyNotFound) << absent;
+    }
+}
+
+TEST_F(AppleSMCTree, ReadsCurrentAttributeValues) {
+    AppleSMCTransport t(root.path());
+    EXPECT_EQ(value(t, "TC0P"), 45.25);
+    EXPECT_EQ(value(t, "TB0T"), -2.5);
+    EXPECT_EQ(value(t, "Ts0S"), 30.75);
+    EXPECT_EQ(value(t, "F0Ac"), 1203.0);
+    EXPECT_EQ(value(t, "F0Mn"), 1000.0);
+    EXPECT_EQ(value(t, "F0Mx"), 6200.0);
+    EXPECT_EQ(value(t, "F0Tg"), 1300.0);
+    EXPECT_EQ(value(t, "F0Md"), 0.0);
+    EXPECT_EQ(value(t, "F1Ac"), 0.0);
+    EXPECT_EQ(value(t, "F1Md"), 1.0);
+    // The raw image: sp78 45.25 is 0x2D40, big-endian, zero behind.
+    const SMCParamStruct out = t.call(command(SMCCommand::readValue, "TC0P"));
+    EXPECT_EQ(out.valueBytes(4), (std::vector<std::uint8_t>{0x2D, 0x40, 0, 0}));
+
+    // Values change under a live driver; the files are read again each time.
+    writeFile(smc / "temp1_input", "61500");
+    writeFile(smc / "fan1_input", "2400");
+    EXPECT_EQ(value(t, "TC0P"), 61.5);
+    EXPECT_EQ(value(t, "F0Ac"), 2400.0);
+}
+
+TEST_F(AppleSMCTree, RefusesWritesAndReportsUnreadableAttributes) {
+    AppleSMCTransport t(root.path());
+    SMCParamStruct write = command(SMCCommand::writeValue, "F0Tg");
+    write.keyInfo.dataSize = 2;
+    write.keyInfo.dataType = SMCDataType::fpe2Code;
+    write.setValueBytes(SMCDataCodec::encode(3000.0, SMCDataType::Kind::fpe2));
+    EXPECT_EQ(t.call(write).result, SMCResult::notWritable);
+    EXPECT_EQ(value(t, "F0Tg"), 1300.0);
+
+    std::filesystem::remove(smc / "temp1_input");
+    EXPECT_EQ(readResult(t, "TC0P"), SMCResult::notReadable);
+    EXPECT_EQ(info(t, "TC0P"), std::make_pair(std::string("sp78"), 2u)); // still listed
+    writeFile(smc / "fan1_max", "fast");
+    EXPECT_EQ(readResult(t, "F0Mx"), SMCResult::notReadable);
+    writeFile(smc / "temp2_input", "200000"); // beyond what sp78 holds
+    EXPECT_EQ(readResult(t, "TB0T"), SMCResult::notReadable);
+    writeFile(smc / "fan2_input", "-5");
+    EXPECT_EQ(readResult(t, "F1Ac"), SMCResult::notReadable);
+
+    writeFile(smc / "temp1_input", "50000");
+    EXPECT_EQ(value(t, "TC0P"), 50.0);
+    EXPECT_EQ(t.call(command(static_cast<SMCCommand>(7), "TC0P")).result, AppleSMCTransport::badCommand);
+}
+
+TEST(AppleSMCTransport, FindsTheDriverOnlyByName) {
+    const testing::TempDirectory root;
+    EXPECT_THROW(AppleSMCTransport{root / "absent"}, SMCError);
+    writeFile(root / "hwmon0/name", "coretemp");
+    writeFile(root / "hwmon0/temp1_label", "TC0P");
+    writeFile(root / "hwmon0/temp1_input", "45000");
+    writeFile(root / "applesmc/name", "applesmc"); // not an hwmon directory
+    try {
+        AppleSMCTransport t(root.path());
+        ADD_FAILURE() << "opened without an applesmc device";
+    } catch (const SMCError& error) {
+        EXPECT_EQ(error, SMCError::serviceNotFound());
+    }
+
+    // Older kernels keep the name and every attribute under device/; fans count from 1
+    // without gaps.
+    writeFile(root / "hwmon1/device/name", "applesmc");
+    writeFile(root / "hwmon1/device/fan1_input", "1800");
+    writeFile(root / "hwmon1/device/fan3_input", "1900");
+    writeFile(root / "hwmon1/device/temp1_label", "TA0P");
+    writeFile(root / "hwmon1/device/temp1_input", "21000");
+    AppleSMCTransport t(root.path());
+    EXPECT_EQ(t.keys(),
+              (std::vector<std::string>{"#KEY", "FNum", "F0Ac", "F0Mn", "F0Mx", "F0Tg", "F0Md", "TA0P"}));
+    EXPECT_EQ(value(t, "TA0P"), 21.0);
+    EXPECT_EQ(value(t, "F0Ac"), 1800.0);
+    EXPECT_EQ(value(t, "FNum"), 1.0);
+    EXPECT_EQ(readResult(t, "F0Mn"), SMCResult::notReadable); // no fan1_min file
+}
+
+} // namespace
+} // namespace halvoren
+
+#endif

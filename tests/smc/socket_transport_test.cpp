@@ -1,0 +1,326 @@
+#include "smc/smc_error.h"
+#include "smc/smc_socket_server.h"
+#include "smc/socket_smc_transport.h"
+#include "temp_directory.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+using namespace std::chrono_literals;
+using UnixSocket::FileDescriptor;
+
+// Commands the fake backend treats specially.
+constexpr std::uint8_t failCoded = 200;
+constexpr std::uint8_t failOther = 201;
+constexpr std::uint8_t failSMC = 202;
+constexpr std::uint8_t slow = 203;
+constexpr std::int32_t unsupported = -536870201;
+
+// Answers so that every output depends on its whole input: a crossed or shifted frame shows.
+class FakeBackend final : public SMCTransport {
+public:
+    SMCParamStruct call(const SMCParamStruct& input) override {
+        calls.fetch_add(1);
+        switch (input.data8) {
+        case failCoded:
+            throw SMCError::callFailed(unsupported);
+        case failOther:
+            throw std::runtime_error("backend broke");
+        case failSMC:
+            throw SMCError::keyNotFound("TC0P");
+        case slow:
+            std::this_thread::sleep_for(delay);
+            break;
+        default:
+            break;
+        }
+        SMCParamStruct output = input;
+        output.data32 = input.data32 * 2 + 1;
+        output.result = static_cast<std::uint8_t>(input.data32);
+        for (std::size_t i = 0; i < output.bytes.size(); ++i) {
+            output.bytes[i] = static_cast<std::uint8_t>(input.data32 + i);
+        }
+        return output;
+    }
+
+    std::atomic<int> calls{0};
+    std::chrono::milliseconds delay{0};
+};
+
+SMCParamStruct request(std::uint32_t n, std::uint8_t command = 5) {
+    SMCParamStruct input;
+    input.key = 0x54433050 + n; // "TC0P" and neighbours
+    input.data8 = command;
+    input.data32 = n;
+    input.keyInfo = {2, 0x73703738, 0x80};
+    input.vers = {1, 2, 3, 4, 0x0506};
+    input.pLimitData = {7, 16, 0x11111111, 0x22222222, 0x33333333};
+    input.padding = 0xBEEF;
+    input.status = 9;
+    return input;
+}
+
+void expectAnswers(const SMCParamStruct& output, std::uint32_t n) {
+    ASSERT_EQ(output.data32, n * 2 + 1);
+    EXPECT_EQ(output.key, 0x54433050 + n);
+    EXPECT_EQ(output.result, static_cast<std::uint8_t>(n));
+    EXPECT_EQ(output.bytes[31], static_cast<std::uint8_t>(n + 31));
+    EXPECT_EQ(output.keyInfo, (SMCKeyInfoData{2, 0x73703738, 0x80}));
+    EXPECT_EQ(output.vers.release, 0x0506);
+    EXPECT_EQ(output.pLimitData.memPLimit, 0x33333333u);
+    EXPECT_EQ(output.padding, 0xBEEF);
+}
+
+std::int32_t callFailure(SMCTransport& t, const SMCParamStruct& input) {
+    try {
+        t.call(input);
+    } catch (const SMCError& error) {
+        EXPECT_EQ(error.kind(), SMCError::Kind::callFailed) << error.description();
+        return error.code();
+    }
+    ADD_FAILURE() << "the call succeeded";
+    return 0;
+}
+
+std::int32_t openFailure(const std::string& path) {
+    try {
+        SocketSMCTransport t(path);
+    } catch (const SMCError& error) {
+        EXPECT_EQ(error.kind(), SMCError::Kind::openFailed) << error.description();
+        return error.code();
+    }
+    ADD_FAILURE() << "opened " << path;
+    return 0;
+}
+
+// A blocking client socket connected to `path`, for speaking the wire format by hand.
+FileDescriptor rawClient(const std::string& path) {
+    FileDescriptor fd{::socket(AF_UNIX, SOCK_STREAM, 0)};
+    sockaddr_un address{};
+    UnixSocket::makeAddress(path, address);
+    EXPECT_EQ(::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    return fd;
+}
+
+// A listening socket at `path` without a server behind it; the test plays the server.
+FileDescriptor rawListener(const std::string& path) {
+    FileDescriptor fd{::socket(AF_UNIX, SOCK_STREAM, 0)};
+    sockaddr_un address{};
+    UnixSocket::makeAddress(path, address);
+    EXPECT_EQ(::bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    EXPECT_EQ(::listen(fd.get(), 4), 0);
+    return fd;
+}
+
+void readExactly(int fd, std::uint8_t* data, std::size_t size) {
+    for (std::size_t done = 0; done < size;) {
+        const long n = ::read(fd, data + done, size - done);
+        ASSERT_GT(n, 0);
+        done += static_cast<std::size_t>(n);
+    }
+}
+
+class SocketExchange : public ::testing::Test {
+protected:
+    testing::TempDirectory dir;
+    std::string path = (dir / "smc.sock").string();
+    FakeBackend backend;
+    SMCSocketServer server{backend, path};
+};
+
+TEST_F(SocketExchange, CarriesTheWholeImageAndTheBackendsFailures) {
+    server.start();
+    SocketSMCTransport client(path);
+    expectAnswers(client.call(request(3)), 3);
+
+    // Failures of the backend come back as statuses and leave the connection usable.
+    EXPECT_EQ(callFailure(client, request(4, failCoded)), unsupported);
+    EXPECT_EQ(callFailure(client, request(5, failOther)), SMCSocketServer::genericFailure);
+    EXPECT_EQ(callFailure(client, request(6, failSMC)), SMCSocketServer::genericFailure);
+    EXPECT_FALSE(client.isBroken());
+    expectAnswers(client.call(request(7)), 7);
+    EXPECT_EQ(backend.calls.load(), 5);
+}
+
+TEST_F(SocketExchange, ServesConcurrentClientsWhileOthersMisbehave) {
+    server.start();
+    constexpr int clients = 4;
+    constexpr std::uint32_t rounds = 250;
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int c = 0; c < clients; ++c) {
+        threads.emplace_back([&, c] {
+            SocketSMCTransport client(path);
+            for (std::uint32_t i = 0; i < rounds; ++i) {
+                const std::uint32_t n = static_cast<std::uint32_t>(c) * 1000 + i;
+                try {
+                    const SMCParamStruct out = client.call(request(n));
+                    failures += out.data32 != n * 2 + 1 || out.key != 0x54433050 + n;
+                } catch (const SMCError&) {
+                    ++failures;
+                }
+            }
+        });
+    }
+
+    // Meanwhile: a client gone mid-frame, one that stalls mid-frame, and one sending a frame
+    // with its padding bytes set, which no client of ours makes.
+    const auto frame = request(1).toWire();
+    {
+        const FileDescriptor gone = rawClient(path);
+        ASSERT_EQ(::write(gone.get(), frame.data(), 40), 40);
+    }
+    const FileDescriptor stalled = rawClient(path);
+    ASSERT_EQ(::write(stalled.get(), frame.data(), 79), 79);
+    auto garbage = frame;
+    garbage[37] = 0xFF;
+    const FileDescriptor garbled = rawClient(path);
+    ASSERT_EQ(::write(garbled.get(), garbage.data(), garbage.size()), 80);
+    std::uint8_t byte = 0;
+    EXPECT_EQ(::read(garbled.get(), &byte, 1), 0); // dropped without an answer
+
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(backend.calls.load(), clients * static_cast<int>(rounds));
+
+    // The stalled client's last byte completes its frame, and it is answered.
+    ASSERT_EQ(::write(stalled.get(), frame.data() + 79, 1), 1);
+    std::array<std::uint8_t, SMCSocketWire::responseSize> answer{};
+    readExactly(stalled.get(), answer.data(), answer.size());
+    EXPECT_EQ(answer[0] | answer[1] | answer[2] | answer[3], 0);
+    expectAnswers(SMCParamStruct::fromWire(std::span<const std::uint8_t, 80>(answer.data() + 4, 80)), 1);
+}
+
+TEST_F(SocketExchange, AStoppedServerBreaksItsClients) {
+    server.start();
+    server.start(); // already running: nothing happens
+    SocketSMCTransport client(path);
+    expectAnswers(client.call(request(1)), 1);
+
+    server.stop();
+    EXPECT_FALSE(server.isRunning());
+    EXPECT_FALSE(std::filesystem::exists(path));
+    const std::int32_t code = callFailure(client, request(2));
+    EXPECT_TRUE(code == ECONNRESET || code == EPIPE) << code;
+    EXPECT_TRUE(client.isBroken());
+    EXPECT_EQ(callFailure(client, request(3)), ENOTCONN);
+    EXPECT_EQ(openFailure(path), ENOENT);
+
+    // Nothing reconnects: a restarted server serves new transports, the broken one stays broken.
+    server.start();
+    SocketSMCTransport fresh(path);
+    expectAnswers(fresh.call(request(4)), 4);
+    EXPECT_EQ(callFailure(client, request(5)), ENOTCONN);
+    server.stop();
+    server.stop();
+}
+
+TEST_F(SocketExchange, ASlowAnswerTimesOutAndBreaksTheConnection) {
+    backend.delay = 400ms;
+    server.start();
+    SocketSMCTransport client(path, 200ms);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(callFailure(client, request(1, slow)), ETIMEDOUT);
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 190ms);
+    EXPECT_TRUE(client.isBroken());
+
+    // Broken: the next call fails at once, without another exchange.
+    const auto again = std::chrono::steady_clock::now();
+    EXPECT_EQ(callFailure(client, request(2)), ENOTCONN);
+    EXPECT_LT(std::chrono::steady_clock::now() - again, 150ms);
+
+    // The server's late answer goes to a closed socket; it must survive that and go on.
+    SocketSMCTransport next(path, 2s);
+    expectAnswers(next.call(request(3)), 3);
+    EXPECT_EQ(backend.calls.load(), 2);
+}
+
+TEST_F(SocketExchange, OwnsItsSocketFile) {
+    EXPECT_EQ(openFailure(path), ENOENT);
+    EXPECT_EQ(openFailure("/tmp/" + std::string(120, 'x')), ENAMETOOLONG);
+
+    // A socket file left by a dead server is replaced; the mode is 0600 whatever the umask.
+    { rawListener(path); }
+    ASSERT_TRUE(std::filesystem::is_socket(path));
+    const mode_t previous = ::umask(0);
+    server.start();
+    ::umask(previous);
+    struct stat info {};
+    ASSERT_EQ(::stat(path.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600u);
+    expectAnswers(SocketSMCTransport(path).call(request(1)), 1);
+
+    // A live server and a file of another kind are not taken over.
+    SMCSocketServer rival(backend, path);
+    EXPECT_THROW(rival.start(), std::system_error);
+    expectAnswers(SocketSMCTransport(path).call(request(2)), 2);
+    server.stop();
+    const std::string plain = (dir / "plain").string();
+    testing::writeFile(plain, "keep");
+    SMCSocketServer misplaced(backend, plain);
+    EXPECT_THROW(misplaced.start(), std::system_error);
+    EXPECT_TRUE(std::filesystem::is_regular_file(plain));
+
+    // A server whose file was replaced under it leaves the newcomer's file alone.
+    server.start();
+    ASSERT_TRUE(std::filesystem::remove(path));
+    SMCSocketServer successor(backend, path);
+    successor.start();
+    server.stop();
+    EXPECT_TRUE(std::filesystem::is_socket(path));
+    expectAnswers(SocketSMCTransport(path).call(request(3)), 3);
+}
+
+TEST(SocketSMCTransport, ReassemblesSplitAnswersAndDetectsCutOnes) {
+    const testing::TempDirectory dir;
+    const std::string path = (dir / "s").string();
+    const FileDescriptor listener = rawListener(path);
+    // The test's own server: answers the first request in three pieces, with a non-zero
+    // status for the second, and hangs up halfway through the third.
+    std::thread peer([&] {
+        const FileDescriptor connection{::accept(listener.get(), nullptr, nullptr)};
+        std::array<std::uint8_t, 80> in{};
+        readExactly(connection.get(), in.data(), in.size());
+        std::array<std::uint8_t, SMCSocketWire::responseSize> out{};
+        const auto image = SMCParamStruct::fromWire(in).toWire();
+        std::copy(image.begin(), image.end(), out.begin() + 4);
+        for (const auto& [from, to] : {std::pair{0, 3}, std::pair{3, 50}, std::pair{50, 84}}) {
+            ASSERT_EQ(::write(connection.get(), out.data() + from, to - from), to - from);
+            std::this_thread::sleep_for(10ms);
+        }
+        readExactly(connection.get(), in.data(), in.size());
+        out.fill(0);
+        out[0] = 0xC7, out[1] = 0x02, out[2] = 0x00, out[3] = 0xE0; // -536870201
+        ASSERT_EQ(::write(connection.get(), out.data(), out.size()), 84);
+        readExactly(connection.get(), in.data(), in.size());
+        ASSERT_EQ(::write(connection.get(), out.data(), 30), 30);
+    });
+    SocketSMCTransport client(path);
+    const SMCParamStruct echoed = client.call(request(9));
+    EXPECT_EQ(echoed.toWire(), request(9).toWire());
+    EXPECT_EQ(callFailure(client, request(10)), unsupported);
+    EXPECT_FALSE(client.isBroken());
+    EXPECT_EQ(callFailure(client, request(11)), ECONNRESET);
+    EXPECT_TRUE(client.isBroken());
+    peer.join();
+}
+
+} // namespace
+} // namespace halvoren
