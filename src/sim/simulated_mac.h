@@ -1,0 +1,99 @@
+#pragma once
+
+#include "platform/clock.h"
+#include "sim/fault_plan.h"
+#include "sim/load_scenario.h"
+#include "sim/machine_profile.h"
+#include "sim/thermal_model.h"
+#include "smc/smc_param_struct.h"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+namespace halvoren {
+
+struct SimulatedFan {
+    double actual = 0.0;
+    double target = 0.0;
+    double minimum = 0.0;
+    double maximum = 0.0;
+    bool forced = false;
+};
+
+struct NodeTemperature {
+    std::string id;
+    double temperature = 0.0;
+};
+
+// A Mac's controller in software: it answers the exchange of the real one from a machine profile
+// and a thermal model that runs under a load. The model advances lazily, in fixed steps, up to
+// the clock's time whenever the machine is used, and sensor noise is a function of (seed, key,
+// step), so a fixed seed and equal clock steps give equal bytes however often anyone reads.
+// Every public operation is safe from any thread.
+class SimulatedMac {
+public:
+    // A catch-up longer than this (a sleeping host, a clock jumped by a test) skips the rest and
+    // holds the state, so a read never stalls for long.
+    static constexpr double maximumCatchUpSeconds = 3600.0;
+
+    SimulatedMac(MachineProfile profile, const Clock& clock, std::uint64_t seed,
+                 std::unique_ptr<LoadScenario> load);
+    SimulatedMac(const SimulatedMac&) = delete;
+    SimulatedMac& operator=(const SimulatedMac&) = delete;
+
+    // One exchange of the 80-byte structure: read value (5), write value (6), key by index (8) and
+    // key information (9). Faults aside, failures are result codes in the output; an injected
+    // call failure throws SMCError::callFailed.
+    SMCParamStruct exchange(const SMCParamStruct& input);
+
+    const MachineProfile& profile() const { return profile_; }
+
+    // Direct inspection for tests and tools, as of the clock's current time.
+    std::vector<SimulatedFan> fans();
+    std::vector<NodeTemperature> nodes();
+    std::optional<double> nodeTemperature(std::string_view id);
+    Load load();
+    // Seconds of model time integrated so far.
+    double simulatedSeconds();
+
+    // The new load applies from now on; a scenario's time starts at zero when it is set.
+    void setLoad(std::unique_ptr<LoadScenario> scenario);
+    void setLoad(Load constant);
+
+    FaultPlan faults() const;
+    // Fan indices in the plan that the machine does not have are ignored.
+    void setFaults(FaultPlan plan);
+
+private:
+    void advance();
+    const ProfileKey* visibleKey(std::uint32_t code) const;
+    std::optional<std::uint8_t> overridden(const ProfileKey& key, SMCCommand command) const;
+    std::vector<std::uint8_t> valueBytes(std::size_t keyIndex) const;
+    std::uint8_t write(std::size_t keyIndex, const SMCParamStruct& input);
+    double noise(const ProfileKey& key, double amplitude) const;
+
+    const MachineProfile profile_;
+    const Clock& clock_;
+    const std::uint64_t seed_;
+    const double origin_;
+    std::unordered_map<std::uint32_t, std::size_t> indexOfCode_;
+
+    mutable std::mutex mutex_;
+    ThermalModel model_;
+    std::uint64_t step_ = 0;
+    std::unique_ptr<LoadScenario> load_;
+    std::uint64_t loadOrigin_ = 0;
+    Load lastLoad_;
+    std::vector<std::vector<std::uint8_t>> stored_; // bytes of constant and fan-test keys
+    FaultPlan faults_;
+    std::vector<std::size_t> visible_; // key indices in index order, vanished keys left out
+    std::vector<bool> vanished_;
+};
+
+} // namespace halvoren

@@ -1,0 +1,237 @@
+#include "core/fan_key.h"
+#include "core/four_cc.h"
+#include "core/smc_data_codec.h"
+#include "sim_test_support.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+#include <unistd.h>
+
+namespace halvoren {
+namespace {
+
+using test::Exchange;
+
+const std::string alphabet = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+
+// The number of runs of adjacent two-character suffixes in a key family.
+int familyRuns(const MachineProfile& profile, const std::string& prefix, const std::string& excluding = "") {
+    std::set<std::size_t> indices;
+    for (const auto& key : profile.keys) {
+        if (key.name.size() != 4 || !key.name.starts_with(prefix) ||
+            (!excluding.empty() && key.name.starts_with(excluding))) {
+            continue;
+        }
+        const auto a = alphabet.find(key.name[2]);
+        const auto b = alphabet.find(key.name[3]);
+        if (a != std::string::npos && b != std::string::npos) {
+            indices.insert(a * 62 + b);
+        }
+    }
+    int runs = 0;
+    std::optional<std::size_t> previous;
+    for (const auto index : indices) {
+        runs += (!previous || index >= *previous + 2) ? 1 : 0;
+        previous = index;
+    }
+    return runs;
+}
+
+TEST(MachineProfile, EveryBuiltInProfileParsesAndServesEveryKeyInOrder) {
+    const auto names = MachineProfile::builtInNames();
+    EXPECT_EQ(names, (std::vector<std::string>{"apple-silicon-desktop-1fan", "apple-silicon-laptop-2fan",
+                                               "apple-silicon-laptop-fanless", "intel-laptop"}));
+    EXPECT_FALSE(MachineProfile::builtIn("no-such-machine"));
+
+    for (const auto& name : names) {
+        SCOPED_TRACE(name);
+        const MachineProfile profile = test::builtIn(name);
+        EXPECT_EQ(profile.name, name);
+        ManualClock clock;
+        SimulatedMac mac(profile, clock, 7, sustainedLoad());
+        Exchange ex{mac};
+        clock.advance(120.0);
+
+        const double count = ex.read("#KEY");
+        ASSERT_EQ(count, static_cast<double>(profile.keys.size()));
+        int implausible = 0;
+        for (std::uint32_t i = 0; i < static_cast<std::uint32_t>(count); ++i) {
+            const auto byIndex = ex.atIndex(i);
+            ASSERT_EQ(byIndex.result, 0);
+            const std::string key = FourCC::string(byIndex.key);
+            ASSERT_EQ(key, profile.keys[i].name);
+            const auto info = ex.info(key);
+            ASSERT_EQ(info.result, 0) << key;
+            const auto type = SMCDataType::fromRawType(info.keyInfo.dataType);
+            const auto read = ex.readRaw(key, info.keyInfo.dataSize);
+            ASSERT_EQ(read.result, 0) << key;
+            if (type.kind() == SMCDataType::Kind::other) {
+                continue;
+            }
+            EXPECT_EQ(type.byteCount(), static_cast<int>(info.keyInfo.dataSize)) << key;
+            const double value = SMCDataCodec::decode(read.valueBytes(info.keyInfo.dataSize), type);
+            EXPECT_TRUE(std::isfinite(value)) << key;
+            const bool temperature = key[0] == 'T' && (type.kind() == SMCDataType::Kind::flt ||
+                                                       type.kind() == SMCDataType::Kind::sp78);
+            implausible += temperature && (value < -40.0 || value > 130.0) ? 1 : 0;
+        }
+        EXPECT_GE(implausible, 1) << "some temperature key should read outside -40...130";
+        EXPECT_EQ(ex.atIndex(static_cast<std::uint32_t>(count)).result, 0xB8);
+    }
+}
+
+TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
+    const auto laptop = test::builtIn("apple-silicon-laptop-2fan");
+    EXPECT_EQ(laptop.coreCounts.performance, 8);
+    EXPECT_EQ(laptop.coreCounts.efficiency, 4);
+    EXPECT_GE(familyRuns(laptop, "Tp"), 8);
+    EXPECT_EQ(familyRuns(laptop, "Te"), 4);
+    EXPECT_GE(familyRuns(laptop, "Tg") + familyRuns(laptop, "TG"), 5);
+    for (const auto* key : {"TB0T", "TB1T", "TB2T", "TW0P", "TPD0", "TPD1", "TPD2", "TPD3", "TPSP", "TDeL",
+                            "TDeR", "TH0x", "PSTR", "PPBR", "PDTR", "VD0R", "ID0R", "Ftst"}) {
+        EXPECT_NE(laptop.key(key), nullptr) << key;
+    }
+    const auto typeOf = [](const MachineProfile& p, const std::string& key) {
+        const auto* found = p.key(key);
+        return found ? FourCC::string(found->typeCode) : "missing";
+    };
+    for (int fan = 0; fan < 2; ++fan) {
+        for (const auto& key :
+             {FanKey::current(fan), FanKey::minimum(fan), FanKey::maximum(fan), FanKey::target(fan)}) {
+            EXPECT_EQ(typeOf(laptop, key), "flt ") << key;
+        }
+        EXPECT_EQ(typeOf(laptop, FanKey::mode(fan)), "ui8 ");
+    }
+    std::set<std::string> otherTypes;
+    for (const auto& key : laptop.keys) {
+        otherTypes.insert(FourCC::string(key.typeCode));
+    }
+    for (const auto* type : {"ch8*", "{jst", "si16", "ui16", "ui32"}) {
+        EXPECT_TRUE(otherTypes.contains(type)) << type;
+    }
+
+    const auto desktop = test::builtIn("apple-silicon-desktop-1fan");
+    EXPECT_EQ(desktop.thermal.fans.size(), 1u);
+    EXPECT_NE(desktop.key("Tex3"), nullptr);
+    EXPECT_EQ(desktop.key("F1Ac"), nullptr);
+
+    const auto fanless = test::builtIn("apple-silicon-laptop-fanless");
+    EXPECT_TRUE(fanless.thermal.fans.empty());
+    for (const auto& key : fanless.keys) {
+        EXPECT_TRUE(key.name == "FNum" || key.name[0] != 'F') << key.name;
+    }
+
+    const auto intel = test::builtIn("intel-laptop");
+    EXPECT_EQ(intel.coreCounts.performance, 0);
+    EXPECT_EQ(typeOf(intel, "F0Ac"), "fpe2");
+    EXPECT_EQ(typeOf(intel, "F1Tg"), "fpe2");
+    EXPECT_EQ(typeOf(intel, "TC0P"), "sp78");
+    EXPECT_EQ(typeOf(intel, "PC0C"), "sp96");
+    EXPECT_EQ(typeOf(intel, "PSTR"), "flt ");
+}
+
+// The error that parsing `text` gives, or "none".
+std::string parseError(const std::string& text) {
+    try {
+        MachineProfile::parse(text);
+    } catch (const ProfileError& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+// A small valid profile with `keys` spliced in, and `extra` top-level members.
+std::string profileWith(const std::string& keys, const std::string& extra = "") {
+    return R"({"name": "t", "coreCounts": {"performance": 1, "efficiency": 0}, "ambient": 20,
+        "nodes": [{"id": "cpu", "heatCapacity": 10, "initial": 30, "cpuPower": 5, "ambientConductance": 1}],
+        "fans": [{"minimum": 1000, "maximum": 5000, "spinRate": 1000}],
+        "firmware": {"start": 40, "full": 80}, )" +
+           extra + R"("keys": [)" + keys + "]}";
+}
+
+TEST(MachineProfile, ParseRefusesCorruptOrInconsistentProfilesWithAClearMessage) {
+    EXPECT_EQ(
+        parseError(profileWith(
+            R"({"key": "TC0P", "type": "sp78", "size": 2, "source": {"kind": "sensor", "node": "cpu"}})")),
+        "none");
+    EXPECT_EQ(parseError("{\"name\": \"t\",\n \"keys\": [}"),
+              "not valid JSON: parse error at line 2, column 11: syntax error while parsing value - "
+              "unexpected '}'; "
+              "expected '[', '{', or a literal");
+    EXPECT_EQ(parseError("[]"), "profile: is not an object");
+    EXPECT_EQ(parseError(R"({"name": "t"})"), "profile: missing key \"coreCounts\"");
+
+    const std::map<std::string, std::string> cases{
+        {R"({"key": "TC0P", "type": "sp78", "size": 2, "source": {"kind": "sensor", "node": "gpu"}})",
+         "keys[0] \"TC0P\" source: unknown node \"gpu\""},
+        {R"({"key": "TC0", "type": "sp78", "size": 2, "value": 1})",
+         "keys[0]: \"key\" must be four bytes of UTF-8"},
+        {R"({"key": "TC0P", "type": "sp78", "size": 4, "value": 1})",
+         "keys[0] \"TC0P\": a sp78 value has 2 bytes, not 4"},
+        {R"({"key": "ABCD", "type": "ui8", "size": 1, "value": 300})",
+         "keys[0] \"ABCD\": \"value\" 300.0 cannot be written as ui8: valueOutOfRange(300.0)"},
+        {R"({"key": "ABCD", "type": "ch8*", "size": 4, "bytes": "414243"})",
+         "keys[0] \"ABCD\": \"bytes\" holds 3 bytes, not 4"},
+        {R"({"key": "ABCD", "type": "ch8*", "size": 2, "bytes": "41zz"})",
+         "keys[0] \"ABCD\": \"bytes\" holds a character that is not a hexadecimal digit"},
+        {R"({"key": "ABCD", "type": "ui8", "size": 1})",
+         "keys[0] \"ABCD\": needs exactly one of \"value\" and \"bytes\""},
+        {R"({"key": "ABCD", "type": "ui8", "size": 1, "value": 1, "vaule": 2})",
+         "keys[0]: unknown member \"vaule\""},
+        {R"({"key": "ABCD", "type": "ui8", "size": 1, "value": 1}, {"key": "ABCD", "type": "ui8", "size": 1, "value": 2})",
+         "keys[1] \"ABCD\": the key is listed twice"},
+        {R"({"key": "#KEY", "type": "ui32", "size": 4, "value": 3})",
+         "keys[0] \"#KEY\": must count the keys (source kind \"keyCount\")"},
+        {R"({"key": "F1Ac", "type": "flt", "size": 4, "source": {"kind": "fan", "fan": 1, "field": "actual"}})",
+         "keys[0] \"F1Ac\" source: fan 1 does not exist"},
+        {R"({"key": "PC0C", "type": "sp96", "size": 2, "source": {"kind": "load", "cpu": 1}})",
+         "keys[0] \"PC0C\": a key that follows the model needs a type the codec converts, not sp96"},
+        {R"({"key": "F0Ac", "type": "flt", "size": 4, "value": 1, "source": {"kind": "fan", "fan": 0, "field": "actual"}})",
+         "keys[0] \"F0Ac\": a key that follows the model takes no \"value\" or \"bytes\""},
+    };
+    for (const auto& [keys, message] : cases) {
+        EXPECT_EQ(parseError(profileWith(keys)), message);
+    }
+    EXPECT_EQ(parseError(profileWith("", R"("throttle": {"start": 90, "span": 0, "floor": 0.5},)")),
+              "throttle: needs a span above 0 and a floor in 0...1");
+    // A node so light that one 50 ms step would overshoot its equilibrium.
+    std::string light = profileWith("");
+    light.replace(light.find("\"heatCapacity\": 10"), 18, "\"heatCapacity\": 0.1");
+    EXPECT_EQ(parseError(light),
+              "nodes[0]: \"heatCapacity\" is too small for its conductances to integrate stably");
+}
+
+TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
+    const auto dir = std::filesystem::temp_directory_path() / ("halvoren-sim-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    const auto write = [&](const std::string& name, const std::string& text) {
+        std::ofstream(dir / name, std::ios::binary) << text;
+        return dir / name;
+    };
+    const auto good =
+        write("good.json",
+              profileWith(R"({"key": "#KEY", "type": "ui32", "size": 4, "source": {"kind": "keyCount"}})"));
+    EXPECT_EQ(MachineProfile::load(good).keys.size(), 1u);
+
+    const std::string builtInText = profileWith("");
+    const auto cut = write("cut.json", builtInText.substr(0, builtInText.size() / 2));
+    const auto message = [](const std::filesystem::path& path) {
+        try {
+            MachineProfile::load(path);
+        } catch (const ProfileError& error) {
+            return std::string(error.what());
+        }
+        return std::string("none");
+    };
+    EXPECT_TRUE(message(cut).starts_with(cut.string() + ": not valid JSON: parse error")) << message(cut);
+    EXPECT_EQ(message(dir / "absent.json"), (dir / "absent.json").string() + ": cannot be read");
+    EXPECT_EQ(message(dir), dir.string() + ": cannot be read");
+    std::filesystem::remove_all(dir);
+}
+
+} // namespace
+} // namespace halvoren

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "core/four_cc.h"
+#include "core/smc_data_codec.h"
+#include "platform/clock.h"
+#include "sim/simulated_mac.h"
+#include "smc/smc_param_struct.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace halvoren::test {
+
+// Talks to a simulated Mac through the exchange alone, as the bridge does.
+struct Exchange {
+    SimulatedMac& mac;
+
+    SMCParamStruct info(const std::string& key) {
+        SMCParamStruct in;
+        in.key = FourCC::code(key);
+        in.data8 = static_cast<std::uint8_t>(SMCCommand::keyInformation);
+        return mac.exchange(in);
+    }
+    SMCParamStruct readRaw(const std::string& key, std::uint32_t size) {
+        SMCParamStruct in;
+        in.key = FourCC::code(key);
+        in.keyInfo.dataSize = size;
+        in.data8 = static_cast<std::uint8_t>(SMCCommand::readValue);
+        return mac.exchange(in);
+    }
+    // The decoded value; the key must exist and have a type the codec converts.
+    double read(const std::string& key) {
+        const auto keyInfo = info(key).keyInfo;
+        const auto out = readRaw(key, keyInfo.dataSize);
+        return SMCDataCodec::decode(out.valueBytes(keyInfo.dataSize),
+                                    SMCDataType::fromRawType(keyInfo.dataType));
+    }
+    std::uint8_t writeBytes(const std::string& key, const std::vector<std::uint8_t>& bytes,
+                            std::uint32_t type = 0) {
+        SMCParamStruct in;
+        in.key = FourCC::code(key);
+        in.keyInfo.dataSize = static_cast<std::uint32_t>(bytes.size());
+        in.keyInfo.dataType = type;
+        in.data8 = static_cast<std::uint8_t>(SMCCommand::writeValue);
+        in.setValueBytes(bytes);
+        return mac.exchange(in).result;
+    }
+    // Encodes in the key's own type, as the bridge does.
+    std::uint8_t write(const std::string& key, double value) {
+        const auto keyInfo = info(key).keyInfo;
+        const auto type = SMCDataType::fromRawType(keyInfo.dataType);
+        return writeBytes(key, SMCDataCodec::encode(value, type), keyInfo.dataType);
+    }
+    SMCParamStruct atIndex(std::uint32_t index) {
+        SMCParamStruct in;
+        in.data32 = index;
+        in.data8 = static_cast<std::uint8_t>(SMCCommand::keyByIndex);
+        return mac.exchange(in);
+    }
+};
+
+inline MachineProfile builtIn(const std::string& name) {
+    auto profile = MachineProfile::builtIn(name);
+    if (!profile) {
+        throw std::runtime_error("no built-in profile " + name);
+    }
+    return *profile;
+}
+
+// Advances the clock in sub-minute strides, reading the machine after each so that its
+// lazy catch-up is exercised the way a poller would.
+inline void run(ManualClock& clock, SimulatedMac& mac, double seconds, double stride = 10.0) {
+    for (double done = 0.0; done < seconds; done += stride) {
+        clock.advance(std::min(stride, seconds - done));
+        mac.fans();
+    }
+}
+
+} // namespace halvoren::test
