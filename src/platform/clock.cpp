@@ -15,15 +15,25 @@ double readClock(clockid_t id) {
 
 #if defined(__APPLE__)
 // CLOCK_MONOTONIC counts through sleep on Apple platforms; CLOCK_UPTIME_RAW does not.
-double SystemClock::monotonicNow() const { return readClock(CLOCK_MONOTONIC); }
-double SystemClock::suspendingNow() const { return readClock(CLOCK_UPTIME_RAW); }
+double SystemClock::monotonicNow() const {
+    return readClock(CLOCK_MONOTONIC);
+}
+double SystemClock::suspendingNow() const {
+    return readClock(CLOCK_UPTIME_RAW);
+}
 #else
 // On Linux CLOCK_BOOTTIME counts through suspend and CLOCK_MONOTONIC does not.
-double SystemClock::monotonicNow() const { return readClock(CLOCK_BOOTTIME); }
-double SystemClock::suspendingNow() const { return readClock(CLOCK_MONOTONIC); }
+double SystemClock::monotonicNow() const {
+    return readClock(CLOCK_BOOTTIME);
+}
+double SystemClock::suspendingNow() const {
+    return readClock(CLOCK_MONOTONIC);
+}
 #endif
 
-Clock::WallTime SystemClock::wallNow() const { return std::chrono::system_clock::now(); }
+Clock::WallTime SystemClock::wallNow() const {
+    return std::chrono::system_clock::now();
+}
 
 SystemClock& SystemClock::shared() {
     static SystemClock clock;

@@ -39,7 +39,8 @@ public:
 // design: tests advance it from the thread that owns the code under test.
 class ManualClock final : public Clock {
 public:
-    explicit ManualClock(double start = 1000.0, WallTime wallStart = WallTime{std::chrono::seconds{1'800'000'000}})
+    explicit ManualClock(double start = 1000.0,
+                         WallTime wallStart = WallTime{std::chrono::seconds{1'800'000'000}})
         : monotonic_(start)
         , suspending_(start)
         , wallOrigin_(wallStart)
