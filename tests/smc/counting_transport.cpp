@@ -183,4 +183,10 @@ SMCParamStruct CountingTransport::call(const SMCParamStruct& input) {
     return output;
 }
 
+FakeBridge makeFakeBridge() {
+    auto transport = std::make_unique<CountingTransport>();
+    CountingTransport* fake = transport.get();
+    return {fake, std::make_shared<SMCKernelBridge>(std::move(transport))};
+}
+
 } // namespace halvoren

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "core/smc_data_type.h"
+#include "smc/smc_kernel_bridge.h"
 #include "smc/smc_param_struct.h"
 #include "smc/smc_transport.h"
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
@@ -79,5 +81,12 @@ private:
     std::map<std::uint8_t, int> counts;
     std::map<std::uint8_t, SMCParamStruct> lastInputs;
 };
+
+// A shared bridge over a fresh fake. The bridge owns the fake, which lives as long as it.
+struct FakeBridge {
+    CountingTransport* fake;
+    std::shared_ptr<SMCKernelBridge> bridge;
+};
+FakeBridge makeFakeBridge();
 
 } // namespace halvoren

@@ -10,12 +10,9 @@ namespace {
 using Kind = SMCDataType::Kind;
 
 struct Fixture {
-    CountingTransport* fake;
-    std::shared_ptr<SMCKernelBridge> bridge;
-    SMCFanReader reader;
-
-    Fixture()
-        : Fixture(std::make_unique<CountingTransport>()) {}
+    FakeBridge shared = makeFakeBridge();
+    CountingTransport* fake = shared.fake;
+    SMCFanReader reader{shared.bridge};
 
     // One fan as the controller reports it.
     void addFan(int i, double current, double min, double max, double target, double mode) {
@@ -26,12 +23,6 @@ struct Fixture {
         fake->setValue("F" + n + "Tg", Kind::fpe2, target);
         fake->setValue("F" + n + "Md", Kind::ui8, mode);
     }
-
-private:
-    explicit Fixture(std::unique_ptr<CountingTransport> transport)
-        : fake(transport.get())
-        , bridge(std::make_shared<SMCKernelBridge>(std::move(transport)))
-        , reader(bridge) {}
 };
 
 TEST(SMCFanReader, FanCountClampsOrProbesEveryIndex) {
