@@ -4,6 +4,7 @@
 #include "smc_test_support.h"
 
 #include <gtest/gtest.h>
+#include <latch>
 #include <memory>
 #include <thread>
 
@@ -136,20 +137,26 @@ TEST(SMCKernelBridge, KeyCountAndIndexPreconditions) {
 
 TEST(SMCKernelBridge, TwoThreadsShareOneBridge) {
     auto [fake, bridge] = makeFakeBridge();
-    const std::vector<std::pair<std::string, double>> keys = {
-        {"TC0P", 45.0}, {"TG0P", 51.5}, {"F0Ac", 1800.0}, {"F1Ac", 2400.0}};
-    for (const auto& [key, value] : keys) {
-        fake->setValue(key, key[0] == 'T' ? SMCDataType(Kind::sp78) : SMCDataType(Kind::fpe2), value);
+    constexpr int keyCount = 256;
+    constexpr int passes = 4;
+    std::vector<std::string> keys;
+    for (int i = 0; i < keyCount; ++i) {
+        keys.push_back("T" + std::to_string(100 + i));
+        fake->setValue(keys.back(), Kind::ui16, i);
     }
 
-    constexpr int rounds = 2000;
+    // Both threads start together and walk the keys in the same order, so that on the first
+    // pass they keep missing the cache for the same key at the same time.
+    std::latch start(2);
     int wrong[2] = {0, 0};
     auto reader = [&](int which) {
-        for (int i = 0; i < rounds; ++i) {
-            // The two threads go through the keys in opposite orders, so both miss the cache.
-            const auto& [key, value] = keys[static_cast<std::size_t>(which == 0 ? i % 4 : 3 - i % 4)];
-            if (bridge->read(key) != value || !bridge->hasKey(key)) {
-                ++wrong[which];
+        start.arrive_and_wait();
+        for (int pass = 0; pass < passes; ++pass) {
+            for (int i = 0; i < keyCount; ++i) {
+                const auto& key = keys[static_cast<std::size_t>(i)];
+                if (bridge->read(key) != i || !bridge->hasKey(key)) {
+                    ++wrong[which];
+                }
             }
         }
     };
@@ -160,10 +167,10 @@ TEST(SMCKernelBridge, TwoThreadsShareOneBridge) {
 
     EXPECT_EQ(wrong[0], 0);
     EXPECT_EQ(wrong[1], 0);
-    EXPECT_EQ(fake->calls(SMCCommand::readValue), 2 * rounds);
+    EXPECT_EQ(fake->calls(SMCCommand::readValue), 2 * passes * keyCount);
     // Each key is asked at most once per thread, however the misses interleave.
-    EXPECT_GE(fake->calls(SMCCommand::keyInformation), 4);
-    EXPECT_LE(fake->calls(SMCCommand::keyInformation), 8);
+    EXPECT_GE(fake->calls(SMCCommand::keyInformation), keyCount);
+    EXPECT_LE(fake->calls(SMCCommand::keyInformation), 2 * keyCount);
 }
 
 } // namespace
