@@ -6,9 +6,15 @@ namespace halvoren::TemperatureFormat {
 
 std::string value(double celsius, bool fahrenheit, bool precise) {
     const double number = fahrenheit ? celsius * 9.0 / 5.0 + 32.0 : celsius;
-    char buffer[64];
-    const int n = std::snprintf(buffer, sizeof buffer, precise ? "%.1f" : "%.0f", number);
-    return std::string(buffer, n > 0 ? static_cast<std::size_t>(n) : 0);
+    const char* format = precise ? "%.1f" : "%.0f";
+    // "%.0f" writes every integer digit, so a huge reading needs more than any fixed buffer.
+    const int n = std::snprintf(nullptr, 0, format, number);
+    if (n <= 0) {
+        return {};
+    }
+    std::string text(static_cast<std::size_t>(n), '\0');
+    std::snprintf(text.data(), text.size() + 1, format, number);
+    return text;
 }
 
 std::string display(double celsius, bool fahrenheit, bool precise) {

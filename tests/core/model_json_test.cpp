@@ -1,0 +1,356 @@
+#include "core/alert_rule.h"
+#include "core/control_source.h"
+#include "core/curve_point.h"
+#include "core/fan_profile.h"
+#include "core/fan_status.h"
+#include "core/json_support.h"
+#include "core/power_telemetry.h"
+#include "core/sensor.h"
+
+#include <cstdint>
+#include <gtest/gtest.h>
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+using Json = nlohmann::json;
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+
+// Through text and back, as a value is stored and loaded.
+template <class T>
+T roundTrip(const T& value) {
+    return json::parse(nlohmann::json(value).dump()).template get<T>();
+}
+
+// A value of another JSON kind than `value`, so a decoder that checks types must refuse it.
+Json otherKind(const Json& value) {
+    if (value.is_string()) {
+        return 1;
+    }
+    if (value.is_number()) {
+        return value.dump(); // 2 becomes "2"
+    }
+    if (value.is_boolean()) {
+        return value.get<bool>() ? 1 : 0;
+    }
+    if (value.is_array()) {
+        return Json::object();
+    }
+    return Json::array();
+}
+
+// Every key is required, null is never a value, and every key checks its type.
+template <class T>
+void expectStrictKeys(const Json& valid, const std::set<std::string>& keys) {
+    ASSERT_NO_THROW((void)valid.get<T>());
+    std::set<std::string> present;
+    for (auto it = valid.begin(); it != valid.end(); ++it) {
+        present.insert(it.key());
+    }
+    ASSERT_EQ(present, keys);
+    for (const auto& key : keys) {
+        Json missing = valid;
+        missing.erase(key);
+        EXPECT_THROW((void)missing.get<T>(), DecodeError) << "without " << key;
+        Json null = valid;
+        null[key] = nullptr;
+        EXPECT_THROW((void)null.get<T>(), DecodeError) << key << " null";
+        Json wrong = valid;
+        wrong[key] = otherKind(valid[key]);
+        EXPECT_THROW((void)wrong.get<T>(), DecodeError) << key << " as " << wrong[key].dump();
+    }
+    for (const Json& notObject : {Json(nullptr), Json::array(), Json("x"), Json(1)}) {
+        EXPECT_THROW((void)notObject.get<T>(), DecodeError) << notObject.dump();
+    }
+    Json extra = valid;
+    extra["unknownKey"] = {{"nested", {1, 2, 3}}};
+    EXPECT_EQ(extra.get<T>(), valid.get<T>());
+}
+
+template <class T>
+void expectRejected(const Json& valid, const std::string& key, const Json& bad) {
+    Json broken = valid;
+    broken[key] = bad;
+    EXPECT_THROW((void)broken.get<T>(), DecodeError) << key << ": " << bad.dump();
+}
+
+template <class T>
+std::set<std::string> encodedKeys(const T& value) {
+    std::set<std::string> keys;
+    const Json encoded = value;
+    for (auto it = encoded.begin(); it != encoded.end(); ++it) {
+        keys.insert(it.key());
+    }
+    return keys;
+}
+
+// Each listed Double field, made non-finite, must refuse to encode rather than turn into null.
+template <class T>
+void expectNonFiniteRefused(const T& valid, std::initializer_list<double T::*> fields) {
+    for (const auto field : fields) {
+        for (const double bad : {nan, inf, -inf}) {
+            T value = valid;
+            value.*field = bad;
+            EXPECT_THROW((void)Json(value), EncodeError);
+        }
+    }
+}
+
+const Json pointJson = json::parse(R"({"id":"6BA7B810-9DAD-11D1-80B4-00C04FD430C8",
+                                       "temperature":55.5,"rpmPercentage":0.35})");
+
+Json profileJson() {
+    return json::parse(R"({"id":"00000000-0000-0000-0000-0000000000AB","name":"Desk",
+        "mode":2,"constantTargetRPM":0,"targetSensorGroupID":"max",
+        "curvePoints":[{"id":"6BA7B810-9DAD-11D1-80B4-00C04FD430C8","temperature":40,"rpmPercentage":0},
+                       {"id":"6BA7B811-9DAD-11D1-80B4-00C04FD430C8","temperature":80,"rpmPercentage":1}]})");
+}
+
+const Json fanJson = json::parse(R"({"id":1,"currentRPM":2317.5,"minRPM":1200,"maxRPM":6550,
+                                     "targetRPM":2400,"isManaged":true})");
+
+const Json sensorJson = json::parse(R"({"id":"smc.Tp09","key":"Tp09","name":"CPU Performance Core 1",
+    "category":"cpu","currentTemp":61.25,"sensorClass":"temperature","unit":"°C"})");
+
+const Json ruleJson = json::parse(R"({"enabled":true,"thresholdCelsius":92.5,"autoBoost":false})");
+
+const Json powerJson = json::parse(R"({"source":"battery","systemWatts":14.2,"isCharging":false,
+                                       "isClamshell":true,"batteryWattHours":52.6})");
+
+TEST(ModelJson, EveryListedKeyIsRequiredAndTyped) {
+    expectStrictKeys<CurvePoint>(pointJson, {"id", "temperature", "rpmPercentage"});
+    expectStrictKeys<FanProfile>(
+        profileJson(), {"id", "name", "mode", "constantTargetRPM", "targetSensorGroupID", "curvePoints"});
+    expectStrictKeys<FanStatus>(fanJson, {"id", "currentRPM", "minRPM", "maxRPM", "targetRPM", "isManaged"});
+    expectStrictKeys<SMCSensor>(sensorJson,
+                                {"id", "key", "name", "category", "currentTemp", "sensorClass", "unit"});
+    expectStrictKeys<AlertRule>(ruleJson, {"enabled", "thresholdCelsius", "autoBoost"});
+    expectStrictKeys<PowerTelemetry>(
+        powerJson, {"source", "systemWatts", "isCharging", "isClamshell", "batteryWattHours"});
+}
+
+TEST(ModelJson, DecodesTheStoredForm) {
+    const auto point = pointJson.get<CurvePoint>();
+    EXPECT_EQ(point.id, Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8"));
+    EXPECT_EQ(point.temperature, 55.5);
+    EXPECT_EQ(point.rpmPercentage, 0.35);
+
+    const auto profile = profileJson().get<FanProfile>();
+    EXPECT_EQ(profile.name, "Desk");
+    EXPECT_EQ(profile.mode, ControlMode::adaptiveCurve);
+    ASSERT_EQ(profile.curvePoints.size(), 2U);
+    EXPECT_EQ(profile.curvePoints[1].temperature, 80.0);
+    EXPECT_EQ(profile.curvePoints[1].rpmPercentage, 1.0);
+
+    EXPECT_EQ(fanJson.get<FanStatus>(), (FanStatus{1, 2317.5, 1200, 6550, 2400, true, true}));
+    EXPECT_EQ(sensorJson.get<SMCSensor>(),
+              (SMCSensor{"smc.Tp09", "Tp09", "CPU Performance Core 1", SensorCategory::cpu, 61.25,
+                         SensorClass::temperature, "°C"}));
+    EXPECT_EQ(ruleJson.get<AlertRule>(), (AlertRule{true, 92.5, false}));
+    EXPECT_EQ(powerJson.get<PowerTelemetry>(),
+              (PowerTelemetry{PowerSource::battery, 14.2, false, true, 52.6}));
+}
+
+TEST(ModelJson, RejectsValuesOutsideTheirType) {
+    const Json profile = profileJson();
+    expectRejected<FanProfile>(profile, "mode", 3);
+    expectRejected<FanProfile>(profile, "mode", -1);
+    expectRejected<FanProfile>(profile, "mode", 1.5);
+    expectRejected<FanProfile>(profile, "mode", "adaptiveCurve");
+    expectRejected<FanProfile>(profile, "constantTargetRPM", 1.5);
+    expectRejected<FanProfile>(profile, "constantTargetRPM", true);
+    expectRejected<FanProfile>(profile, "constantTargetRPM", json::parse("9223372036854775808"));
+    expectRejected<FanProfile>(profile, "constantTargetRPM", 1e19);
+    expectRejected<FanProfile>(profile, "id", "00000000-0000-0000-0000-0000000000A");
+    expectRejected<FanProfile>(profile, "curvePoints", Json::array({1}));
+    expectRejected<FanProfile>(profile, "curvePoints", Json::array({Json::object()}));
+    expectRejected<FanProfile>(profile, "curvePoints", Json::object());
+    // One bad point fails the whole profile.
+    Json badPoint = profile;
+    badPoint["curvePoints"][1].erase("temperature");
+    EXPECT_THROW((void)badPoint.get<FanProfile>(), DecodeError);
+
+    expectRejected<CurvePoint>(pointJson, "temperature", "55.5");
+    expectRejected<CurvePoint>(pointJson, "rpmPercentage", false);
+
+    expectRejected<FanStatus>(fanJson, "isManaged", 1);
+    expectRejected<FanStatus>(fanJson, "isManaged", "true");
+    expectRejected<FanStatus>(fanJson, "id", 1.5);
+    expectRejected<FanStatus>(fanJson, "id", 2147483648LL);
+    expectRejected<FanStatus>(fanJson, "id", -2147483649LL);
+    expectRejected<FanStatus>(fanJson, "currentRPM", "2317.5");
+
+    expectRejected<SMCSensor>(sensorJson, "category", "CPU");
+    expectRejected<SMCSensor>(sensorJson, "category", "ane");
+    expectRejected<SMCSensor>(sensorJson, "category", 0);
+    expectRejected<SMCSensor>(sensorJson, "sensorClass", "heat");
+    expectRejected<SMCSensor>(sensorJson, "sensorClass", "Temperature");
+    expectRejected<SMCSensor>(sensorJson, "sensorClass", "");
+
+    expectRejected<PowerTelemetry>(powerJson, "source", "AC");
+    expectRejected<PowerTelemetry>(powerJson, "source", "mains");
+    expectRejected<PowerTelemetry>(powerJson, "isCharging", 0);
+
+    expectRejected<AlertRule>(ruleJson, "thresholdCelsius", "92.5");
+    expectRejected<AlertRule>(ruleJson, "autoBoost", "false");
+}
+
+TEST(ModelJson, IntegersAtTheEdgesOfTheirRange) {
+    Json profile = profileJson();
+    profile["constantTargetRPM"] = json::parse("9223372036854775807");
+    EXPECT_EQ(profile.get<FanProfile>().constantTargetRPM, std::numeric_limits<std::int64_t>::max());
+    profile["constantTargetRPM"] = json::parse("-9223372036854775808");
+    EXPECT_EQ(profile.get<FanProfile>().constantTargetRPM, std::numeric_limits<std::int64_t>::min());
+
+    Json fan = fanJson;
+    fan["id"] = 2147483647;
+    EXPECT_EQ(fan.get<FanStatus>().id, 2147483647);
+    fan["id"] = -2147483648LL;
+    EXPECT_EQ(fan.get<FanStatus>().id, -2147483648LL);
+}
+
+TEST(ModelJson, FanStatusLeavesOutWhetherTheReadingWasValid) {
+    const FanStatus stale{0, 1800, 1200, 5000, 1900, false, false};
+    const Json encoded = stale;
+    EXPECT_FALSE(encoded.contains("currentRPMValid"));
+    EXPECT_EQ(encodedKeys(stale),
+              (std::set<std::string>{"id", "currentRPM", "minRPM", "maxRPM", "targetRPM", "isManaged"}));
+
+    const FanStatus decoded = roundTrip(stale);
+    EXPECT_TRUE(decoded.currentRPMValid);
+    EXPECT_NE(decoded, stale); // equality includes the validity flag
+    FanStatus expected = stale;
+    expected.currentRPMValid = true;
+    EXPECT_EQ(decoded, expected);
+
+    // A stored flag is an unknown key and is ignored.
+    Json withFlag = fanJson;
+    withFlag["currentRPMValid"] = false;
+    EXPECT_TRUE(withFlag.get<FanStatus>().currentRPMValid);
+}
+
+TEST(ModelJson, EncodesTheListedKeysAndRawValues) {
+    const FanProfile profile{Uuid::fromLiteral("00000000-0000-0000-0000-0000000000ab"),
+                             "Desk",
+                             ControlMode::constantRPM,
+                             3200,
+                             "cpu",
+                             {}};
+    const Json encoded = profile;
+    EXPECT_EQ(encodedKeys(profile), (std::set<std::string>{"id", "name", "mode", "constantTargetRPM",
+                                                           "targetSensorGroupID", "curvePoints"}));
+    EXPECT_EQ(encoded["id"], "00000000-0000-0000-0000-0000000000AB");
+    EXPECT_EQ(encoded["mode"], 1);
+    EXPECT_TRUE(encoded["mode"].is_number_integer());
+    EXPECT_EQ(encoded["curvePoints"], Json::array());
+
+    EXPECT_EQ(Json(ControlMode::appleAuto), 0);
+    EXPECT_EQ(Json(ControlMode::adaptiveCurve), 2);
+    EXPECT_EQ(Json(FanPreset::auto_), "auto");
+    EXPECT_EQ(Json(SensorCategory::neuralEngine), "neuralEngine");
+    EXPECT_EQ(Json(SensorClass::other), "other");
+    EXPECT_EQ(Json(PowerSource::unknown), "unknown");
+    EXPECT_EQ(Json(ControlSource::cpuEfficiency), "cpuEfficiency");
+
+    EXPECT_EQ(encodedKeys(CurvePoint{}), (std::set<std::string>{"id", "temperature", "rpmPercentage"}));
+    EXPECT_EQ(encodedKeys(SMCSensor{}),
+              (std::set<std::string>{"id", "key", "name", "category", "currentTemp", "sensorClass", "unit"}));
+    EXPECT_EQ(encodedKeys(AlertRule{}), (std::set<std::string>{"enabled", "thresholdCelsius", "autoBoost"}));
+    EXPECT_EQ(encodedKeys(PowerTelemetry{}), (std::set<std::string>{"source", "systemWatts", "isCharging",
+                                                                    "isClamshell", "batteryWattHours"}));
+}
+
+TEST(ModelJson, RoundTripsGiveEqualValues) {
+    // Points are held as given, even outside the unit range.
+    const FanProfile curve{Uuid::random(),
+                           "Edge \"quoted\" ✓",
+                           ControlMode::adaptiveCurve,
+                           0,
+                           "max",
+                           {CurvePoint::make(-12.5, -0.2), CurvePoint::make(0.1 + 0.2, 1.7),
+                            CurvePoint::make(1e-300, 0.333333333333333315)}};
+    EXPECT_EQ(roundTrip(curve), curve);
+
+    const FanProfile flatOut{Uuid::random(), "", ControlMode::constantRPM, FanProfile::unlimitedRPM, "", {}};
+    EXPECT_EQ(nlohmann::json(flatOut)["constantTargetRPM"].dump(), "9223372036854775807");
+    EXPECT_EQ(roundTrip(flatOut).constantTargetRPM, 9223372036854775807LL);
+    EXPECT_EQ(roundTrip(flatOut), flatOut);
+
+    for (const auto& builtin : FanProfile::builtins()) {
+        EXPECT_EQ(roundTrip(builtin), builtin) << builtin.name;
+    }
+
+    // A point with a different identity makes a different curve.
+    FanProfile renumbered = curve;
+    renumbered.curvePoints[0].id = Uuid::random();
+    EXPECT_NE(renumbered, curve);
+
+    EXPECT_EQ(roundTrip(FanStatus{9, 0.0, -1.0, 1e6, 6553.5, true, true}),
+              (FanStatus{9, 0.0, -1.0, 1e6, 6553.5, true, true}));
+    const SMCSensor sensor{"hid.PMU tdie3",    "PMU tdie3", "PMU tdie3", SensorCategory::enclosure, -0.5,
+                           SensorClass::other, ""};
+    EXPECT_EQ(roundTrip(sensor), sensor);
+    EXPECT_EQ(roundTrip(AlertRule{false, -273.15, true}), (AlertRule{false, -273.15, true}));
+    for (const auto source : allCases<PowerSource>()) {
+        const PowerTelemetry power{source, 7.25, true, false, 0.0};
+        EXPECT_EQ(roundTrip(power), power);
+    }
+    for (const auto preset : allCases<FanPreset>()) {
+        EXPECT_EQ(roundTrip(preset), preset);
+    }
+    for (const auto category : allCases<SensorCategory>()) {
+        EXPECT_EQ(roundTrip(category), category);
+    }
+    for (const auto sensorClass : allCases<SensorClass>()) {
+        EXPECT_EQ(roundTrip(sensorClass), sensorClass);
+    }
+    for (const auto source : allCases<ControlSource>()) {
+        EXPECT_EQ(roundTrip(source), source);
+    }
+    for (const auto mode : {ControlMode::appleAuto, ControlMode::constantRPM, ControlMode::adaptiveCurve}) {
+        EXPECT_EQ(roundTrip(mode), mode);
+    }
+}
+
+TEST(ModelJson, UnknownRawValuesFail) {
+    EXPECT_THROW((void)Json(3).get<ControlMode>(), DecodeError);
+    EXPECT_THROW((void)Json("1").get<ControlMode>(), DecodeError);
+    EXPECT_THROW((void)Json("balanced").get<FanPreset>(), DecodeError);
+    EXPECT_THROW((void)Json("Quiet").get<FanPreset>(), DecodeError);
+    EXPECT_THROW((void)Json(0).get<FanPreset>(), DecodeError);
+    EXPECT_THROW((void)Json("heat").get<SensorClass>(), DecodeError);
+    EXPECT_THROW((void)Json("battery ").get<SensorCategory>(), DecodeError);
+    EXPECT_THROW((void)Json("fanSpeed").get<ControlSource>(), DecodeError);
+    EXPECT_THROW((void)Json(nullptr).get<PowerSource>(), DecodeError);
+}
+
+TEST(ModelJson, NonFiniteNumbersRefuseToEncode) {
+    expectNonFiniteRefused(CurvePoint{}, {&CurvePoint::temperature, &CurvePoint::rpmPercentage});
+    expectNonFiniteRefused(
+        FanStatus{}, {&FanStatus::currentRPM, &FanStatus::minRPM, &FanStatus::maxRPM, &FanStatus::targetRPM});
+    expectNonFiniteRefused(SMCSensor{}, {&SMCSensor::currentTemp});
+    expectNonFiniteRefused(AlertRule{}, {&AlertRule::thresholdCelsius});
+    expectNonFiniteRefused(PowerTelemetry{},
+                           {&PowerTelemetry::systemWatts, &PowerTelemetry::batteryWattHours});
+
+    FanProfile profile = FanProfile::halvorenStandard();
+    profile.curvePoints[2].rpmPercentage = nan;
+    EXPECT_THROW((void)Json(profile), EncodeError);
+}
+
+TEST(ModelJson, MalformedTextIsADecodeError) {
+    for (const char* text : {"", "{", R"({"a":1,})", "{} x", "NaN", R"({"a":1e400})"}) {
+        EXPECT_THROW((void)json::parse(text), DecodeError) << text;
+    }
+    EXPECT_EQ(json::parse(R"({"a":[1,2]})")["a"][1], 2);
+}
+
+} // namespace
+} // namespace halvoren

@@ -1,0 +1,66 @@
+#include "core/temperature_format.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+
+namespace halvoren {
+namespace {
+
+using TemperatureFormat::display;
+using TemperatureFormat::value;
+
+TEST(TemperatureFormat, ShowsCelsiusOrFahrenheitWholeOrToATenth) {
+    EXPECT_EQ(display(71.4, false, false), "71°C");
+    EXPECT_EQ(display(71.4, false, true), "71.4°C");
+    EXPECT_EQ(display(71.4, true, false), "161°F");
+    EXPECT_EQ(display(71.4, true, true), "160.5°F");
+
+    EXPECT_EQ(value(71.4, false, false), "71");
+    EXPECT_EQ(value(71.4, true, true), "160.5");
+    EXPECT_EQ(value(100, true, false), "212");
+    EXPECT_EQ(value(37, true, true), "98.6");
+    EXPECT_EQ(display(-40, true, false), "-40°F");
+    EXPECT_EQ(display(0, false, true), "0.0°C");
+    EXPECT_EQ(display(105.96, false, true), "106.0°C");
+}
+
+TEST(TemperatureFormat, RoundsAsTheCFormatDoes) {
+    // Exact binary halves go to the even neighbour; others to the nearer one.
+    EXPECT_EQ(value(21.5, false, false), "22");
+    EXPECT_EQ(value(22.5, false, false), "22");
+    EXPECT_EQ(value(0.5, false, false), "0");
+    EXPECT_EQ(value(1.5, false, false), "2");
+    EXPECT_EQ(value(49.5000001, false, false), "50");
+    EXPECT_EQ(value(0.25, false, true), "0.2");
+    EXPECT_EQ(value(0.75, false, true), "0.8");
+    EXPECT_EQ(value(0.35, false, true), "0.3"); // 0.35 is stored just below
+    EXPECT_EQ(value(0.45, false, true), "0.5"); // and 0.45 just above
+
+    // The sign of a value that rounds to zero stays.
+    EXPECT_EQ(value(-0.4, false, false), "-0");
+    EXPECT_EQ(value(-0.0, false, false), "-0");
+    EXPECT_EQ(value(-0.04, false, true), "-0.0");
+    EXPECT_EQ(display(-17.9, true, false), "-0°F");
+}
+
+TEST(TemperatureFormat, ConvertsInTheStatedOrder) {
+    // c × 9 / 5 + 32 and c × 1.8 + 32 differ in the last bit, which decides these halves.
+    EXPECT_EQ(value(22.25, true, true), "72.0");
+    EXPECT_EQ(value(72.75, true, true), "162.9");
+    EXPECT_EQ(value(-49.25, true, true), "-56.7");
+}
+
+TEST(TemperatureFormat, ExtremeValuesAreFormattedWhole) {
+    const std::string huge = value(1e300, false, false);
+    EXPECT_EQ(huge.size(), 301U);
+    EXPECT_EQ(huge.substr(0, 4), "1000");
+    EXPECT_EQ(value(-1e300, true, true).size(), 304U); // "-1799...99" plus ".0"
+    EXPECT_EQ(display(-1e300, false, true).substr(0, 3), "-10");
+    EXPECT_EQ(display(-1e300, false, true).substr(304), "°C");
+    EXPECT_EQ(value(std::numeric_limits<double>::infinity(), false, false), "inf");
+    EXPECT_EQ(display(-std::numeric_limits<double>::infinity(), true, true), "-inf°F");
+}
+
+} // namespace
+} // namespace halvoren
