@@ -6,7 +6,8 @@
 
 namespace halvoren {
 
-// The machine's own controller: IOKit on macOS, applesmc on Linux. Throws SMCError.
+// This machine's controller: IOKit on macOS, applesmc on Linux. Throws SMCError when it
+// cannot be opened (serviceNotFound, openFailed).
 std::unique_ptr<SMCTransport> openSystemTransport();
 
 } // namespace halvoren

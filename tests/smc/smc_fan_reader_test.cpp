@@ -1,0 +1,97 @@
+#include "counting_transport.h"
+#include "smc/smc_fan_reader.h"
+
+#include <gtest/gtest.h>
+#include <memory>
+
+namespace halvoren {
+namespace {
+
+using Kind = SMCDataType::Kind;
+
+struct Fixture {
+    FakeBridge shared = makeFakeBridge();
+    CountingTransport* fake = shared.fake;
+    SMCFanReader reader{shared.bridge};
+
+    // One fan as the controller reports it.
+    void addFan(int i, double current, double min, double max, double target, double mode) {
+        const std::string n = std::to_string(i);
+        fake->setValue("F" + n + "Ac", Kind::fpe2, current);
+        fake->setValue("F" + n + "Mn", Kind::fpe2, min);
+        fake->setValue("F" + n + "Mx", Kind::fpe2, max);
+        fake->setValue("F" + n + "Tg", Kind::fpe2, target);
+        fake->setValue("F" + n + "Md", Kind::ui8, mode);
+    }
+};
+
+TEST(SMCFanReader, FanCountClampsOrProbesEveryIndex) {
+    Fixture f;
+    EXPECT_EQ(f.reader.fanCount(), 0);
+
+    f.fake->setValue("F0Ac", Kind::fpe2, 1200.0);
+    f.fake->setValue("F2Ac", Kind::fpe2, 1300.0);
+    f.fake->resetCounts();
+    // Without "FNum" all ten indices are probed; the gap at 1 does not stop the probe.
+    EXPECT_EQ(f.reader.fanCount(), 3);
+    EXPECT_EQ(f.fake->calls(SMCCommand::keyInformation), 1 + 10);
+
+    // Key information is cached for good, so each kind of "FNum" gets a bridge of its own.
+    const auto countWith = [](std::uint32_t type, std::uint32_t size, std::vector<std::uint8_t> bytes) {
+        Fixture g;
+        g.fake->setValue("F0Ac", Kind::fpe2, 1200.0);
+        g.fake->setValue("F2Ac", Kind::fpe2, 1300.0);
+        g.fake->setRaw("FNum", type, size, std::move(bytes));
+        return g.reader.fanCount();
+    };
+    EXPECT_EQ(countWith(SMCDataType::ui8Code, 1, {12}), 10);
+    EXPECT_EQ(countWith(SMCDataType::ui8Code, 1, {2}), 2);
+    // A count the controller gives is believed, even 0 with fan keys present.
+    EXPECT_EQ(countWith(SMCDataType::ui8Code, 1, {0}), 0);
+    EXPECT_EQ(countWith(SMCDataType::fltCode, 4, {0x00, 0x00, 0x80, 0xBF}), 0); // -1.0
+    EXPECT_EQ(countWith(SMCDataType::fltCode, 4, {0x00, 0x00, 0x20, 0x40}), 2); // 2.5
+    // A count that cannot be decoded counts as a failed read.
+    EXPECT_EQ(countWith(SMCDataType::ui8Code, 0, {}), 3);
+
+    f.fake->failEveryCall(-1);
+    EXPECT_EQ(f.reader.fanCount(), 3); // key information is cached from the probe before
+}
+
+TEST(SMCFanReader, StatusFallsBackFieldByField) {
+    Fixture f;
+    f.addFan(0, 1800.0, 1200.0, 5700.0, 2000.0, 1.0);
+    EXPECT_EQ(f.reader.status(0), (FanStatus{0, 1800.0, 1200.0, 5700.0, 2000.0, true, true}));
+
+    f.fake->setResult("F0Tg", SMCCommand::readValue, SMCResult::notReadable);
+    f.fake->failCall("F0Md", SMCCommand::readValue, 7);
+    EXPECT_EQ(f.reader.status(0), (FanStatus{0, 1800.0, 1200.0, 5700.0, 1800.0, false, true}));
+
+    f.fake->failCall("F0Ac", SMCCommand::readValue, 7);
+    f.fake->setResult("F0Mx", SMCCommand::readValue, 0x01);
+    EXPECT_EQ(f.reader.status(0), (FanStatus{0, 0.0, 1200.0, 0.0, 0.0, false, false}));
+
+    // A fan that is all missing is still listed, flagged by its speed.
+    f.fake->setValue("FNum", Kind::ui8, 2);
+    const auto fans = f.reader.allFans();
+    ASSERT_EQ(fans.size(), 2u);
+    EXPECT_EQ(fans[0].targetRPM, 0.0);
+    EXPECT_EQ(fans[1], (FanStatus{1, 0.0, 0.0, 0.0, 0.0, false, false}));
+    EXPECT_DEATH(f.reader.status(10), "fan index 10");
+}
+
+TEST(SMCFanReader, WarmReadOfAllFansCostsOneExchangePerKey) {
+    Fixture f;
+    f.fake->setValue("FNum", Kind::ui8, 2);
+    f.addFan(0, 1800.0, 1200.0, 5700.0, 2000.0, 0.0);
+    f.addFan(1, 1900.0, 1300.0, 6000.0, 1900.0, 3.0);
+    const auto cold = f.reader.allFans();
+    f.fake->resetCounts();
+    EXPECT_EQ(f.reader.allFans(), cold);
+    EXPECT_EQ(f.fake->totalCalls(), 1 + 2 * 5);
+    EXPECT_EQ(f.fake->calls(SMCCommand::keyInformation), 0);
+    EXPECT_FALSE(cold[0].isManaged);
+    EXPECT_TRUE(cold[1].isManaged);
+}
+
+} // namespace
+} // namespace halvoren
