@@ -40,3 +40,11 @@ function(halvoren_test_suite name dir)
   target_link_libraries(${name} PRIVATE halvoren_options GTest::gmock GTest::gtest_main ${ARGN})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
 endfunction()
+
+# Fakes shared by several test suites, included as "fakes/...".
+function(halvoren_test_fakes name dir)
+  file(GLOB _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
+  add_library(${name} STATIC ${_srcs})
+  target_include_directories(${name} PUBLIC "${dir}/..")
+  target_link_libraries(${name} PUBLIC halvoren_options ${ARGN})
+endfunction()

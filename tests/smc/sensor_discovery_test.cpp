@@ -1,5 +1,5 @@
 #include "core/four_cc.h"
-#include "counting_transport.h"
+#include "fakes/counting_transport.h"
 #include "smc/sensor_discovery.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "counting_transport.h"
+#include "fakes/counting_transport.h"
 #include "smc/smc_fan_reader.h"
 
 #include <gtest/gtest.h>

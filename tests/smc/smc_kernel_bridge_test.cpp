@@ -1,5 +1,5 @@
 #include "core/four_cc.h"
-#include "counting_transport.h"
+#include "fakes/counting_transport.h"
 #include "smc/smc_kernel_bridge.h"
 #include "smc_test_support.h"
 

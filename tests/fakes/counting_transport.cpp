@@ -1,4 +1,4 @@
-#include "counting_transport.h"
+#include "fakes/counting_transport.h"
 
 #include "core/four_cc.h"
 #include "core/smc_data_codec.h"

@@ -1,0 +1,175 @@
+#include "core/fan_key.h"
+#include "engine/sensor_poller.h"
+#include "fakes/counting_transport.h"
+#include "platform/clock.h"
+#include "smc/hid_sensor_source.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <gtest/gtest.h>
+#include <qcoro/qcorotask.h>
+
+namespace halvoren {
+namespace {
+
+using Flt = SMCDataType::Kind;
+
+// A two-fan machine with two temperatures and one power key.
+FakeBridge twoFanMachine() {
+    auto machine = makeFakeBridge();
+    machine.fake->setValue("TC0P", Flt::sp78, 50.0);
+    machine.fake->setValue("PSTR", Flt::flt, 12.5);
+    machine.fake->setValue("Tg0f", Flt::flt, 44.0);
+    machine.fake->setValue("FNum", Flt::ui8, 2);
+    for (int fan = 0; fan < 2; ++fan) {
+        machine.fake->setValue(FanKey::current(fan), Flt::flt, 1800 + fan);
+        machine.fake->setValue(FanKey::minimum(fan), Flt::flt, 1200);
+        machine.fake->setValue(FanKey::maximum(fan), Flt::flt, 5800);
+        machine.fake->setValue(FanKey::target(fan), Flt::flt, 1800);
+        machine.fake->setValue(FanKey::mode(fan), Flt::ui8, 0);
+    }
+    return machine;
+}
+
+struct HIDProbe {
+    int made = 0;
+    std::vector<std::pair<std::string, double>> readings{{"PMU tdie3", 48.0}, {"PMU tdie3", 52.0}};
+
+    SensorPoller::HIDSourceFactory factory() {
+        return [this] {
+            ++made;
+            return std::make_unique<HIDSensorSource>([this] { return readings; });
+        };
+    }
+};
+
+TEST(SensorPoller, WithoutABridgeEveryPollIsEmptyAndNoHIDSourceIsMade) {
+    ManualClock clock;
+    HIDProbe hid;
+    SensorPoller poller(nullptr, clock, hid.factory());
+    for (int i = 0; i < 3; ++i) {
+        const auto snapshot = poller.pollNow();
+        EXPECT_TRUE(snapshot.temperatures.empty());
+        EXPECT_TRUE(snapshot.allSensors.empty());
+        EXPECT_TRUE(snapshot.fans.empty());
+        EXPECT_FALSE(snapshot.smcAvailable);
+        EXPECT_FALSE(snapshot.sensorsRefreshed);
+        clock.advance(1.0);
+    }
+    EXPECT_EQ(hid.made, 0);
+}
+
+TEST(SensorPoller, SweepsAtMostOncePerSecondWhileFansAreReadEveryPoll) {
+    ManualClock clock;
+    HIDProbe hid;
+    auto machine = twoFanMachine();
+    SensorPoller poller(machine.bridge, clock, hid.factory());
+
+    const auto first = poller.pollNow();
+    EXPECT_TRUE(first.smcAvailable);
+    EXPECT_TRUE(first.sensorsRefreshed);
+    ASSERT_EQ(first.temperatures.size(), 2U);
+    EXPECT_EQ(first.temperatures[0].key, "TC0P");
+    EXPECT_EQ(first.temperatures[1].key, "Tg0f");
+    // Controller sensors of every class in index order (fan speeds included), then the HID
+    // ones (the median of the two readings).
+    ASSERT_EQ(first.allSensors.size(), 6U);
+    EXPECT_EQ(first.allSensors[1].key, "PSTR");
+    EXPECT_EQ(first.allSensors[3].key, "F0Ac");
+    EXPECT_EQ(first.allSensors[5].key, "hid:PMU tdie3");
+    EXPECT_EQ(first.allSensors[5].name, "Die Sensor 3");
+    EXPECT_DOUBLE_EQ(first.allSensors[5].currentTemp, 50.0);
+    ASSERT_EQ(first.fans.size(), 2U);
+    EXPECT_DOUBLE_EQ(first.fans[1].currentRPM, 1801.0);
+
+    // Half a second later: no sweep, the old sensor values, but the fans read anew.
+    machine.fake->setValue("TC0P", Flt::sp78, 60.0);
+    machine.fake->setValue(FanKey::current(0), Flt::flt, 2500);
+    clock.advance(0.5);
+    machine.fake->resetCounts();
+    const auto second = poller.pollNow();
+    EXPECT_FALSE(second.sensorsRefreshed);
+    EXPECT_EQ(second.temperatures, first.temperatures);
+    EXPECT_EQ(second.allSensors, first.allSensors);
+    EXPECT_DOUBLE_EQ(second.fans[0].currentRPM, 2500.0);
+    // Between sweeps a poll costs the fan count plus five reads per fan, all with cached key information.
+    EXPECT_EQ(machine.fake->totalCalls(), 1 + 5 * 2);
+    EXPECT_EQ(machine.fake->calls(SMCCommand::keyInformation), 0);
+
+    // Exactly one second after the last sweep is due again.
+    clock.advance(0.5);
+    const auto third = poller.pollNow();
+    EXPECT_TRUE(third.sensorsRefreshed);
+    EXPECT_DOUBLE_EQ(third.temperatures[0].currentTemp, 60.0);
+    EXPECT_EQ(hid.made, 1); // made once, on first use
+}
+
+TEST(SensorPoller, DiscoveryRepeatsUntilItYieldsSomething) {
+    ManualClock clock;
+    HIDProbe hid;
+    auto machine = twoFanMachine();
+    machine.fake->failEveryCall(-536870212);
+    SensorPoller poller(machine.bridge, clock, hid.factory());
+
+    const auto failed = poller.pollNow();
+    EXPECT_TRUE(failed.smcAvailable);
+    EXPECT_TRUE(failed.temperatures.empty());
+    EXPECT_TRUE(failed.fans.empty());
+
+    // The controller answers again before the next sweep is due: discovery runs on this
+    // poll anyway, and its values wait for the next sweep.
+    machine.fake->clearFailures();
+    clock.advance(0.2);
+    const auto recovered = poller.pollNow();
+    EXPECT_FALSE(recovered.sensorsRefreshed);
+    EXPECT_EQ(recovered.fans.size(), 2U);
+    clock.advance(0.8);
+    EXPECT_EQ(poller.pollNow().temperatures.size(), 2U);
+
+    // Once something was discovered, the walk is never repeated.
+    machine.fake->resetCounts();
+    clock.advance(1.0);
+    poller.pollNow();
+    EXPECT_EQ(machine.fake->calls(SMCCommand::keyByIndex), 0);
+}
+
+TEST(SensorPoller, WarmUpDiscoversAheadOfTheFirstPoll) {
+    ManualClock clock;
+    HIDProbe hid;
+    auto machine = twoFanMachine();
+    SensorPoller poller(machine.bridge, clock, hid.factory());
+    poller.warmUpNow();
+    machine.fake->resetCounts();
+    const auto snapshot = poller.pollNow();
+    EXPECT_EQ(snapshot.temperatures.size(), 2U);
+    EXPECT_EQ(machine.fake->calls(SMCCommand::keyByIndex), 0);
+}
+
+TEST(SensorPoller, SnapshotRunsOnTheWorkerAndReturnsToTheCaller) {
+    int argc = 0;
+    QCoreApplication app(argc, nullptr);
+    ManualClock clock;
+    HIDProbe hid;
+    auto machine = twoFanMachine();
+    SensorPoller poller(machine.bridge, clock, hid.factory());
+
+    SensorPoller::Snapshot result;
+    bool done = false;
+    auto run = [&]() -> QCoro::Task<> {
+        co_await poller.warmUp();
+        result = co_await poller.snapshot();
+        done = true;
+        QCoreApplication::quit();
+    };
+    auto task = run();
+    QTimer::singleShot(5000, &app, &QCoreApplication::quit);
+    if (!done) {
+        QCoreApplication::exec();
+    }
+    ASSERT_TRUE(done);
+    EXPECT_TRUE(result.sensorsRefreshed);
+    EXPECT_EQ(result.fans.size(), 2U);
+}
+
+} // namespace
+} // namespace halvoren
