@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/device_sensor_map.h"
 #include "core/smc_data_type.h"
 #include "sim/thermal_model.h"
 
@@ -67,10 +68,7 @@ struct ProfileKey {
 // A real model's controller, as far as the simulator needs it: its keys in index order and the
 // thermal model behind them. Loaded from JSON (see data/machines/README.md).
 struct MachineProfile {
-    struct CoreCounts {
-        int performance = 0;
-        int efficiency = 0;
-    };
+    using CoreCounts = DeviceSensorMap::CoreCounts;
 
     std::string name;
     std::string description;

@@ -1,0 +1,140 @@
+#include "platform/clock.h"
+#include "probe/probe_options.h"
+#include "probe/probe_report.h"
+#include "probe/probe_source.h"
+#include "sim/load_scenario.h"
+#include "sim/machine_profile.h"
+#include "sim/simulated_mac.h"
+#include "sim/simulated_smc_transport.h"
+#include "smc/smc_socket_server.h"
+
+#include <QProcess>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace halvoren::probe {
+namespace {
+
+TEST(ProbeOptions, SourcesAndFlags) {
+    auto parsed = parseOptions({});
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->source, Options::Source::system);
+
+    parsed = parseOptions({"--simulate", "--json"});
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->source, Options::Source::simulated);
+    EXPECT_EQ(parsed.options->profile, "apple-silicon-laptop-2fan");
+    EXPECT_TRUE(parsed.options->json);
+
+    parsed = parseOptions({"--simulate=intel-laptop"});
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->profile, "intel-laptop");
+
+    parsed = parseOptions({"--smc-socket", "/tmp/x.sock"});
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->smcSocket, "/tmp/x.sock");
+    parsed = parseOptions({"--smc-socket=/tmp/y.sock"});
+    ASSERT_TRUE(parsed.options);
+    EXPECT_EQ(parsed.options->smcSocket, "/tmp/y.sock");
+}
+
+TEST(ProbeOptions, MistakesAreNamed) {
+    EXPECT_EQ(parseOptions({"--smc-socket"}).error, "--smc-socket needs a path");
+    EXPECT_EQ(parseOptions({"--smc-socket="}).error, "--smc-socket needs a path");
+    EXPECT_EQ(parseOptions({"--simulate="}).error, "--simulate= needs a profile name or file");
+    EXPECT_EQ(parseOptions({"--simulate", "--smc-socket", "p"}).error,
+              "choose one of --simulate and --smc-socket");
+    EXPECT_EQ(parseOptions({"--frobnicate"}).error, "unknown argument: --frobnicate");
+}
+
+TEST(ProbeSource, ReadsEverySimulatedProfile) {
+    for (const auto& name : MachineProfile::builtInNames()) {
+        Options options;
+        options.source = Options::Source::simulated;
+        options.profile = name;
+        const auto result = runProbe(options);
+        ASSERT_TRUE(std::holds_alternative<Report>(result)) << name;
+        const auto& report = std::get<Report>(result);
+        EXPECT_NE(report.source.find(name), std::string::npos);
+        EXPECT_FALSE(report.sensors.empty()) << name;
+        const bool fanless = name.find("fanless") != std::string::npos;
+        EXPECT_EQ(report.fans.empty(), fanless) << name;
+        for (const auto& fan : report.fans) {
+            EXPECT_LT(fan.minRPM, fan.maxRPM) << name;
+        }
+    }
+}
+
+TEST(ProbeSource, UnknownProfilesAndMissingSocketsFailWithAReason) {
+    Options options;
+    options.source = Options::Source::simulated;
+    options.profile = "no-such-machine";
+    auto result = runProbe(options);
+    ASSERT_TRUE(std::holds_alternative<ProbeFailure>(result));
+    EXPECT_NE(std::get<ProbeFailure>(result).message.find("apple-silicon-laptop-2fan"), std::string::npos);
+
+    QTemporaryDir dir;
+    options.source = Options::Source::socket;
+    options.smcSocket = dir.filePath("absent.sock").toStdString();
+    result = runProbe(options);
+    ASSERT_TRUE(std::holds_alternative<ProbeFailure>(result));
+    EXPECT_NE(std::get<ProbeFailure>(result).message.find("openFailed"), std::string::npos);
+}
+
+TEST(ProbeSource, ReadsASimulatorServedOverItsSocket) {
+    ManualClock clock;
+    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-desktop-1fan"), clock,
+                                              7, idleLoad());
+    SimulatedSMCTransport backend(mac);
+    QTemporaryDir dir;
+    SMCSocketServer server(backend, dir.filePath("smc.sock").toStdString());
+    server.start();
+
+    Options options;
+    options.source = Options::Source::socket;
+    options.smcSocket = server.path();
+    const auto result = runProbe(options);
+    ASSERT_TRUE(std::holds_alternative<Report>(result));
+    const auto& report = std::get<Report>(result);
+    EXPECT_EQ(report.fans.size(), 1U);
+    EXPECT_FALSE(report.sensors.empty());
+}
+
+TEST(ProbeReport, TextAndJsonForms) {
+    Report report;
+    report.source = "test";
+    report.sensors.push_back(
+        SMCSensor{"TC0P", "TC0P", "CPU P", SensorCategory::cpu, 45.25, SensorClass::temperature, "°C"});
+    report.fans.push_back(FanStatus{0, 0.0, 1200, 5800, 1500, true, false});
+
+    const std::string text = formatText(report);
+    EXPECT_NE(text.find("Sensors (1)"), std::string::npos);
+    EXPECT_NE(text.find("TC0P  CPU P"), std::string::npos);
+    EXPECT_NE(text.find("45.25  °C"), std::string::npos);
+    EXPECT_NE(text.find("unreadable"), std::string::npos); // an invalid speed read is not shown as 0 RPM
+    EXPECT_NE(text.find("yes"), std::string::npos);
+
+    const auto document = nlohmann::json::parse(formatJson(report));
+    EXPECT_EQ(document["source"], "test");
+    EXPECT_EQ(document["sensors"][0]["name"], "CPU P");
+    EXPECT_EQ(document["fans"][0]["currentRPMValid"], false);
+    EXPECT_EQ(document["fans"][0]["isManaged"], true);
+}
+
+TEST(ProbeProgram, PrintsJsonAndRejectsBadArguments) {
+    QProcess probe;
+    probe.start(QStringLiteral(HALVOREN_PROBE_BINARY), {"--simulate=intel-laptop", "--json"});
+    ASSERT_TRUE(probe.waitForFinished(20000));
+    EXPECT_EQ(probe.exitCode(), 0);
+    const auto document = nlohmann::json::parse(probe.readAllStandardOutput().toStdString());
+    EXPECT_EQ(document["fans"].size(), 2U);
+
+    probe.start(QStringLiteral(HALVOREN_PROBE_BINARY), {"--nonsense"});
+    ASSERT_TRUE(probe.waitForFinished(20000));
+    EXPECT_EQ(probe.exitCode(), 64);
+    EXPECT_TRUE(probe.readAllStandardError().contains("unknown argument: --nonsense"));
+}
+
+} // namespace
+} // namespace halvoren::probe
