@@ -101,7 +101,9 @@ std::vector<HIDSensorReading> HIDSensorSource::readAll() const {
 
 // Linux defines the platform backend under linux/. Elsewhere there is none yet; the macOS
 // event-system client takes this definition's place from a macos/ file.
-#if !defined(__linux__)
+// Linux reads hwmon (linux/hwmon_temperatures.cpp), macOS the HID event system
+// (macos/hid_event_system.cpp); elsewhere there is nothing to read.
+#if !defined(__linux__) && !defined(__APPLE__)
 HIDSensorSource::Backend platformHIDBackend() {
     return {};
 }
