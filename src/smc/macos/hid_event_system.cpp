@@ -4,14 +4,15 @@
 #include "smc/hid_sensor_source.h"
 
 #include <CoreFoundation/CoreFoundation.h>
-#include <IOKit/hidsystem/IOHIDEventSystemClient.h>
 #include <memory>
 
+// Declared here rather than taken from the SDK headers, whose signatures vary by release.
 extern "C" {
+using IOHIDEventSystemClientRef = struct __IOHIDEventSystemClient*;
 using IOHIDEventRef = struct __IOHIDEvent*;
 using IOHIDServiceClientRef = struct __IOHIDServiceClient*;
 IOHIDEventSystemClientRef IOHIDEventSystemClientCreate(CFAllocatorRef allocator);
-int IOHIDEventSystemClientSetMatching(IOHIDEventSystemClientRef client, CFDictionaryRef matching);
+void IOHIDEventSystemClientSetMatching(IOHIDEventSystemClientRef client, CFDictionaryRef matching);
 CFArrayRef IOHIDEventSystemClientCopyServices(IOHIDEventSystemClientRef client);
 CFTypeRef IOHIDServiceClientCopyProperty(IOHIDServiceClientRef service, CFStringRef property);
 IOHIDEventRef IOHIDServiceClientCopyEvent(IOHIDServiceClientRef service, int64_t type, int32_t options,
