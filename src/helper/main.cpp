@@ -106,8 +106,7 @@ int run(const HelperOptions& options) {
         if (!writer) {
             quit("no fan this helper can drive under " + options.sysfsRoot +
                  ": neither an applesmc device nor a hwmon device with a writable pwmN_enable and a "
-                 "fanN_target "
-                 "(--simulate drives a simulated Mac instead)");
+                 "fanN_target (--simulate drives a simulated Mac instead)");
         }
         installCrashHandBack(writer->handBackFiles());
     }
