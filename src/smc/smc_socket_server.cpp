@@ -36,32 +36,6 @@ void putLittleEndian(std::uint8_t* bytes, std::int32_t value) {
     }
 }
 
-// A socket file left behind by a server that is gone is removed; a live one is not ours
-// to take, and neither is a file of another kind.
-void clearStaleSocket(const std::string& path, const sockaddr_un& address) {
-    struct stat info {};
-    if (::lstat(path.c_str(), &info) < 0) {
-        if (errno == ENOENT) {
-            return;
-        }
-        fail(errno, "cannot inspect the socket path");
-    }
-    if (!S_ISSOCK(info.st_mode)) {
-        fail(EEXIST, "the socket path holds another kind of file");
-    }
-    FileDescriptor probe = UnixSocket::streamSocket();
-    if (!probe.valid()) {
-        fail(errno, "cannot create a socket");
-    }
-    if (::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
-        errno != ECONNREFUSED) {
-        fail(EADDRINUSE, "another server listens on the socket path");
-    }
-    if (::unlink(path.c_str()) < 0 && errno != ENOENT) {
-        fail(errno, "cannot remove the stale socket file");
-    }
-}
-
 struct Client {
     FileDescriptor fd;
     std::array<std::uint8_t, SMCSocketWire::requestSize> request{};
@@ -155,7 +129,7 @@ void SMCSocketServer::start() {
     if (!UnixSocket::makeAddress(path_, address)) {
         fail(ENAMETOOLONG, "the socket path is too long");
     }
-    clearStaleSocket(path_, address);
+    UnixSocket::clearStaleSocket(path_, address);
 
     FileDescriptor listener = UnixSocket::streamSocket();
     if (!listener.valid()) {

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace halvoren::UnixSocket {
@@ -53,6 +55,10 @@ int waitFor(int fd, short events, Deadline deadline) {
     }
 }
 
+[[noreturn]] void fail(int error, const char* what) {
+    throw std::system_error(error, std::generic_category(), what);
+}
+
 } // namespace
 
 void FileDescriptor::reset(int fd) {
@@ -80,6 +86,30 @@ FileDescriptor streamSocket() {
         errno = error;
     }
     return fd;
+}
+
+void clearStaleSocket(const std::string& path, const sockaddr_un& address) {
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) < 0) {
+        if (errno == ENOENT) {
+            return;
+        }
+        fail(errno, "cannot inspect the socket path");
+    }
+    if (!S_ISSOCK(info.st_mode)) {
+        fail(EEXIST, "the socket path holds another kind of file");
+    }
+    FileDescriptor probe = streamSocket();
+    if (!probe.valid()) {
+        fail(errno, "cannot create a socket");
+    }
+    if (::connect(probe.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ||
+        errno != ECONNREFUSED) {
+        fail(EADDRINUSE, "another server listens on the socket path");
+    }
+    if (::unlink(path.c_str()) < 0 && errno != ENOENT) {
+        fail(errno, "cannot remove the stale socket file");
+    }
 }
 
 bool prepareAccepted(int fd) {

@@ -49,6 +49,11 @@ bool makeAddress(const std::string& path, sockaddr_un& address);
 // MSG_NOSIGNAL set never to raise SIGPIPE. Returns an invalid descriptor and leaves errno.
 FileDescriptor streamSocket();
 
+// Removes a socket file at `path` that nobody listens on any more, so that a new server can
+// bind there. A live server's socket is not ours to take, and neither is a file of another
+// kind: both throw std::system_error (EADDRINUSE, EEXIST), as does any other failure.
+void clearStaleSocket(const std::string& path, const sockaddr_un& address);
+
 // Makes an accepted descriptor like one from streamSocket. False with errno on failure.
 bool prepareAccepted(int fd);
 

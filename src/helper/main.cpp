@@ -1,0 +1,169 @@
+// halvoren-helper: the privileged fan-control daemon. See README.md, "The fan-control helper".
+
+#include "core/helper_constants.h"
+#include "helper/hardware_fan_writer.h"
+#include "helper/helper_daemon.h"
+#include "helper/helper_log.h"
+#include "helper/helper_options.h"
+#include "helper/process_signals.h"
+#include "helper/smc_fan_writer.h"
+#include "platform/timer_source.h"
+#include "sim/load_scenario.h"
+#include "sim/machine_profile.h"
+#include "sim/simulated_mac.h"
+#include "sim/simulated_smc_transport.h"
+#include "smc/smc_error.h"
+#include "smc/smc_socket_server.h"
+#include "smc/socket_smc_transport.h"
+
+#include <QCoreApplication>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace halvoren {
+namespace {
+
+// Why the daemon cannot run; main prints it and exits with status 1 after everything made so
+// far is torn down.
+class StartupError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+[[noreturn]] void quit(const std::string& message) {
+    throw StartupError(message);
+}
+
+// Makes the directory a socket goes into; one that exists is left as it is. Other users need
+// to pass through it when they are allowed to connect.
+void makeSocketDirectory(const std::string& socketPath, mode_t socketMode) {
+    const std::filesystem::path directory = std::filesystem::path(socketPath).parent_path();
+    if (directory.empty() || std::filesystem::exists(directory)) {
+        return;
+    }
+    std::error_code error;
+    std::filesystem::create_directories(directory.parent_path(), error);
+    const mode_t mode = (socketMode & S_IWOTH) != 0 ? 0755 : 0700;
+    if (::mkdir(directory.c_str(), mode) < 0 && errno != EEXIST) {
+        quit("cannot create " + directory.string() + ": " + std::strerror(errno));
+    }
+}
+
+MachineProfile simulatedProfile(const std::string& name) {
+    if (auto profile = MachineProfile::builtIn(name)) {
+        return *profile;
+    }
+    if (std::filesystem::exists(name)) {
+        try {
+            return MachineProfile::load(name);
+        } catch (const ProfileError& error) {
+            quit(error.what());
+        }
+    }
+    std::string names;
+    for (const auto& builtIn : MachineProfile::builtInNames()) {
+        names += (names.empty() ? "" : ", ") + builtIn;
+    }
+    quit("no machine profile \"" + name + "\"; built in: " + names);
+}
+
+int run(const HelperOptions& options) {
+    // The simulated Mac, when hosted here, and its controller's socket outlive the daemon.
+    std::shared_ptr<SimulatedMac> mac;
+    std::unique_ptr<SimulatedSMCTransport> servedTransport;
+    std::unique_ptr<SMCSocketServer> smcServer;
+    std::unique_ptr<FanWriter> writer;
+    if (options.simulateProfile) {
+        mac = std::make_shared<SimulatedMac>(simulatedProfile(*options.simulateProfile),
+                                             SystemClock::shared(), 1, hostLoad());
+        servedTransport = std::make_unique<SimulatedSMCTransport>(mac);
+        smcServer = std::make_unique<SMCSocketServer>(*servedTransport, options.smcSocketPath);
+        makeSocketDirectory(options.smcSocketPath, S_IRUSR | S_IWUSR);
+        try {
+            smcServer->start();
+        } catch (const std::system_error& error) {
+            quit("cannot serve the simulated controller on " + options.smcSocketPath + ": " + error.what());
+        }
+        auto bridge = std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac));
+        writer = std::make_unique<SMCFanWriter>(bridge, "simulated " + mac->profile().name);
+    } else if (!options.smcSocketPath.empty()) {
+        try {
+            auto bridge = std::make_shared<SMCKernelBridge>(
+                std::make_unique<SocketSMCTransport>(options.smcSocketPath));
+            writer = std::make_unique<SMCFanWriter>(bridge, "simulator at " + options.smcSocketPath);
+        } catch (const SMCError& error) {
+            quit("cannot reach the simulator at " + options.smcSocketPath + ": " + error.what());
+        }
+    } else {
+        writer = openHardwareFanWriter(options.sysfsRoot);
+        if (!writer) {
+            quit("no fan this helper can drive under " + options.sysfsRoot +
+                 ": neither an applesmc device nor a hwmon device with a writable pwmN_enable and a "
+                 "fanN_target (--simulate drives a simulated Mac instead)");
+        }
+        installCrashHandBack(writer->handBackFiles());
+    }
+
+    const uid_t self = ::getuid();
+    std::set<uid_t> allowed = options.extraUids;
+    allowed.insert(self);
+    HelperServer::Options serverOptions;
+    serverOptions.path = options.socketPath;
+    serverOptions.socketMode = socketModeFor(options.extraUids, self);
+    serverOptions.allowPeer = allowUsers(allowed);
+    makeSocketDirectory(options.socketPath, serverOptions.socketMode);
+
+    QtTimerSource timers;
+    HelperDaemon daemon(*writer, timers, std::move(serverOptions));
+    TerminationSignals termination([&daemon](int signal) {
+        daemon.stop(signal == SIGTERM ? "received SIGTERM" : "received SIGINT");
+        QCoreApplication::exit(0);
+    });
+    try {
+        daemon.start();
+    } catch (const std::system_error& error) {
+        quit("cannot listen on " + options.socketPath + ": " + error.what());
+    }
+    qCInfo(logHelper).noquote() << QStringLiteral("Serving %1 fans of %2 on %3")
+                                       .arg(writer->fanCount())
+                                       .arg(QString::fromStdString(writer->description()),
+                                            QString::fromStdString(options.socketPath));
+    return QCoreApplication::exec();
+}
+
+} // namespace
+} // namespace halvoren
+
+int main(int argc, char** argv) {
+    using namespace halvoren;
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName("halvoren-helper");
+    QCoreApplication::setApplicationVersion(
+        QString::fromUtf8(helperBuildVersion.data(), static_cast<qsizetype>(helperBuildVersion.size())));
+    std::signal(SIGPIPE, SIG_IGN); // a client that vanishes mid-answer is an error, not a death
+
+    HelperCommandLine commandLine;
+    try {
+        commandLine = parseHelperCommandLine(QCoreApplication::arguments());
+    } catch (const CommandLineError& error) {
+        std::fprintf(stderr, "halvoren-helper: %s (see --help)\n", error.what());
+        return 2;
+    }
+    if (commandLine.helpRequested) {
+        std::fputs(commandLine.helpText.toLocal8Bit().constData(), stdout);
+        return 0;
+    }
+    try {
+        return run(commandLine.options);
+    } catch (const StartupError& error) {
+        std::fprintf(stderr, "halvoren-helper: %s\n", error.what());
+        return 1;
+    }
+}

@@ -1,0 +1,336 @@
+#include "helper_test_support.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <system_error>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+using test::call;
+using test::setTarget;
+using test::SimulatedDaemon;
+using test::TestClient;
+
+class HelperDaemonTest : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+};
+
+TEST_F(HelperDaemonTest, AnswersEachCallRepeatingItsId) {
+    SimulatedDaemon helper;
+    TestClient client(helper.socketPath);
+    ASSERT_TRUE(client.connected());
+
+    const std::uint64_t largestId = std::numeric_limits<std::uint64_t>::max();
+    EXPECT_EQ(client.call(call(largestId, "helperVersion")),
+              (nlohmann::json{{"id", largestId}, {"version", "1.2.0"}}));
+
+    helper.clock.advance(3.25);
+    const auto beat = client.call(call(2, "heartbeat"));
+    EXPECT_EQ(beat["id"], 2);
+    EXPECT_DOUBLE_EQ(beat["uptime"].get<double>(), 3.25);
+
+    EXPECT_EQ(client.call(setTarget(3, 0, 3000.0)), (nlohmann::json{{"id", 3}, {"applied", 3000.0}}));
+    EXPECT_TRUE(helper.fan(0).forced);
+    EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
+    EXPECT_FALSE(helper.fan(1).forced);
+
+    const auto manual = [](std::uint64_t id, int fan, bool enabled) {
+        return nlohmann::json{{"id", id}, {"method", "setManualControl"}, {"fan", fan}, {"enabled", enabled}}
+            .dump();
+    };
+    EXPECT_EQ(client.call(manual(4, 0, false)), (nlohmann::json{{"id", 4}}));
+    EXPECT_FALSE(helper.fan(0).forced);
+    // Forced again at its last target; a fan never set starts at its minimum.
+    EXPECT_EQ(client.call(manual(5, 0, true)), (nlohmann::json{{"id", 5}}));
+    EXPECT_TRUE(helper.fan(0).forced);
+    EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
+    EXPECT_EQ(client.call(manual(6, 1, true)), (nlohmann::json{{"id", 6}}));
+    EXPECT_TRUE(helper.fan(1).forced);
+    EXPECT_DOUBLE_EQ(helper.fan(1).target, 1300.0);
+
+    EXPECT_EQ(client.call(call(7, "restoreAutomaticControl")), (nlohmann::json{{"id", 7}}));
+    EXPECT_FALSE(helper.anyFanForced());
+}
+
+TEST_F(HelperDaemonTest, ClampsTargetsToTheFanAndRefusesWhatCannotBeWritten) {
+    SimulatedDaemon helper;
+    TestClient client(helper.socketPath);
+    EXPECT_EQ(client.call(setTarget(1, 0, 99999.0))["applied"], 5800.0);
+    EXPECT_EQ(client.call(setTarget(2, 1, 99999.0))["applied"], 6300.0);
+    EXPECT_EQ(client.call(setTarget(3, 0, 100.0))["applied"], 1200.0);
+    EXPECT_DOUBLE_EQ(helper.fan(0).target, 1200.0);
+    EXPECT_EQ(client.call(call(4, "restoreAutomaticControl")), (nlohmann::json{{"id", 4}}));
+
+    // Each is refused with an error that carries the id, and nothing is forced by it.
+    const std::pair<std::uint64_t, std::string> refused[] = {
+        {10, setTarget(10, 2, 2000.0)},
+        {11, setTarget(11, -1, 2000.0)},
+        {14, R"({"id":14,"method":"setTargetRPM","fan":0,"rpm":-5})"},
+        {15, R"({"id":15,"method":"setTargetRPM","fan":"0","rpm":2000})"},
+        {16, R"({"id":16,"method":"setTargetRPM","fan":0})"},
+        {17, R"({"id":17,"method":"setManualControl","fan":0,"enabled":1})"},
+        {18, R"({"id":18,"method":"setManualControl","fan":9,"enabled":true})"},
+        {19, R"({"id":19,"method":"spinFaster"})"},
+        {20, R"({"id":20,"method":17})"},
+        {21, R"({"id":21})"},
+    };
+    for (const auto& [id, request] : refused) {
+        const auto reply = client.call(request);
+        ASSERT_TRUE(reply.is_object()) << request;
+        EXPECT_EQ(reply["id"], id) << request;
+        EXPECT_TRUE(reply["error"].is_string() && !reply["error"].get<std::string>().empty()) << request;
+        EXPECT_EQ(reply.size(), 2U) << request;
+    }
+    EXPECT_FALSE(helper.anyFanForced());
+    EXPECT_EQ(client.call(call(30, "helperVersion"))["version"], "1.2.0"); // still served
+}
+
+TEST_F(HelperDaemonTest, ClosesAConnectionWhoseFrameCannotBeAnswered) {
+    SimulatedDaemon helper;
+    TestClient bystander(helper.socketPath);
+    ASSERT_EQ(bystander.call(setTarget(1, 0, 2500.0))["applied"], 2500.0);
+
+    const std::string unanswerable[] = {
+        frameBytes("[1,2,3]"),
+        frameBytes("{}"),
+        frameBytes(R"({"id":-1,"method":"heartbeat"})"),
+        frameBytes(R"({"id":1.5,"method":"heartbeat"})"),
+        frameBytes("not json"),
+        // JSON has no infinity: an overflowing number makes the text unreadable, id and all.
+        frameBytes(R"({"id":12,"method":"setTargetRPM","fan":0,"rpm":1e999})"),
+        frameBytes(""),
+        std::string("\x00\x01\x00\x01", 4), // one byte above the limit, without its payload
+        std::string("\xff\xff\xff\xff", 4) + std::string(100, 'x'),
+    };
+    for (const auto& bytes : unanswerable) {
+        TestClient client(helper.socketPath);
+        client.sendRaw(bytes);
+        EXPECT_TRUE(client.closedWithoutAnswer()) << ::testing::PrintToString(bytes);
+    }
+    // Frames before the bad one are answered; nothing after it is.
+    TestClient client(helper.socketPath);
+    client.sendRaw(frameBytes(call(5, "helperVersion")) + std::string("\x00\x02\x00\x00", 4) +
+                   frameBytes(call(6, "helperVersion")));
+    EXPECT_EQ(client.receive(), R"({"id":5,"version":"1.2.0"})");
+    EXPECT_EQ(client.receive(), std::nullopt);
+    EXPECT_TRUE(client.closed());
+
+    // The fan forced by the client that stayed is untouched by all of this.
+    EXPECT_TRUE(helper.fan(0).forced);
+    EXPECT_EQ(bystander.call(call(7, "heartbeat"))["id"], 7);
+}
+
+TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
+    const uid_t self = ::getuid();
+    SimulatedDaemon helper([self](const PeerCredentials& peer) { return peer.uid != self; });
+    TestClient client(helper.socketPath);
+    client.send(setTarget(1, 0, 4000.0));
+    EXPECT_TRUE(client.closedWithoutAnswer());
+    EXPECT_FALSE(helper.anyFanForced());
+    EXPECT_EQ(helper.daemon.server().clientCount(), 0U);
+
+    // The kernel's word on who is calling, and the default list: the given users and root.
+    int pair[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, pair), 0);
+    const auto peer = peerCredentials(pair[0]);
+    ::close(pair[0]);
+    ::close(pair[1]);
+    ASSERT_TRUE(peer.has_value());
+    EXPECT_EQ(peer->uid, self);
+    EXPECT_EQ(peer->pid, ::getpid());
+    const auto allow = allowUsers({1000});
+    EXPECT_TRUE(allow(PeerCredentials{1, 0, 0}));
+    EXPECT_TRUE(allow(PeerCredentials{1, 1000, 0}));
+    EXPECT_FALSE(allow(PeerCredentials{1, 1001, 0}));
+    EXPECT_EQ(peerCredentials(-1), std::nullopt);
+}
+
+TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
+    testing::TempDirectory directory;
+    const std::string path = (directory / "helper.sock").string();
+    {
+        // A socket file left by a server that died.
+        auto stale = UnixSocket::streamSocket();
+        sockaddr_un address{};
+        UnixSocket::makeAddress(path, address);
+        ASSERT_EQ(::bind(stale.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    ManualClock clock;
+    ManualTimerSource timers(clock);
+    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 1,
+                                              idleLoad());
+    SMCFanWriter writer(std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
+                        "sim");
+    HelperServer::Options options;
+    options.path = path;
+    options.allowPeer = [](const PeerCredentials&) { return true; };
+    HelperDaemon daemon(writer, timers, options);
+    daemon.start();
+    struct stat info {};
+    ASSERT_EQ(::lstat(path.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISSOCK(info.st_mode));
+    EXPECT_EQ(info.st_mode & 0777, 0600U);
+    EXPECT_EQ(TestClient(path).call(call(1, "helperVersion"))["version"], "1.2.0");
+
+    // A second daemon must not take the socket of a live one.
+    HelperDaemon second(writer, timers, options);
+    EXPECT_THROW(second.start(), std::system_error);
+    EXPECT_EQ(TestClient(path).call(call(2, "helperVersion"))["id"], 2);
+
+    daemon.stop("test over");
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(HelperDaemonTest, HandsFansBackWhenTheLastClientLeaves) {
+    SimulatedDaemon helper;
+    TestClient first(helper.socketPath);
+    TestClient second(helper.socketPath);
+    ASSERT_EQ(first.call(setTarget(1, 0, 4000.0))["applied"], 4000.0);
+    ASSERT_EQ(first.call(setTarget(2, 1, 4000.0))["applied"], 4000.0);
+    ASSERT_EQ(second.call(call(3, "heartbeat"))["id"], 3);
+
+    first.close();
+    EXPECT_TRUE(helper.fan(0).forced) << "another client is still connected";
+    second.close();
+    EXPECT_FALSE(helper.fan(0).forced);
+    EXPECT_FALSE(helper.fan(1).forced);
+
+    // A client the daemon throws out counts as gone too.
+    TestClient rude(helper.socketPath);
+    ASSERT_EQ(rude.call(setTarget(4, 1, 5000.0))["applied"], 5000.0);
+    rude.sendRaw(frameBytes("[]"));
+    EXPECT_TRUE(rude.waitForClose());
+    EXPECT_FALSE(helper.fan(1).forced);
+}
+
+TEST_F(HelperDaemonTest, HandsFansBackWhenHeartbeatsStop) {
+    SimulatedDaemon helper;
+    TestClient client(helper.socketPath);
+    ASSERT_EQ(client.call(setTarget(1, 0, 4000.0))["applied"], 4000.0);
+    std::uint64_t id = 2;
+    for (int beat = 0; beat < 8; ++beat) {
+        helper.timers.advance(2.5);
+        ASSERT_EQ(client.call(call(id, "heartbeat"))["id"], id);
+        ++id;
+        ASSERT_TRUE(helper.fan(0).forced) << "after " << beat + 1 << " heartbeats";
+    }
+    // Any request keeps the fans, not just a heartbeat.
+    helper.timers.advance(4.0);
+    ASSERT_EQ(client.call(call(id++, "helperVersion"))["version"], "1.2.0");
+    helper.timers.advance(4.9);
+    EXPECT_TRUE(helper.fan(0).forced);
+    helper.timers.advance(0.1);
+    EXPECT_FALSE(helper.fan(0).forced);
+
+    // Forcing again after the hand-back starts a fresh watch.
+    ASSERT_EQ(client.call(setTarget(id++, 1, 3000.0))["applied"], 3000.0);
+    helper.timers.advance(4.99);
+    EXPECT_TRUE(helper.fan(1).forced);
+    helper.timers.advance(0.01);
+    EXPECT_FALSE(helper.fan(1).forced);
+}
+
+// Random and cut-off frames over many connections must neither crash the daemon nor keep it
+// from answering the next well-made client.
+TEST_F(HelperDaemonTest, SurvivesRandomAndTruncatedFrames) {
+    SimulatedDaemon helper;
+    std::mt19937 random(20240611);
+    const std::string valid[] = {setTarget(1, 0, 2000.0), setTarget(2, 1, 1e9), call(3, "heartbeat"),
+                                 call(4, "restoreAutomaticControl"),
+                                 R"({"id":5,"method":"setManualControl","fan":1,"enabled":true})"};
+    const auto pick = [&](std::size_t n) {
+        return std::uniform_int_distribution<std::size_t>(0, n - 1)(random);
+    };
+    const auto randomBytes = [&](std::size_t n) {
+        std::string bytes(n, '\0');
+        for (char& c : bytes) {
+            c = static_cast<char>(random());
+        }
+        return bytes;
+    };
+    const auto mangled = [&] {
+        std::string payload = valid[pick(std::size(valid))];
+        switch (pick(5)) {
+        case 0: // random payload behind a true length
+            return frameBytes(randomBytes(pick(200)));
+        case 1: // a valid request with some bytes changed
+            for (int flips = 0; flips < 3; ++flips) {
+                payload[pick(payload.size())] = static_cast<char>(random());
+            }
+            return frameBytes(payload);
+        case 2: // cut off anywhere, header included
+            return frameBytes(payload).substr(0, pick(payload.size() + 4));
+        case 3: // raw noise, length included
+            return randomBytes(1 + pick(64));
+        default:
+            return frameBytes(payload);
+        }
+    };
+    // Rounds of four connections at once, each sent six pieces in turn.
+    int answered = 0;
+    for (int round = 0; round < 30; ++round) {
+        std::vector<std::unique_ptr<TestClient>> clients;
+        for (int i = 0; i < 4; ++i) {
+            clients.push_back(std::make_unique<TestClient>(helper.socketPath));
+            ASSERT_TRUE(clients.back()->connected()) << "round " << round;
+        }
+        for (int piece = 0; piece < 6; ++piece) {
+            for (auto& client : clients) {
+                client->sendRaw(mangled());
+            }
+        }
+        for (auto& client : clients) {
+            while (client->receive(std::chrono::milliseconds(20))) {
+                ++answered;
+            }
+        }
+    }
+    EXPECT_GT(answered, 0);
+
+    TestClient fresh(helper.socketPath);
+    EXPECT_EQ(fresh.call(call(100, "helperVersion"))["version"], "1.2.0");
+    EXPECT_EQ(fresh.call(setTarget(101, 0, 2222.0))["applied"], 2222.0);
+    EXPECT_EQ(helper.daemon.server().clientCount(), 1U);
+}
+
+TEST_F(HelperDaemonTest, StalledClientsDoNotHoldUpOthers) {
+    constexpr std::size_t outputCap = 64 * 1024;
+    SimulatedDaemon helper([](const PeerCredentials&) { return true; }, outputCap);
+    TestClient halfFrame(helper.socketPath);
+    halfFrame.sendRaw(frameBytes(call(1, "heartbeat")).substr(0, 7));
+    TestClient neverReads(helper.socketPath);
+    TestClient healthy(helper.socketPath);
+
+    // Requests whose answers pile up unread until the daemon gives up on that client.
+    std::string burst;
+    for (int i = 0; i < 400; ++i) {
+        burst += frameBytes(call(static_cast<std::uint64_t>(i), "helperVersion"));
+    }
+    std::uint64_t id = 1000;
+    for (int batch = 0; batch < 200 && !neverReads.closed(); ++batch) {
+        if (!neverReads.sendRaw(burst)) {
+            break;
+        }
+        const auto reply = healthy.call(call(id, "heartbeat"));
+        ASSERT_EQ(reply["id"], id) << "batch " << batch;
+        ++id;
+    }
+    // Dropped, though its socket still holds what the kernel took before the daemon stopped.
+    EXPECT_FALSE(neverReads.sendRaw(burst + burst + burst + burst));
+    EXPECT_EQ(helper.daemon.server().clientCount(), 2U);
+    EXPECT_EQ(healthy.call(setTarget(id, 0, 3000.0))["applied"], 3000.0);
+    // The half frame still completes into an answer.
+    halfFrame.sendRaw(frameBytes(call(1, "heartbeat")).substr(7));
+    EXPECT_EQ(nlohmann::json::parse(halfFrame.receive().value_or("null"))["id"], 1);
+}
+
+} // namespace
+} // namespace halvoren

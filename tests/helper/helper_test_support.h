@@ -1,0 +1,193 @@
+#pragma once
+
+#include "../smc/temp_directory.h"
+#include "core/frame_codec.h"
+#include "helper/helper_daemon.h"
+#include "helper/smc_fan_writer.h"
+#include "platform/timer_source.h"
+#include "sim/load_scenario.h"
+#include "sim/machine_profile.h"
+#include "sim/simulated_mac.h"
+#include "sim/simulated_smc_transport.h"
+#include "smc/unix_socket.h"
+
+#include <QCoreApplication>
+#include <cerrno>
+#include <chrono>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace halvoren::test {
+
+using namespace std::chrono_literals;
+
+// Every wait in these tests ends after this, so a failure cannot hang the run.
+inline constexpr auto patience = 5s;
+
+// A client of the helper socket on a plain descriptor, so that tests can misbehave in ways
+// a well-made client cannot. While it waits it runs the Qt event loop, since the daemon under
+// test lives on this same thread.
+class TestClient {
+public:
+    explicit TestClient(const std::string& path) {
+        sockaddr_un address{};
+        UnixSocket::makeAddress(path, address);
+        fd_ = UnixSocket::streamSocket();
+        connected_ = fd_.valid() &&
+                     ::connect(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+
+    bool connected() const { return connected_; }
+    int fd() const { return fd_.get(); }
+
+    // Sends every byte, letting the daemon read when the socket is full. False when the
+    // daemon closed the connection or the wait ran out.
+    bool sendRaw(std::string_view bytes) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (!bytes.empty() && std::chrono::steady_clock::now() < deadline) {
+            const long n = UnixSocket::sendNoSignal(fd_.get(), bytes.data(), bytes.size());
+            if (n > 0) {
+                bytes.remove_prefix(static_cast<std::size_t>(n));
+            } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+                pump();
+            } else {
+                return false;
+            }
+        }
+        pump();
+        return bytes.empty();
+    }
+    bool send(const std::string& json) { return sendRaw(frameBytes(json)); }
+
+    // The next reply's payload; none when the daemon closed the connection or nothing came
+    // in time (closed() tells which).
+    std::optional<std::string> receive(std::chrono::milliseconds wait = patience) {
+        const auto deadline = std::chrono::steady_clock::now() + wait;
+        while (std::chrono::steady_clock::now() < deadline) {
+            if (auto payload = reader_.next()) {
+                return payload;
+            }
+            if (closed_ || reader_.failed()) {
+                return std::nullopt;
+            }
+            pump();
+            readAvailable();
+        }
+        return std::nullopt;
+    }
+
+    // Sends a request and returns its reply as JSON; null JSON when none came.
+    nlohmann::json call(const std::string& json) {
+        if (!send(json)) {
+            return nullptr;
+        }
+        const auto reply = receive();
+        return reply ? nlohmann::json::parse(*reply) : nlohmann::json();
+    }
+
+    // Waits for the daemon to close the connection; true when it did.
+    bool waitForClose() {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        while (!closed_ && std::chrono::steady_clock::now() < deadline) {
+            pump();
+            readAvailable();
+        }
+        return closed_;
+    }
+    // True when the daemon closed the connection without ever sending a byte on it.
+    bool closedWithoutAnswer() { return waitForClose() && received_ == 0; }
+    bool closed() const { return closed_; }
+    std::size_t bytesReceived() const { return received_; }
+
+    void close() {
+        fd_.reset();
+        pump();
+    }
+
+    // Lets the daemon run briefly.
+    static void pump() {
+        QCoreApplication::processEvents(QEventLoop::AllEvents);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+private:
+    void readAvailable() {
+        pollfd entry{fd_.get(), POLLIN, 0};
+        if (::poll(&entry, 1, 1) <= 0) {
+            return;
+        }
+        char buffer[65536];
+        for (;;) {
+            const long n = ::recv(fd_.get(), buffer, sizeof buffer, 0);
+            if (n > 0) {
+                received_ += static_cast<std::size_t>(n);
+                reader_.append(std::string_view(buffer, static_cast<std::size_t>(n)));
+            } else if (n < 0 && errno == EINTR) {
+                continue;
+            } else if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+                return;
+            } else {
+                closed_ = true; // an orderly close, or a reset when our requests went unread
+                return;
+            }
+        }
+    }
+
+    UnixSocket::FileDescriptor fd_;
+    bool connected_ = false;
+    FrameReader reader_;
+    bool closed_ = false;
+    std::size_t received_ = 0;
+};
+
+// The daemon in this process over a simulated two-fan laptop (fan 0: 1200...5800 RPM, fan 1:
+// 1300...6300) on a manual clock. Make a QCoreApplication first.
+struct SimulatedDaemon {
+    explicit SimulatedDaemon(
+        PeerCheck allow = [](const PeerCredentials&) { return true; },
+        std::size_t maxPendingOutput = std::size_t{1} << 20)
+        : daemon(writer, timers, options(std::move(allow), maxPendingOutput)) {
+        daemon.start();
+    }
+
+    HelperServer::Options options(PeerCheck allow, std::size_t maxPendingOutput) const {
+        HelperServer::Options options;
+        options.path = socketPath;
+        options.allowPeer = std::move(allow);
+        options.maxPendingOutput = maxPendingOutput;
+        return options;
+    }
+
+    SimulatedFan fan(int i) { return mac->fans().at(static_cast<std::size_t>(i)); }
+    bool anyFanForced() {
+        for (const auto& fan : mac->fans()) {
+            if (fan.forced) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    testing::TempDirectory directory;
+    std::string socketPath = (directory / "helper.sock").string();
+    ManualClock clock;
+    ManualTimerSource timers{clock};
+    std::shared_ptr<SimulatedMac> mac = std::make_shared<SimulatedMac>(
+        *MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 7, idleLoad());
+    SMCFanWriter writer{std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
+                        "simulated"};
+    HelperDaemon daemon;
+};
+
+inline std::string setTarget(std::uint64_t id, int fan, double rpm) {
+    return nlohmann::json{{"id", id}, {"method", "setTargetRPM"}, {"fan", fan}, {"rpm", rpm}}.dump();
+}
+inline std::string call(std::uint64_t id, const std::string& method) {
+    return nlohmann::json{{"id", id}, {"method", method}}.dump();
+}
+
+} // namespace halvoren::test
