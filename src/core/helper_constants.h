@@ -30,7 +30,7 @@ const std::string& clientRequirement();
 const std::string& daemonRequirement();
 // A looser caller requirement that only debug builds of the daemon use.
 inline constexpr std::string_view debugClientRequirement =
-    "identifier \"Halvoren\" or identifier \"com.halvoren.app\"";
+    R"(identifier "Halvoren" or identifier "com.halvoren.app")";
 
 // The largest frame payload on the helper socket; a longer declared length is refused.
 inline constexpr std::size_t maxFrameBytes = 65536;

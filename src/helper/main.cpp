@@ -52,7 +52,7 @@ void makeSocketDirectory(const std::string& socketPath, mode_t socketMode) {
     std::filesystem::create_directories(directory.parent_path(), error);
     const mode_t mode = (socketMode & S_IWOTH) != 0 ? 0755 : 0700;
     if (::mkdir(directory.c_str(), mode) < 0 && errno != EEXIST) {
-        quit("cannot create " + directory.string() + ": " + std::strerror(errno));
+        quit("cannot create " + directory.string() + ": " + std::generic_category().message(errno));
     }
 }
 

@@ -91,7 +91,7 @@ std::optional<std::vector<double>> numbers(std::string_view line) {
         }
         double value = 0.0;
         const auto [next, error] = std::from_chars(line.data() + i, line.data() + line.size(), value);
-        const std::size_t consumed = static_cast<std::size_t>(next - line.data());
+        const auto consumed = static_cast<std::size_t>(next - line.data());
         const bool endsWord = consumed == line.size() || line[consumed] == ' ' || line[consumed] == '\t' ||
                               line[consumed] == '\r';
         if (error != std::errc{} || !endsWord || !std::isfinite(value)) {

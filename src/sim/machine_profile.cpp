@@ -227,7 +227,7 @@ void parseThermal(const Json& root, MachineProfile& profile) {
         curve.stopsWhenCool = object.contains("stopsWhenCool") &&
                               within("firmware", [&] { return json::requireBool(object, "stopsWhenCool"); });
         if (!(curve.full > curve.start)) {
-            fail("firmware", "\"full\" must be above \"start\"");
+            fail("firmware", R"("full" must be above "start")");
         }
     } else if (!thermal.fans.empty()) {
         fail("profile", "a machine with fans needs \"firmware\"");
@@ -349,7 +349,7 @@ ProfileKey parseKey(const Json& object, const MachineProfile& profile, const std
     const bool hasBytes = object.contains("bytes");
     if (!holdsBytes) {
         if (hasValue || hasBytes) {
-            fail(where, "a key that follows the model takes no \"value\" or \"bytes\"");
+            fail(where, R"(a key that follows the model takes no "value" or "bytes")");
         }
         if (!width) {
             fail(where, "a key that follows the model needs a type the codec converts, not " + type);
@@ -357,7 +357,7 @@ ProfileKey parseKey(const Json& object, const MachineProfile& profile, const std
         return key;
     }
     if (hasValue == hasBytes) {
-        fail(where, "needs exactly one of \"value\" and \"bytes\"");
+        fail(where, R"(needs exactly one of "value" and "bytes")");
     }
     if (hasBytes) {
         key.initialBytes = hexBytes(text(object, "bytes", where), where);

@@ -24,7 +24,7 @@ bool setFlags(int fd) {
     }
     const int descriptor = ::fcntl(fd, F_GETFD);
     if (descriptor < 0 || ::fcntl(fd, F_SETFD, descriptor | FD_CLOEXEC) < 0) {
-        return false;
+        return false; // NOLINT(readability-simplify-boolean-expr): Apple platforms add a check below
     }
 #ifdef SO_NOSIGPIPE
     const int on = 1;

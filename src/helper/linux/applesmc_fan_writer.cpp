@@ -61,6 +61,7 @@ void AppleSMCFanWriter::setAutomatic(int fan) {
 
 std::vector<std::pair<std::filesystem::path, long long>> AppleSMCFanWriter::handBackFiles() const {
     std::vector<std::pair<std::filesystem::path, long long>> writes;
+    writes.reserve(static_cast<std::size_t>(fanCount_));
     for (int fan = 0; fan < fanCount_; ++fan) {
         writes.emplace_back(file(fan, "_manual"), 0);
     }

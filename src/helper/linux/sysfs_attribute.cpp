@@ -6,6 +6,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <system_error>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,7 +33,7 @@ void write(const std::filesystem::path& file, long long value) {
     }
     if (written != static_cast<long>(text.size())) {
         throw FanWriteError("cannot write " + std::to_string(value) + " to " + file.string() + ": " +
-                            (written < 0 ? std::strerror(error) : "short write"));
+                            (written < 0 ? std::generic_category().message(error) : "short write"));
     }
 }
 
