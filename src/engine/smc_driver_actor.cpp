@@ -143,7 +143,8 @@ QCoro::Task<HelperState> SMCDriverActor::resolveState() {
     if (state == HelperState::connected()) {
         co_return state;
     }
-    switch (co_await services_.status()) {
+    const auto status = co_await services_.status();
+    switch (status) {
     case HelperServiceStatus::requiresApproval:
         co_return HelperState::requiresApproval();
     case HelperServiceStatus::enabled:
@@ -172,7 +173,8 @@ QCoro::Task<HelperState> SMCDriverActor::handshake() {
 QCoro::Task<HelperState> SMCDriverActor::registerHelper() {
     const auto status = co_await services_.status();
     if (status == HelperServiceStatus::notRegistered || status == HelperServiceStatus::notFound) {
-        if (const auto failure = co_await services_.registerService()) {
+        const auto failure = co_await services_.registerService();
+        if (failure) {
             qCCritical(logDriver, "SMAppService register failed: %s", failure->c_str());
             co_return HelperState::unavailable("register failed: " + *failure);
         }
@@ -187,7 +189,8 @@ QCoro::Task<HelperState> SMCDriverActor::unregisterHelper() {
     } catch (const DriverFailure&) {
     }
     teardownConnection();
-    if (const auto failure = co_await services_.unregisterService()) {
+    const auto failure = co_await services_.unregisterService();
+    if (failure) {
         qCCritical(logDriver, "SMAppService unregister failed: %s", failure->c_str());
     }
     co_return co_await resolveState();
