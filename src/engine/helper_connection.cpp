@@ -77,8 +77,8 @@ void HelperConnection::send(const HelperRequest& request, const std::shared_ptr<
             guard->fail(std::move(failure));
         }
     };
-    if (closed_) {
-        refuse(DriverFailure::linkFailed(failure_));
+    if (closed_ || !socket_) {
+        refuse(DriverFailure::linkFailed(closed_ ? failure_ : "the helper connection is gone"));
         return;
     }
     std::string bytes;
