@@ -34,8 +34,15 @@ function(halvoren_layer name dir)
 endfunction()
 
 # Adds one GoogleTest executable made of every .cpp under DIR and registers its cases with CTest.
+# Tests under macos/ or linux/ folders follow the same platform rule as the layers.
 function(halvoren_test_suite name dir)
   file(GLOB_RECURSE _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
+  if(NOT APPLE)
+    list(FILTER _srcs EXCLUDE REGEX "/macos/")
+  endif()
+  if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    list(FILTER _srcs EXCLUDE REGEX "/linux/")
+  endif()
   add_executable(${name} ${_srcs})
   target_link_libraries(${name} PRIVATE halvoren_options GTest::gmock GTest::gtest_main ${ARGN})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)

@@ -1,0 +1,122 @@
+#pragma once
+
+#include "core/helper_messages.h"
+#include "engine/helper_connection.h"
+#include "engine/helper_service_manager.h"
+#include "engine/helper_state.h"
+#include "platform/timer_source.h"
+#include "smc/smc_fan_reader.h"
+#include "smc/smc_kernel_bridge.h"
+
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <qcoro/qcorotask.h>
+#include <utility>
+
+namespace halvoren {
+
+// The owner of everything that touches the hardware from the application's side: the SMC read
+// connection and the one connection to the fan-control helper. It registers the helper, resolves
+// the state of the link, runs the heartbeat, sends every write, turns a silent helper into a
+// prompt error and leaves the exit hook behind.
+//
+// It lives on the main thread and is used from there only; socket I/O runs on that thread's
+// event loop and every wait goes through the TimerSource. Failures of helper calls are thrown
+// as DriverFailure. Calls still waiting when the driver is destroyed are never resumed, so
+// their callers must not outlive it.
+class SMCDriverActor {
+public:
+    using BridgeFactory = std::function<std::shared_ptr<SMCKernelBridge>()>;
+
+    struct Heartbeat {
+        double uptime = 0.0;
+        bool restarted = false; // the uptime went down: the helper started anew
+    };
+
+    // The default: this machine's controller, or nothing, with the reason logged.
+    static std::shared_ptr<SMCKernelBridge> openRealBridge();
+
+    // Opens the bridge at once; creation never fails, a missing controller is only logged.
+    SMCDriverActor(TimerSource& timers, QString helperSocketPath, HelperServiceManager& services,
+                   BridgeFactory bridgeFactory = openRealBridge);
+    ~SMCDriverActor();
+    SMCDriverActor(const SMCDriverActor&) = delete;
+    SMCDriverActor& operator=(const SMCDriverActor&) = delete;
+
+    // The bridge of the first open, fixed at creation.
+    const std::shared_ptr<SMCKernelBridge>& sharedBridge() const { return sharedBridge_; }
+    void setConnectionLossHandler(std::function<void()> handler) {
+        connectionLossHandler_ = std::move(handler);
+    }
+
+    QCoro::Task<HelperState> currentState();
+    QCoro::Task<HelperState> registerHelper();
+    QCoro::Task<HelperState> unregisterHelper();
+    // Replaces a running helper with the installed one: unregister, then register again.
+    QCoro::Task<HelperState> bounceHelper();
+    QCoro::Task<HelperState> handshake();
+
+    QCoro::Task<Heartbeat> heartbeat();
+    QCoro::Task<std::string> daemonVersion();
+    // Returns the target the helper applied.
+    QCoro::Task<double> setTargetRPM(int fan, double rpm);
+    QCoro::Task<void> restoreAuto();
+
+    // The bridge in use, or a fresh one from the factory when there is none yet.
+    std::shared_ptr<SMCKernelBridge> reopenBridgeIfNeeded();
+    void openLoginItemsSettings();
+
+private:
+    struct HeartbeatLoop;
+    struct Bounds {
+        double min = 0.0;
+        double max = 0.0;
+    };
+
+    QCoro::Task<HelperState> resolveState();
+    // The single gate for every helper message.
+    QCoro::Task<HelperReply::Outcome> withHelperProxy(HelperMethod method, int fan = 0, double rpm = 0.0);
+    std::shared_ptr<HelperConnection> ensureConnection();
+    void connectionDropped(const HelperConnection* dropped);
+    void teardownConnection();
+    // The loss handler runs from the event loop, never inside a driver call, so it may call the
+    // driver again at once.
+    void notifyConnectionLoss();
+
+    void startHeartbeatLoopIfNeeded();
+    QCoro::Task<void> runHeartbeatLoop(std::shared_ptr<HeartbeatLoop> loop);
+    void cancelHeartbeat();
+    // Stores the new uptime; true, with a log line, when it is below the last one.
+    bool recordUptime(double uptime);
+
+    // Throws SMCError: serviceNotFound without a bridge, or the failed read.
+    Bounds hardwareBounds(int fan);
+    void useBridge(std::shared_ptr<SMCKernelBridge> bridge);
+
+    TimerSource& timers_;
+    QString helperSocketPath_;
+    HelperServiceManager& services_;
+    // Parent of the sockets and context of queued events: neither outlives the driver.
+    QObject eventContext_;
+    // Expires with the driver: callbacks and the heartbeat loop check it before touching it.
+    std::shared_ptr<int> lifetime_ = std::make_shared<int>(0);
+
+    std::shared_ptr<SMCKernelBridge> sharedBridge_;
+    std::shared_ptr<SMCKernelBridge> activeBridge_;
+    std::unique_ptr<SMCFanReader> fanReader_;
+    std::map<int, Bounds> boundsCache_;
+    std::optional<int> cachedFanCount_;
+    bool didInstallExitSafety_ = false;
+    BridgeFactory bridgeFactory_;
+    std::shared_ptr<HelperConnection> connection_;
+    std::shared_ptr<HeartbeatLoop> heartbeatTask_;
+    std::optional<double> lastKnownUptime_;
+    std::function<void()> connectionLossHandler_;
+    std::uint64_t nextRequestId_ = 1;
+};
+
+} // namespace halvoren

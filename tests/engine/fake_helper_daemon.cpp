@@ -1,0 +1,104 @@
+#include "fake_helper_daemon.h"
+
+#include <QLocalSocket>
+#include <stdexcept>
+#include <variant>
+
+namespace halvoren {
+
+FakeHelperDaemon::FakeHelperDaemon(TimerSource& timers)
+    : timers_(timers)
+    , path_(dir_.filePath(QStringLiteral("helper.sock"))) {
+    QObject::connect(&server_, &QLocalServer::newConnection, &server_, [this] { accept(); });
+    listen();
+}
+
+FakeHelperDaemon::~FakeHelperDaemon() {
+    for (auto& handle : delayed_) {
+        handle.cancel();
+    }
+}
+
+void FakeHelperDaemon::listen() {
+    if (!server_.isListening() && !server_.listen(path_)) {
+        throw std::runtime_error("fake daemon cannot listen: " + server_.errorString().toStdString());
+    }
+}
+
+void FakeHelperDaemon::stopListening() {
+    server_.close();
+}
+
+void FakeHelperDaemon::dropClients() {
+    for (auto* socket : server_.findChildren<QLocalSocket*>()) {
+        socket->disconnectFromServer();
+    }
+}
+
+int FakeHelperDaemon::count(HelperMethod method) const {
+    int n = 0;
+    for (const auto& request : requests) {
+        n += request.method == method ? 1 : 0;
+    }
+    return n;
+}
+
+void FakeHelperDaemon::accept() {
+    while (auto* socket = server_.nextPendingConnection()) {
+        ++connections;
+        readers_[socket];
+        QObject::connect(socket, &QLocalSocket::readyRead, socket, [this, socket] { receive(socket); });
+        QObject::connect(socket, &QLocalSocket::disconnected, socket, [this, socket] {
+            readers_.erase(socket);
+            socket->deleteLater();
+        });
+    }
+}
+
+void FakeHelperDaemon::receive(QLocalSocket* socket) {
+    auto& reader = readers_[socket];
+    const QByteArray bytes = socket->readAll();
+    reader.append(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+    while (const auto payload = reader.next()) {
+        const auto decoded = decodeRequest(*payload);
+        if (const auto* request = std::get_if<HelperRequest>(&decoded)) {
+            requests.push_back(*request);
+            const auto behaviour = behaviours_[request->method];
+            if (!behaviour.delay) {
+                continue;
+            }
+            const QPointer<QLocalSocket> target(socket);
+            if (*behaviour.delay <= 0.0) {
+                answer(target, *request);
+            } else {
+                delayed_.push_back(timers_.schedule(
+                    *behaviour.delay, [this, target, request = *request] { answer(target, request); }));
+            }
+        }
+    }
+}
+
+void FakeHelperDaemon::answer(const QPointer<QLocalSocket>& socket, const HelperRequest& request) {
+    if (!socket || socket->state() != QLocalSocket::ConnectedState) {
+        return;
+    }
+    HelperReply reply{.id = request.id, .outcome = std::monostate{}};
+    if (const auto& error = behaviours_[request.method].error) {
+        reply.outcome = HelperReply::Failure{*error};
+    } else if (request.method == HelperMethod::heartbeat) {
+        const double uptime = uptimes_.front();
+        if (uptimes_.size() > 1) {
+            uptimes_.pop_front();
+        }
+        reply.outcome = HelperReply::Uptime{uptime};
+    } else if (request.method == HelperMethod::helperVersion) {
+        reply.outcome = HelperReply::Version{version};
+    } else if (request.method == HelperMethod::setTargetRPM) {
+        reply.outcome = HelperReply::Applied{request.rpm};
+    }
+    const auto frame = frameBytes(encodeReply(reply));
+    socket->write(frame.data(), static_cast<qint64>(frame.size()));
+    socket->flush();
+}
+
+} // namespace halvoren

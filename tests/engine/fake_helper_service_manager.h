@@ -1,0 +1,59 @@
+#pragma once
+
+#include "engine/helper_service_manager.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace halvoren {
+
+// A service manager that answers at once and records what it was asked, in order.
+class FakeHelperServiceManager final : public HelperServiceManager {
+public:
+    HelperServiceStatus currentStatus = HelperServiceStatus::notRegistered;
+    Failure registerFailure;
+    Failure unregisterFailure;
+    // Run as the service would start or stop the helper.
+    std::function<void()> onRegister;
+    std::function<void()> onUnregister;
+    std::vector<std::string> calls; // "status", "register", "unregister", "approval"
+
+    QCoro::Task<HelperServiceStatus> status() override {
+        calls.emplace_back("status");
+        co_return currentStatus;
+    }
+    QCoro::Task<Failure> registerService() override {
+        calls.emplace_back("register");
+        if (registerFailure) {
+            co_return registerFailure;
+        }
+        currentStatus = HelperServiceStatus::enabled;
+        if (onRegister) {
+            onRegister();
+        }
+        co_return std::nullopt;
+    }
+    QCoro::Task<Failure> unregisterService() override {
+        calls.emplace_back("unregister");
+        if (unregisterFailure) {
+            co_return unregisterFailure;
+        }
+        currentStatus = HelperServiceStatus::notRegistered;
+        if (onUnregister) {
+            onUnregister();
+        }
+        co_return std::nullopt;
+    }
+    void openApproval() override { calls.emplace_back("approval"); }
+
+    int count(const std::string& call) const {
+        int n = 0;
+        for (const auto& c : calls) {
+            n += c == call ? 1 : 0;
+        }
+        return n;
+    }
+};
+
+} // namespace halvoren

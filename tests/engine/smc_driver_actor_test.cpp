@@ -1,0 +1,389 @@
+#include "fakes/counting_transport.h"
+#include "engine/helper_exit_safety.h"
+#include "engine/smc_driver_actor.h"
+#include "engine_test_support.h"
+#include "fake_helper_daemon.h"
+#include "fake_helper_service_manager.h"
+
+#include <QCoreApplication>
+#include <gtest/gtest.h>
+
+namespace halvoren {
+namespace {
+
+using Kind = SMCDataType::Kind;
+using Behaviour = FakeHelperDaemon::Behaviour;
+
+const std::string restartedLine = "helper daemon restarted (uptime reset) — manual state must be re-engaged";
+
+class DriverTest : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+    LogCapture logs;
+    ManualClock clock;
+    ManualTimerSource timers{clock};
+    FakeHelperDaemon daemon{timers};
+    FakeHelperServiceManager services;
+    FakeBridge fake = makeFakeBridge();
+    int factoryCalls = 0;
+    int losses = 0;
+    std::unique_ptr<SMCDriverActor> driver;
+
+    void SetUp() override {
+        fake.fake->setValue("FNum", Kind::ui8, 2);
+        fake.fake->setValue("F0Mn", Kind::fpe2, 1200.0);
+        fake.fake->setValue("F0Mx", Kind::fpe2, 6000.0);
+        fake.fake->setValue("F1Mn", Kind::fpe2, 1000.0);
+        fake.fake->setValue("F1Mx", Kind::fpe2, 5000.0);
+    }
+
+    void TearDown() override {
+        driver.reset();
+        pumpFor(5);
+    }
+
+    void makeDriver(SMCDriverActor::BridgeFactory factory) {
+        driver.reset();
+        driver = std::make_unique<SMCDriverActor>(timers, daemon.path(), services, [this, factory] {
+            ++factoryCalls;
+            return factory();
+        });
+        driver->setConnectionLossHandler([this] { ++losses; });
+    }
+    void makeDriver() {
+        makeDriver([bridge = fake.bridge] { return bridge; });
+    }
+
+    template <class T>
+    auto finish(QCoro::Task<T>&& task) {
+        auto call = begin(std::move(task));
+        EXPECT_TRUE(pumpUntil([&] { return call->done(); }));
+        return call;
+    }
+    void waitForRequests(std::size_t n) {
+        EXPECT_TRUE(pumpUntil([&] { return daemon.requests.size() >= n; }));
+    }
+};
+
+bool timedOut(const std::optional<DriverFailure>& failure) {
+    return failure && failure->is(DriverError::timedOut);
+}
+
+TEST_F(DriverTest, AReplyAndItsTimeoutRaceAndExactlyOneCompletesTheCall) {
+    makeDriver();
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::after(3.9));
+    auto early = begin(driver->daemonVersion());
+    waitForRequests(1);
+    timers.advance(3.9);
+    ASSERT_TRUE(pumpUntil([&] { return early->done(); }));
+    EXPECT_EQ(early->value, "1.2.0");
+    EXPECT_EQ(timers.pendingCount(), 0U); // the reply cancelled the timeout
+    timers.advance(1.0);
+    pumpFor(20);
+    EXPECT_EQ(early->completions, 1);
+    EXPECT_EQ(losses, 0);
+
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::after(4.1));
+    auto late = begin(driver->daemonVersion());
+    waitForRequests(2);
+    EXPECT_EQ(daemon.connections, 1);
+    timers.advance(4.0);
+    ASSERT_TRUE(late->done());
+    EXPECT_TRUE(timedOut(late->failure));
+    EXPECT_EQ(late->failure->message(), "no reply from the helper within 4.0 seconds");
+    timers.advance(0.1); // the reply goes out to a connection already torn down
+    ASSERT_TRUE(pumpUntil([&] { return losses > 0; }));
+    pumpFor(20);
+    EXPECT_EQ(late->completions, 1);
+    EXPECT_EQ(losses, 1);
+
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour{});
+    EXPECT_EQ(finish(driver->daemonVersion())->value, "1.2.0");
+    EXPECT_EQ(daemon.connections, 2);
+}
+
+TEST_F(DriverTest, ASilentHelperIsLostOnceAndOlderTimeoutsLeaveANewConnectionAlone) {
+    makeDriver();
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
+    std::vector<std::shared_ptr<Completion<std::string>>> calls;
+    for (int i = 0; i < 3; ++i) {
+        calls.push_back(begin(driver->daemonVersion()));
+    }
+    waitForRequests(3);
+    timers.advance(3.99);
+    for (const auto& call : calls) {
+        EXPECT_FALSE(call->done());
+    }
+    timers.advance(0.01);
+    for (const auto& call : calls) {
+        ASSERT_TRUE(call->done());
+        EXPECT_TRUE(timedOut(call->failure));
+    }
+    pumpFor(20);
+    EXPECT_EQ(losses, 1);
+
+    // `first` times out and replaces the connection that `second` still waits on.
+    auto first = begin(driver->daemonVersion());
+    waitForRequests(4);
+    timers.advance(1.0);
+    auto second = begin(driver->daemonVersion());
+    waitForRequests(5);
+    EXPECT_EQ(daemon.connections, 2);
+    timers.advance(3.0);
+    ASSERT_TRUE(first->done());
+    EXPECT_TRUE(timedOut(first->failure));
+    // A new connection opens before the torn-down one's invalidation notice arrives; the notice
+    // then names a connection that is no longer current and changes nothing.
+    const auto beat = begin(driver->heartbeat());
+    ASSERT_TRUE(pumpUntil([&] { return beat->done() && losses == 2; }));
+    ASSERT_TRUE(beat->value);
+    EXPECT_EQ(daemon.connections, 3);
+    ASSERT_TRUE(pumpUntil([&] { return logs.count("helper XPC connection invalidated") == 2; }));
+
+    timers.advance(1.0);
+    ASSERT_TRUE(second->done());
+    EXPECT_TRUE(timedOut(second->failure));
+    pumpFor(20);
+    EXPECT_EQ(losses, 2);
+    ASSERT_TRUE(finish(driver->heartbeat())->value);
+    EXPECT_EQ(daemon.connections, 3);
+}
+
+TEST_F(DriverTest, TheHelperGoingAwayFailsWaitingCallsAtOnceWhileItsErrorsKeepTheLink) {
+    makeDriver();
+    ASSERT_TRUE(finish(driver->heartbeat())->value);
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
+    auto waiting = begin(driver->daemonVersion());
+    waitForRequests(2);
+    const double before = clock.monotonicNow();
+    daemon.dropClients();
+    ASSERT_TRUE(pumpUntil([&] { return waiting->done() && losses == 1; }));
+    EXPECT_EQ(clock.monotonicNow(), before);
+    EXPECT_EQ(waiting->failure->domain(), helperLinkErrorDomain);
+    EXPECT_EQ(waiting->failure->message(), "the helper closed the connection");
+    EXPECT_EQ(logs.count("helper XPC connection interrupted"), 1);
+
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::refusing("version unavailable"));
+    const auto refused = finish(driver->daemonVersion());
+    ASSERT_TRUE(refused->failure);
+    EXPECT_EQ(refused->failure->domain(), helperErrorDomain);
+    EXPECT_EQ(refused->failure->message(), "version unavailable");
+    EXPECT_TRUE(finish(driver->restoreAuto())->value);
+    EXPECT_EQ(daemon.connections, 2);
+    pumpFor(20);
+    EXPECT_EQ(losses, 1);
+}
+
+TEST_F(DriverTest, AFailedHandshakeResolvesThroughTheServiceStatus) {
+    makeDriver();
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());
+    EXPECT_EQ(services.count("status"), 0); // a working link needs no other proof
+    EXPECT_EQ(logs.count("helper handshake OK (XPC)"), 1);
+
+    makeDriver();
+    daemon.stopListening();
+    const double before = clock.monotonicNow();
+    services.currentStatus = HelperServiceStatus::enabled;
+    const auto failed = finish(driver->currentState());
+    const auto missing =
+        HelperState::unavailable("helper handshake failed: cannot connect to the helper at " +
+                                 daemon.path().toStdString() + " (no such socket)");
+    EXPECT_EQ(failed->value, missing);
+    ASSERT_TRUE(failed->value);
+    const auto logged = logs.find(failed->value->reason());
+    ASSERT_TRUE(logged);
+    EXPECT_EQ(logged->type, QtCriticalMsg);
+    EXPECT_EQ(logged->category, "driver");
+    services.currentStatus = HelperServiceStatus::requiresApproval;
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::requiresApproval());
+    services.currentStatus = HelperServiceStatus::notRegistered;
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::notRegistered());
+    services.currentStatus = HelperServiceStatus::notFound;
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::notRegistered());
+    EXPECT_EQ(clock.monotonicNow(), before); // a refused connection is no reason to wait
+
+    daemon.listen();
+    daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::refusing("not permitted"));
+    services.currentStatus = HelperServiceStatus::enabled;
+    EXPECT_EQ(finish(driver->currentState())->value,
+              HelperState::unavailable("helper handshake failed: not permitted"));
+
+    // A helper that accepts and never answers costs the whole timeout.
+    daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::never());
+    services.currentStatus = HelperServiceStatus::notRegistered;
+    const int beats = daemon.count(HelperMethod::heartbeat);
+    auto silent = begin(driver->currentState());
+    ASSERT_TRUE(pumpUntil([&] { return daemon.count(HelperMethod::heartbeat) == beats + 1; }));
+    timers.advance(3.99);
+    EXPECT_FALSE(silent->done());
+    timers.advance(0.01);
+    ASSERT_TRUE(silent->done());
+    EXPECT_EQ(silent->value, HelperState::notRegistered());
+}
+
+TEST_F(DriverTest, TheExitHookIsInstalledOnceAndRestoresOverTheCurrentConnection) {
+    const int before = HelperExitSafety::registrations();
+    makeDriver([] { return std::shared_ptr<SMCKernelBridge>(); });
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::unavailable("cannot open AppleSMC"));
+    EXPECT_EQ(HelperExitSafety::registrations(), before);
+    EXPECT_EQ(daemon.connections, 0);
+
+    {
+        SMCDriverActor other(timers, daemon.path(), services, [this] { return fake.bridge; });
+        EXPECT_EQ(finish(other.currentState())->value, HelperState::connected());
+    }
+    makeDriver();
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());
+    EXPECT_EQ(HelperExitSafety::registrations(), 1);
+
+    EXPECT_TRUE(HelperExitSafety::sendRestore());
+    ASSERT_TRUE(pumpUntil([&] { return daemon.count(HelperMethod::restoreAutomaticControl) == 1; }));
+    EXPECT_EQ(daemon.requests.back().id, 0U);
+
+    services.onUnregister = [this] {
+        daemon.stopListening();
+        daemon.dropClients();
+    };
+    EXPECT_EQ(finish(driver->unregisterHelper())->value, HelperState::notRegistered());
+    EXPECT_FALSE(HelperExitSafety::sendRestore()); // no connection left to use
+}
+
+TEST_F(DriverTest, HeartbeatsDetectARestartedHelperByItsUptime) {
+    makeDriver();
+    daemon.setUptimes({105.0, 100.0, 100.0, 100.5, 50.0});
+    ASSERT_EQ(finish(driver->handshake())->value, HelperState::connected());
+    const auto dropped = finish(driver->heartbeat());
+    ASSERT_TRUE(dropped->value);
+    EXPECT_EQ(dropped->value->uptime, 100.0);
+    EXPECT_TRUE(dropped->value->restarted);
+    EXPECT_FALSE(finish(driver->heartbeat())->value->restarted); // equal
+    EXPECT_FALSE(finish(driver->heartbeat())->value->restarted); // grown
+    EXPECT_EQ(logs.count(restartedLine), 1);
+
+    // The loop beats every 2.5 seconds from the handshake on.
+    timers.advance(2.49);
+    pumpFor(20);
+    EXPECT_EQ(daemon.count(HelperMethod::heartbeat), 4);
+    timers.advance(0.01);
+    ASSERT_TRUE(pumpUntil([&] { return logs.count(restartedLine) == 2; })); // 50 after 100.5
+
+    daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::refusing("busy"));
+    timers.advance(2.5);
+    ASSERT_TRUE(pumpUntil([&] { return logs.count("heartbeat failed: busy") == 1; }));
+    timers.advance(2.5); // the loop goes on after a failure
+    ASSERT_TRUE(pumpUntil([&] { return logs.count("heartbeat failed: busy") == 2; }));
+
+    // It ends with its connection.
+    daemon.dropClients();
+    ASSERT_TRUE(pumpUntil([&] { return losses == 1; }));
+    timers.advance(10.0);
+    pumpFor(20);
+    EXPECT_EQ(daemon.count(HelperMethod::heartbeat), 7);
+    EXPECT_EQ(timers.pendingCount(), 0U);
+}
+
+TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
+    fake.fake->failCall("F1Mn", SMCCommand::readValue, -536870212);
+    makeDriver();
+    const auto outOfRange = finish(driver->setTargetRPM(2, 2000.0));
+    ASSERT_TRUE(outOfRange->failure);
+    EXPECT_EQ(*outOfRange->failure, DriverFailure("com.halvoren.driver", 1002, "fan index 2 out of range"));
+    const auto negative = finish(driver->setTargetRPM(0, -5.0));
+    ASSERT_TRUE(negative->failure);
+    EXPECT_EQ(*negative->failure,
+              DriverFailure("com.halvoren.driver", 1001, "rejected: non-finite or negative RPM -5.0"));
+    EXPECT_EQ(daemon.connections, 0);
+
+    // The helper, not the driver, clamps.
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 99999.0))->value, 99999.0);
+    EXPECT_EQ(daemon.requests.back(),
+              (HelperRequest{
+                  .id = daemon.requests.back().id, .method = HelperMethod::setTargetRPM, .rpm = 99999.0}));
+    // An unreadable limit doesn't block a write, but the request is still vetted on its own.
+    EXPECT_EQ(finish(driver->setTargetRPM(1, 1500.0))->value, 1500.0);
+    EXPECT_EQ(daemon.requests.back().fan, 1);
+    EXPECT_EQ(finish(driver->setTargetRPM(1, -1.0))->failure->code(), 1001);
+
+    // The fan count and known limits are read once.
+    fake.fake->resetCounts();
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->value, 3000.0);
+    EXPECT_EQ(fake.fake->totalCalls(), 0);
+
+    daemon.setBehaviour(HelperMethod::setTargetRPM, Behaviour::refusing("fan 0 is stalled"));
+    const auto refused = finish(driver->setTargetRPM(0, 3000.0));
+    ASSERT_TRUE(refused->failure);
+    EXPECT_EQ(refused->failure->message(), "fan 0 is stalled");
+    EXPECT_EQ(daemon.connections, 1);
+}
+
+TEST_F(DriverTest, ReopenUsesTheFactoryOnlyWithoutABridgeAndStartsTheCachesAfresh) {
+    makeDriver();
+    EXPECT_EQ(driver->reopenBridgeIfNeeded(), fake.bridge);
+    EXPECT_EQ(factoryCalls, 1);
+    const auto opened = logs.find("SMC read connection opened at launch (direct, in-process, unprivileged)");
+    ASSERT_TRUE(opened);
+    EXPECT_EQ(opened->category, "smc");
+
+    std::shared_ptr<SMCKernelBridge> next;
+    makeDriver([&next] { return next; });
+    const auto missing = logs.find(
+        "SMC unavailable at launch — initial AppleSMC open failed (see the prior log line, if any, for "
+        "the IOKit reason); the tick-driven reopen will retry on a debounce while unavailable");
+    ASSERT_TRUE(missing);
+    EXPECT_EQ(missing->type, QtCriticalMsg);
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 2000.0))->failure->message(), "fan index 0 out of range");
+    EXPECT_EQ(driver->reopenBridgeIfNeeded(), nullptr);
+    EXPECT_EQ(logs.count("SMC bridge reopen attempt failed — still unavailable, will retry"), 1);
+
+    next = fake.bridge;
+    EXPECT_EQ(driver->reopenBridgeIfNeeded(), fake.bridge);
+    EXPECT_EQ(
+        logs.count("SMC read connection reopened — a competing fan-control app likely released AppleSMC"), 1);
+    EXPECT_EQ(driver->sharedBridge(), nullptr); // fixed at creation
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 2000.0))->value, 2000.0);
+    EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());
+    EXPECT_EQ(factoryCalls, 1 + 3);
+}
+
+TEST_F(DriverTest, RegistrationGoesThroughTheServiceManagerAndRestoresBeforeLetGo) {
+    daemon.stopListening();
+    services.onRegister = [this] { daemon.listen(); };
+    services.onUnregister = [this] {
+        daemon.stopListening();
+        daemon.dropClients();
+    };
+    makeDriver();
+    services.registerFailure = "authorisation denied";
+    EXPECT_EQ(finish(driver->registerHelper())->value,
+              HelperState::unavailable("register failed: authorisation denied"));
+    EXPECT_EQ(logs.count("SMAppService register failed: authorisation denied"), 1);
+    services.registerFailure.reset();
+    EXPECT_EQ(finish(driver->registerHelper())->value, HelperState::connected());
+
+    services.calls.clear();
+    EXPECT_EQ(finish(driver->registerHelper())->value, HelperState::connected());
+    EXPECT_EQ(services.calls, std::vector<std::string>{"status"}); // enabled already: no second register
+
+    const auto sent = daemon.requests.size();
+    EXPECT_EQ(finish(driver->unregisterHelper())->value, HelperState::notRegistered());
+    ASSERT_GT(daemon.requests.size(), sent);
+    EXPECT_EQ(daemon.requests[sent].method, HelperMethod::restoreAutomaticControl);
+    EXPECT_EQ(services.calls, (std::vector<std::string>{"status", "unregister", "status"}));
+
+    services.calls.clear();
+    daemon.listen(); // an old helper still running unregistered
+    EXPECT_EQ(finish(driver->bounceHelper())->value, HelperState::connected());
+    EXPECT_EQ(services.calls, (std::vector<std::string>{"unregister", "status", "register"}));
+    EXPECT_EQ(daemon.count(HelperMethod::restoreAutomaticControl), 2);
+
+    services.unregisterFailure = "unit busy";
+    finish(driver->unregisterHelper());
+    EXPECT_EQ(logs.count("SMAppService unregister failed: unit busy"), 1);
+    driver->openLoginItemsSettings();
+    EXPECT_EQ(services.count("approval"), 1);
+}
+
+} // namespace
+} // namespace halvoren
