@@ -13,7 +13,9 @@ HelperSupervisor::HelperSupervisor(SMCDriverActor& driver, TimerSource& timers)
 
 HelperSupervisor::~HelperSupervisor() = default;
 
-int HelperSupervisor::beginHelperStateAttempt() { return ++helperStateGeneration_; }
+int HelperSupervisor::beginHelperStateAttempt() {
+    return ++helperStateGeneration_;
+}
 
 void HelperSupervisor::commitHelperState(const HelperState& state, int token) {
     if (token != helperStateGeneration_) {
@@ -60,7 +62,9 @@ QCoro::Task<void> HelperSupervisor::checkVersion() {
     co_await refreshWith(beginHelperStateAttempt());
 }
 
-void HelperSupervisor::refreshHelperState() { [[maybe_unused]] auto task = refreshWith(beginHelperStateAttempt()); }
+void HelperSupervisor::refreshHelperState() {
+    [[maybe_unused]] auto task = refreshWith(beginHelperStateAttempt());
+}
 
 void HelperSupervisor::refreshHelperStateFromTick() {
     if (isTickRefreshInFlight_) {
@@ -122,6 +126,8 @@ void HelperSupervisor::uninstallHelper(std::function<QCoro::Task<void>()> restor
     }(this, token, std::move(restoreFirst));
 }
 
-void HelperSupervisor::openHelperApproval() { driver_.openLoginItemsSettings(); }
+void HelperSupervisor::openHelperApproval() {
+    driver_.openLoginItemsSettings();
+}
 
 } // namespace halvoren

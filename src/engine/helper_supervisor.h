@@ -1,12 +1,11 @@
 #pragma once
 
+#include "engine/helper_state.h"
+
 #include <functional>
 #include <memory>
 #include <optional>
-
 #include <qcoro/qcorotask.h>
-
-#include "engine/helper_state.h"
 
 namespace halvoren {
 
@@ -19,7 +18,7 @@ class TimerSource;
 // resident helper of another version, at most once per run. Main thread only.
 class HelperSupervisor {
 public:
-    static constexpr double tickRefreshDebounce = 2.0;  // seconds
+    static constexpr double tickRefreshDebounce = 2.0; // seconds
     static constexpr double connectionLossDebounce = 2.0;
 
     HelperSupervisor(SMCDriverActor& driver, TimerSource& timers);
