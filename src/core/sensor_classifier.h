@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/closed_range.h"
 #include "core/sensor.h"
 #include "core/smc_data_type.h"
 
@@ -10,14 +11,7 @@
 
 namespace halvoren::SensorClassifier {
 
-// Bounds that include both ends.
-struct ClosedRange {
-    double lower;
-    double upper;
-
-    // False for NaN.
-    constexpr bool contains(double x) const { return lower <= x && x <= upper; }
-};
+using ClosedRange = halvoren::ClosedRange;
 
 // The one range that decides whether a value can be a temperature, in °C.
 inline constexpr ClosedRange plausibleTemperatureRange{-40.0, 130.0};
