@@ -1,5 +1,8 @@
 #include "fake_helper_daemon.h"
 
+#include <string>
+#include <vector>
+
 #include <QLocalSocket>
 #include <stdexcept>
 #include <variant>
@@ -56,18 +59,26 @@ void FakeHelperDaemon::accept() {
 }
 
 void FakeHelperDaemon::receive(QLocalSocket* socket) {
-    auto& reader = readers_[socket];
-    const QByteArray bytes = socket->readAll();
-    reader.append(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
-    while (const auto payload = reader.next()) {
-        const auto decoded = decodeRequest(*payload);
+    // Cut every complete frame first: answering may fail on a closed peer, and the socket's
+    // disconnect then drops its reader, so no reference to it may live across an answer.
+    std::vector<std::string> payloads;
+    {
+        auto& reader = readers_[socket];
+        const QByteArray bytes = socket->readAll();
+        reader.append(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+        while (auto payload = reader.next()) {
+            payloads.push_back(std::move(*payload));
+        }
+    }
+    const QPointer<QLocalSocket> target(socket);
+    for (const auto& payload : payloads) {
+        const auto decoded = decodeRequest(payload);
         if (const auto* request = std::get_if<HelperRequest>(&decoded)) {
             requests.push_back(*request);
             const auto behaviour = behaviours_[request->method];
             if (!behaviour.delay) {
                 continue;
             }
-            const QPointer<QLocalSocket> target(socket);
             if (*behaviour.delay <= 0.0) {
                 answer(target, *request);
             } else {
