@@ -19,12 +19,12 @@ void requireFan(std::size_t fan, std::size_t count) {
 
 } // namespace
 
-ThermalModel::ThermalModel(ThermalSpec spec)
-    : spec_(std::move(spec))
-    , powers_(spec_.nodes.size(), 0.0)
-    , fans_(spec_.fans.size())
-    , faults_(spec_.fans.size()) {
-    for (const auto& node : spec_.nodes) {
+ThermalModel::ThermalModel(ThermalSpec design)
+    : design_(std::move(design))
+    , powers_(design_.nodes.size(), 0.0)
+    , fans_(design_.fans.size())
+    , faults_(design_.fans.size()) {
+    for (const auto& node : design_.nodes) {
         temperatures_.push_back(node.initialTemperature);
     }
     // Start settled: the fans already turn at the speed the firmware wants for these temperatures.
@@ -36,8 +36,8 @@ ThermalModel::ThermalModel(ThermalSpec spec)
 }
 
 std::optional<std::size_t> ThermalModel::nodeIndex(std::string_view id) const {
-    for (std::size_t i = 0; i < spec_.nodes.size(); ++i) {
-        if (spec_.nodes[i].id == id) {
+    for (std::size_t i = 0; i < design_.nodes.size(); ++i) {
+        if (design_.nodes[i].id == id) {
             return i;
         }
     }
@@ -45,7 +45,7 @@ std::optional<std::size_t> ThermalModel::nodeIndex(std::string_view id) const {
 }
 
 double ThermalModel::hottest() const {
-    return temperatures_.empty() ? spec_.ambient
+    return temperatures_.empty() ? design_.ambient
                                  : *std::max_element(temperatures_.begin(), temperatures_.end());
 }
 
@@ -55,7 +55,7 @@ double ThermalModel::airflow() const {
     }
     double sum = 0.0;
     for (std::size_t i = 0; i < fans_.size(); ++i) {
-        sum += spec_.fans[i].maximum > 0.0 ? clampUnit(fans_[i].actual / spec_.fans[i].maximum) : 0.0;
+        sum += design_.fans[i].maximum > 0.0 ? clampUnit(fans_[i].actual / design_.fans[i].maximum) : 0.0;
     }
     return sum / static_cast<double>(fans_.size());
 }
@@ -77,11 +77,11 @@ void ThermalModel::setFault(std::size_t fan, FanFault fault) {
 
 void ThermalModel::step(Load load) {
     const double dt = stepSeconds;
-    const std::size_t n = spec_.nodes.size();
+    const std::size_t n = design_.nodes.size();
     double throttle = 1.0;
-    if (spec_.throttle && spec_.throttle->span > 0.0) {
-        const double over = clampUnit((hottest() - spec_.throttle->start) / spec_.throttle->span);
-        throttle = 1.0 - (1.0 - spec_.throttle->floor) * over;
+    if (design_.throttle && design_.throttle->span > 0.0) {
+        const double over = clampUnit((hottest() - design_.throttle->start) / design_.throttle->span);
+        throttle = 1.0 - (1.0 - design_.throttle->floor) * over;
     }
     const double air = airflow();
 
@@ -89,21 +89,21 @@ void ThermalModel::step(Load load) {
     std::vector<double>& heat = heat_;
     heat.assign(n, 0.0);
     for (std::size_t i = 0; i < n; ++i) {
-        const auto& node = spec_.nodes[i];
+        const auto& node = design_.nodes[i];
         powers_[i] = node.idlePower +
                      throttle * (node.cpuPower * clampUnit(load.cpu) + node.gpuPower * clampUnit(load.gpu));
         const double toRoom =
-            (node.ambientConductance + node.airflowConductance * air) * (temperatures_[i] - spec_.ambient);
+            (node.ambientConductance + node.airflowConductance * air) * (temperatures_[i] - design_.ambient);
         heat[i] += powers_[i] - toRoom;
     }
-    for (const auto& coupling : spec_.couplings) {
+    for (const auto& coupling : design_.couplings) {
         const double flow =
             coupling.conductance * (temperatures_[coupling.first] - temperatures_[coupling.second]);
         heat[coupling.first] -= flow;
         heat[coupling.second] += flow;
     }
     for (std::size_t i = 0; i < n; ++i) {
-        temperatures_[i] += dt * heat[i] / spec_.nodes[i].heatCapacity;
+        temperatures_[i] += dt * heat[i] / design_.nodes[i].heatCapacity;
     }
 
     updateFirmwareState();
@@ -116,7 +116,7 @@ void ThermalModel::step(Load load) {
 }
 
 void ThermalModel::updateFirmwareState() {
-    const auto& curve = spec_.firmware;
+    const auto& curve = design_.firmware;
     if (!curve.stopsWhenCool) {
         firmwareRunning_ = true;
         return;
@@ -133,15 +133,15 @@ double ThermalModel::firmwareTarget(std::size_t fan) const {
     if (!firmwareRunning_) {
         return 0.0;
     }
-    const auto& curve = spec_.firmware;
-    const auto& range = spec_.fans[fan];
+    const auto& curve = design_.firmware;
+    const auto& range = design_.fans[fan];
     const double share = clampUnit((hottest() - curve.start) / (curve.full - curve.start));
     return range.minimum + share * (range.maximum - range.minimum);
 }
 
 void ThermalModel::moveFan(std::size_t i) {
     FanState& fan = fans_[i];
-    const FanSpec& range = spec_.fans[i];
+    const FanSpec& range = design_.fans[i];
     if (faults_[i].stalled) {
         fan.actual = 0.0;
         return;

@@ -83,12 +83,12 @@ class ThermalModel {
 public:
     static constexpr double stepSeconds = 0.05;
 
-    explicit ThermalModel(ThermalSpec spec);
+    explicit ThermalModel(ThermalSpec design);
 
     // Advances one step under `load`.
     void step(Load load);
 
-    const ThermalSpec& spec() const { return spec_; }
+    const ThermalSpec& design() const { return design_; }
     double temperature(std::size_t node) const { return temperatures_[node]; }
     std::optional<std::size_t> nodeIndex(std::string_view id) const;
     double hottest() const;
@@ -108,7 +108,7 @@ private:
     void updateFirmwareState();
     void moveFan(std::size_t fan);
 
-    ThermalSpec spec_;
+    ThermalSpec design_;
     std::vector<double> temperatures_;
     std::vector<double> powers_;
     std::vector<double> heat_; // scratch of `step`, kept to spare an allocation per step
