@@ -19,16 +19,22 @@ if(HALVOREN_TSAN)
   target_link_options(halvoren_options INTERFACE ${_san})
 endif()
 
-# Adds a library of one layer whose sources are every .cpp under DIR. Code under a
-# macos/ folder is built only on Apple platforms, code under linux/ only on Linux.
-function(halvoren_layer name dir)
-  file(GLOB_RECURSE _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
+# Every .cpp under DIR into OUT, leaving out code for other platforms: a macos/ folder is
+# built only on Apple platforms, a linux/ folder only on Linux.
+function(halvoren_platform_sources out dir)
+  file(GLOB_RECURSE _found CONFIGURE_DEPENDS "${dir}/*.cpp")
   if(NOT APPLE)
-    list(FILTER _srcs EXCLUDE REGEX "/macos/")
+    list(FILTER _found EXCLUDE REGEX "/macos/")
   endif()
   if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
-    list(FILTER _srcs EXCLUDE REGEX "/linux/")
+    list(FILTER _found EXCLUDE REGEX "/linux/")
   endif()
+  set(${out} ${_found} PARENT_SCOPE)
+endfunction()
+
+# Adds a library of one layer whose sources are every .cpp under DIR for this platform.
+function(halvoren_layer name dir)
+  halvoren_platform_sources(_srcs "${dir}")
   add_library(${name} STATIC ${_srcs})
   target_link_libraries(${name} PUBLIC halvoren_options)
 endfunction()
@@ -36,13 +42,7 @@ endfunction()
 # Adds one GoogleTest executable made of every .cpp under DIR and registers its cases with CTest.
 # Tests under macos/ or linux/ folders follow the same platform rule as the layers.
 function(halvoren_test_suite name dir)
-  file(GLOB_RECURSE _srcs CONFIGURE_DEPENDS "${dir}/*.cpp")
-  if(NOT APPLE)
-    list(FILTER _srcs EXCLUDE REGEX "/macos/")
-  endif()
-  if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
-    list(FILTER _srcs EXCLUDE REGEX "/linux/")
-  endif()
+  halvoren_platform_sources(_srcs "${dir}")
   add_executable(${name} ${_srcs})
   target_link_libraries(${name} PRIVATE halvoren_options GTest::gmock GTest::gtest_main ${ARGN})
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
