@@ -23,7 +23,11 @@ endif()
 # built only on Apple platforms, a linux/ folder only on Linux.
 function(halvoren_platform_sources out dir)
   file(GLOB_RECURSE _found CONFIGURE_DEPENDS "${dir}/*.cpp")
-  if(NOT APPLE)
+  if(APPLE)
+    # Objective-C++ for the platform's own frameworks.
+    file(GLOB_RECURSE _objc CONFIGURE_DEPENDS "${dir}/macos/*.mm")
+    list(APPEND _found ${_objc})
+  else()
     list(FILTER _found EXCLUDE REGEX "/macos/")
   endif()
   if(NOT CMAKE_SYSTEM_NAME STREQUAL "Linux")
