@@ -1,0 +1,13 @@
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+namespace halvoren {
+
+// How the platform names its running programs: process names on Linux (each
+// /proc/<pid>/comm under `procRoot`). Elsewhere, for now, nothing.
+std::set<std::string> runningProgramIdentifiers(const std::filesystem::path& procRoot = "/proc");
+
+} // namespace halvoren
