@@ -7,6 +7,7 @@
 // simulated controller through its socket, as any other reader would.
 
 #include "core/frame_codec.h"
+#include "fakes/forcing_client.h"
 #include "smc/smc_error.h"
 #include "smc/smc_kernel_bridge.h"
 #include "smc/socket_smc_transport.h"
@@ -78,32 +79,6 @@ bool everyFanAutomatic(SMCKernelBridge& bridge) {
     return bridge.read("F0Md") == 0.0 && bridge.read("F1Md") == 0.0;
 }
 
-// A client process that forces both fans, writes one byte to `ready` and waits to be killed.
-// Between fork() and death it makes only system calls on buffers made before.
-pid_t forcingClient(const std::string& socket, const std::array<std::string, 2>& frames, int ready) {
-    sockaddr_un address{};
-    UnixSocket::makeAddress(socket, address);
-    const pid_t pid = ::fork();
-    if (pid != 0) {
-        return pid;
-    }
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-        ::_exit(1);
-    }
-    for (const auto& frame : frames) {
-        char reply[256];
-        if (::write(fd, frame.data(), frame.size()) != static_cast<long>(frame.size()) ||
-            ::read(fd, reply, sizeof reply) <= 4) {
-            ::_exit(1);
-        }
-    }
-    [[maybe_unused]] const auto written = ::write(ready, "k", 1);
-    for (;;) {
-        ::pause();
-    }
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -152,15 +127,15 @@ int main(int argc, char** argv) {
 
     // From SIGKILL of the forcing client to both fans read back as automatic.
     SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(smc));
-    const std::array<std::string, 2> frames{frameBytes(setTarget(1, 0, 4000)),
-                                            frameBytes(setTarget(2, 1, 4000))};
+    const std::vector<std::string> frames{frameBytes(setTarget(1, 0, 4000)),
+                                          frameBytes(setTarget(2, 1, 4000))};
     std::vector<double> recoveries;
     for (int k = 0; k < kills; ++k) {
         int ready[2];
         if (::pipe(ready) < 0) {
             fail("cannot make a pipe");
         }
-        const pid_t child = forcingClient(socket, frames, ready[1]);
+        const pid_t child = halvoren::testing::forkForcingClient(socket, frames, ready[1]);
         ::close(ready[1]);
         pollfd entry{ready[0], POLLIN, 0};
         char byte = 0;

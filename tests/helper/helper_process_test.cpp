@@ -2,6 +2,7 @@
 
 #include "../smc/temp_directory.h"
 #include "core/frame_codec.h"
+#include "fakes/forcing_client.h"
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
@@ -125,30 +126,12 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
 
     // A client process that forces both fans, says so on a pipe, and waits to be killed. After
     // fork() it makes only system calls, from buffers made before.
-    const std::string frames[] = {frameBytes(setTarget(1, 0, 4000)), frameBytes(setTarget(2, 1, 4000))};
+    const std::vector<std::string> frames{frameBytes(setTarget(1, 0, 4000)),
+                                          frameBytes(setTarget(2, 1, 4000))};
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
-    const pid_t child = ::fork();
+    const pid_t child = testing::forkForcingClient(socket, frames, ready[1]);
     ASSERT_GE(child, 0);
-    if (child == 0) {
-        sockaddr_un address{};
-        UnixSocket::makeAddress(socket, address);
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-            ::_exit(1);
-        }
-        for (const auto& frame : frames) {
-            char reply[256];
-            if (::write(fd, frame.data(), frame.size()) != static_cast<long>(frame.size()) ||
-                ::read(fd, reply, sizeof reply) <= 4) {
-                ::_exit(1);
-            }
-        }
-        [[maybe_unused]] const auto written = ::write(ready[1], "k", 1);
-        for (;;) {
-            ::pause();
-        }
-    }
     ::close(ready[1]);
     pollfd entry{ready[0], POLLIN, 0};
     char byte = 0;
