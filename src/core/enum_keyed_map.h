@@ -80,4 +80,27 @@ EnumKeyedMap<E, V> mergeOverDefaults(EnumKeyedMap<E, V> defaults, const EnumKeye
     return defaults;
 }
 
+// The value stored for `key`, or null.
+template <class E, class V>
+const V* findEntry(const EnumKeyedMap<E, V>& entries, E key) {
+    for (const auto& entry : entries) {
+        if (entry.first == key) {
+            return &entry.second;
+        }
+    }
+    return nullptr;
+}
+
+// Replaces the value of `key` in its place, or appends the entry.
+template <class E, class V>
+void setEntry(EnumKeyedMap<E, V>& entries, E key, V value) {
+    for (auto& entry : entries) {
+        if (entry.first == key) {
+            entry.second = std::move(value);
+            return;
+        }
+    }
+    entries.emplace_back(key, std::move(value));
+}
+
 } // namespace halvoren

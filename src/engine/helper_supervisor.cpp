@@ -1,13 +1,13 @@
 #include "engine/helper_supervisor.h"
 
 #include "core/helper_constants.h"
+#include "engine/fan_driver.h"
 #include "engine/log_categories.h"
-#include "engine/smc_driver_actor.h"
 #include "platform/timer_source.h"
 
 namespace halvoren {
 
-HelperSupervisor::HelperSupervisor(SMCDriverActor& driver, TimerSource& timers)
+HelperSupervisor::HelperSupervisor(FanDriver& driver, TimerSource& timers)
     : driver_(driver)
     , timers_(timers) {}
 

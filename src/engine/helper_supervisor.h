@@ -9,7 +9,7 @@
 
 namespace halvoren {
 
-class SMCDriverActor;
+class FanDriver;
 class TimerSource;
 
 // Decides when to ask the driver for the helper's state, and keeps the published
@@ -21,7 +21,7 @@ public:
     static constexpr double tickRefreshDebounce = 2.0; // seconds
     static constexpr double connectionLossDebounce = 2.0;
 
-    HelperSupervisor(SMCDriverActor& driver, TimerSource& timers);
+    HelperSupervisor(FanDriver& driver, TimerSource& timers);
     ~HelperSupervisor();
     HelperSupervisor(const HelperSupervisor&) = delete;
     HelperSupervisor& operator=(const HelperSupervisor&) = delete;
@@ -54,7 +54,7 @@ private:
     QCoro::Task<void> refreshWith(int token);
     QCoro::Task<void> checkVersion();
 
-    SMCDriverActor& driver_;
+    FanDriver& driver_;
     TimerSource& timers_;
     std::shared_ptr<int> lifetime_ = std::make_shared<int>(0); // tasks hold it weakly
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/helper_messages.h"
+#include "engine/fan_driver.h"
 #include "engine/helper_connection.h"
 #include "engine/helper_service_manager.h"
 #include "engine/helper_state.h"
@@ -28,7 +29,7 @@ namespace halvoren {
 // event loop and every wait goes through the TimerSource. Failures of helper calls are thrown
 // as DriverFailure. Calls still waiting when the driver is destroyed are never resumed, so
 // their callers must not outlive it.
-class SMCDriverActor {
+class SMCDriverActor final : public FanDriver {
 public:
     using BridgeFactory = std::function<std::shared_ptr<SMCKernelBridge>()>;
 
@@ -43,32 +44,32 @@ public:
     // Opens the bridge at once; creation never fails, a missing controller is only logged.
     SMCDriverActor(TimerSource& timers, QString helperSocketPath, HelperServiceManager& services,
                    BridgeFactory bridgeFactory = openRealBridge);
-    ~SMCDriverActor();
+    ~SMCDriverActor() override;
     SMCDriverActor(const SMCDriverActor&) = delete;
     SMCDriverActor& operator=(const SMCDriverActor&) = delete;
 
     // The bridge of the first open, fixed at creation.
-    const std::shared_ptr<SMCKernelBridge>& sharedBridge() const { return sharedBridge_; }
-    void setConnectionLossHandler(std::function<void()> handler) {
+    std::shared_ptr<SMCKernelBridge> sharedBridge() const override { return sharedBridge_; }
+    void setConnectionLossHandler(std::function<void()> handler) override {
         connectionLossHandler_ = std::move(handler);
     }
 
-    QCoro::Task<HelperState> currentState();
-    QCoro::Task<HelperState> registerHelper();
-    QCoro::Task<HelperState> unregisterHelper();
+    QCoro::Task<HelperState> currentState() override;
+    QCoro::Task<HelperState> registerHelper() override;
+    QCoro::Task<HelperState> unregisterHelper() override;
     // Replaces a running helper with the installed one: unregister, then register again.
-    QCoro::Task<HelperState> bounceHelper();
+    QCoro::Task<HelperState> bounceHelper() override;
     QCoro::Task<HelperState> handshake();
 
     QCoro::Task<Heartbeat> heartbeat();
-    QCoro::Task<std::string> daemonVersion();
+    QCoro::Task<std::string> daemonVersion() override;
     // Returns the target the helper applied.
-    QCoro::Task<double> setTargetRPM(int fan, double rpm);
-    QCoro::Task<void> restoreAuto();
+    QCoro::Task<double> setTargetRPM(int fan, double rpm) override;
+    QCoro::Task<void> restoreAuto() override;
 
     // The bridge in use, or a fresh one from the factory when there is none yet.
-    std::shared_ptr<SMCKernelBridge> reopenBridgeIfNeeded();
-    void openLoginItemsSettings();
+    std::shared_ptr<SMCKernelBridge> reopenBridgeIfNeeded() override;
+    void openLoginItemsSettings() override;
 
 private:
     struct HeartbeatLoop;

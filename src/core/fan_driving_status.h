@@ -1,0 +1,23 @@
+#pragma once
+
+#include "core/fan_profile.h"
+
+#include <optional>
+#include <span>
+#include <string>
+
+namespace halvoren {
+
+// In words, what is driving the fans now; the first matching reason wins.
+namespace FanDrivingStatus {
+
+std::string subtitle(bool isTurboEngaged, bool meetingQuietActive, std::optional<FanPreset> activePreset,
+                     bool isManualControl, const std::optional<FanProfile>& activeProfile);
+
+} // namespace FanDrivingStatus
+
+// "Fan" alone, "Left Fan"/"Right Fan" for a pair (by the order of `sortedIDs`), else
+// "Fan " and the id counted from 1.
+std::string fanDisplayName(int id, std::span<const int> sortedIDs);
+
+} // namespace halvoren

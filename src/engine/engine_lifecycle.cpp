@@ -1,0 +1,186 @@
+#include "engine/fan_driver.h"
+#include "engine/halvoren_engine.h"
+#include "platform/timer_source.h"
+
+#include <QSettings>
+#include <coroutine>
+
+namespace halvoren {
+
+// The run loop's handle: `stop()` sets `cancelled` and wakes a sleeping loop at once.
+struct HalvorenEngine::LoopControl {
+    bool cancelled = false;
+    TimerHandle sleep;
+    std::coroutine_handle<> sleeper;
+
+    void wake() {
+        if (auto handle = std::exchange(sleeper, {})) {
+            handle.resume();
+        }
+    }
+};
+
+namespace {
+
+// The loop's sleep: ends when its time is up or when the loop is stopped, whichever comes
+// first; a stopped loop does not sleep at all.
+struct LoopSleep {
+    std::shared_ptr<HalvorenEngine::LoopControl> control;
+    TimerSource& timers;
+    double seconds;
+
+    bool await_ready() const noexcept;
+    void await_suspend(std::coroutine_handle<> handle);
+    void await_resume() const noexcept {}
+};
+
+} // namespace
+
+bool LoopSleep::await_ready() const noexcept {
+    return control->cancelled;
+}
+
+void LoopSleep::await_suspend(std::coroutine_handle<> handle) {
+    control->sleeper = handle;
+    std::weak_ptr<HalvorenEngine::LoopControl> weak = control;
+    control->sleep = timers.schedule(seconds, [weak] {
+        if (auto c = weak.lock()) {
+            c->wake();
+        }
+    });
+}
+
+HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, Environment environment)
+    : driver_(environment.driver)
+    , timers_(environment.timers)
+    , coreCountsSource_(std::move(environment.coreCounts))
+    , hidFactory_(std::move(environment.hidFactory))
+    , store_(environment.settings)
+    , pinnedSensorStore_(environment.settings)
+    , spoolRate_(store_.loadSpoolRate())
+    , glassFrost_(store_.loadGlassFrost())
+    , backdropScene_(store_.loadBackdropScene())
+    , controlSource_(store_.loadControlSource())
+    , useFahrenheit_(store_.loadUseFahrenheit())
+    , preciseTemperatures_(store_.loadPreciseTemperatures())
+    , accentChoice_(store_.loadAccentChoice())
+    , menuBarReadout_(store_.loadMenuBarReadout())
+    , showDockIcon_(store_.loadShowDockIcon())
+    , menuBarTempSource_(store_.loadMenuBarTempSource())
+    , menuBarIconAnimated_(store_.loadMenuBarIconAnimated())
+    , hasCompletedFirstRunSetup_(store_.loadHasCompletedFirstRunSetup())
+    , overheatThreshold_(store_.loadOverheatThreshold())
+    , fanHealthWarningsEnabled_(store_.loadFanHealthWarningsEnabled())
+    , preSpoolEnabled_(store_.loadPreSpoolEnabled())
+    , alertRules_(store_.loadAlertRules())
+    , presetPowerCaps_(store_.loadPresetPowerCaps())
+    , customModes_(store_.loadCustomModes())
+    , activeCustomModeID_(store_.loadActiveCustomModeID())
+    , quietHoursEnabled_(store_.loadQuietHoursEnabled())
+    , quietHoursStart_(store_.loadQuietHoursStart())
+    , quietHoursEnd_(store_.loadQuietHoursEnd())
+    , meetingQuietEnabled_(store_.loadMeetingQuietEnabled())
+    , cooldownDuration_(store_.loadCooldownDuration())
+    , supervisor_(environment.driver, environment.timers) {
+    poller_ = makePoller(driver_.sharedBridge());
+    // No profile or preset is restored: every launch starts with the firmware in control.
+    activeProfile_.set(initialProfile);
+    pinnedSensorKeys_.set(pinnedSensorStore_.load());
+
+    supervisor_.setStateChangedHandler([this](const HelperState& state) { helperState_.set(state); });
+    // The driver calls this from the event loop; it may outlive the engine.
+    driver_.setConnectionLossHandler([this, alive = std::weak_ptr<int>(lifetime_)] {
+        if (!alive.expired()) {
+            supervisor_.helperConnectionLost();
+        }
+    });
+}
+
+HalvorenEngine::~HalvorenEngine() {
+    driver_.setConnectionLossHandler({});
+    lifetime_.reset();
+    stop();
+}
+
+std::shared_ptr<SensorPoller> HalvorenEngine::makePoller(std::shared_ptr<SMCKernelBridge> bridge) const {
+    return std::make_shared<SensorPoller>(std::move(bridge), timers_.clock(), hidFactory_);
+}
+
+HalvorenEngine::CoreCounts HalvorenEngine::coreCounts() const {
+    if (!coreCounts_) {
+        coreCounts_ = coreCountsSource_ ? coreCountsSource_() : CoreCounts{};
+    }
+    return *coreCounts_;
+}
+
+void HalvorenEngine::start() {
+    if (loop_) {
+        return;
+    }
+    // The long key walk runs on the poller's worker ahead of the first poll.
+    [[maybe_unused]] auto warm = [](std::shared_ptr<SensorPoller> poller) -> QCoro::Task<void> {
+        co_await poller->warmUp();
+    }(poller_);
+    supervisor_.refreshHelperState();
+    loop_ = std::make_shared<LoopControl>();
+    [[maybe_unused]] auto task = runLoop(loop_);
+}
+
+void HalvorenEngine::stop() {
+    if (!loop_) {
+        return;
+    }
+    const std::shared_ptr<LoopControl> control = std::exchange(loop_, nullptr);
+    control->cancelled = true;
+    control->sleep.cancel();
+    control->wake();
+}
+
+QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) {
+    const std::weak_ptr<int> alive = lifetime_;
+    rebuildPipelines();
+    while (!control->cancelled) {
+        // The poller may be replaced while a poll runs; this one lives until the poll ends.
+        const std::shared_ptr<SensorPoller> poller = poller_;
+        const SensorPoller::Snapshot snapshot = co_await poller->snapshot();
+        if (alive.expired()) {
+            co_return;
+        }
+        apply(snapshot);
+        if (!smcAvailable_.value()) {
+            attemptSMCReopenFromTick();
+        }
+        // The once-a-second slice (power, quiet hours, trend, weather), the ten-second
+        // microphone check and the heat sample join here, before the control tick.
+
+        if (!manualFanTargets_->empty()) {
+            co_await applyManualTick();
+        } else if (const std::optional<FanProfile> profile = activeProfile_.value()) {
+            co_await applyControlTick(*profile, snapshot.fans);
+        }
+        if (alive.expired()) {
+            co_return;
+        }
+        // The dust cycle, telemetry and the menu-bar label join here, after the control tick.
+        ++passCount_;
+        co_await LoopSleep{control, timers_, chooseSleep(snapshot.fans)};
+    }
+}
+
+double HalvorenEngine::chooseSleep(const std::vector<FanStatus>& snapshotFans) const {
+    if (!manualFanTargets_->empty() || isControlling_) {
+        return controlTickInterval;
+    }
+    if (activeProfile_.value() && activeProfile_.value()->mode != ControlMode::appleAuto) {
+        return controlTickInterval;
+    }
+    // A fan that something forced keeps the fast rhythm until it is released.
+    for (const FanStatus& fan : snapshotFans) {
+        if (fan.isManaged) {
+            return controlTickInterval;
+        }
+    }
+    return idleLoopInterval;
+}
+
+} // namespace halvoren

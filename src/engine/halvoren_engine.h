@@ -1,0 +1,326 @@
+#pragma once
+
+#include "core/alert_rules.h"
+#include "core/control_pipeline.h"
+#include "core/control_source.h"
+#include "core/custom_mode.h"
+#include "core/device_sensor_map.h"
+#include "core/display_settings.h"
+#include "core/fan_profile.h"
+#include "core/fan_status.h"
+#include "core/power_telemetry.h"
+#include "core/preset_power_caps.h"
+#include "core/sensor.h"
+#include "core/target_deadband.h"
+#include "core/uuid.h"
+#include "engine/helper_state.h"
+#include "engine/helper_supervisor.h"
+#include "engine/observable.h"
+#include "engine/pinned_sensor_store.h"
+#include "engine/sensor_poller.h"
+#include "engine/settings_store.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <qcoro/qcorotask.h>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+class QSettings;
+
+namespace halvoren {
+
+class FanDriver;
+class TimerSource;
+
+// The one object that holds the live state of the application, on the main thread. It owns
+// the control loop: one coroutine that reads the sensors, works out the control
+// temperature, evaluates the active profile and writes fan targets through the helper.
+// Views watch its fields; each tells its observers only on a real change.
+//
+// Its work is split by concern over several source files: lifecycle and the run loop,
+// the control tick, profiles and presets, settings, custom modes, helper supervision.
+class HalvorenEngine {
+public:
+    using CoreCounts = DeviceSensorMap::CoreCounts;
+    using FanMap = std::map<int, FanStatus>;
+
+    // What the engine runs on. Every collaborator must outlive the engine.
+    struct Environment {
+        FanDriver& driver;
+        TimerSource& timers; // all time, sleeps and debounces go through it
+        QSettings& settings; // the user's settings store
+        // Asked once, on first use; the machine's performance and efficiency core counts.
+        std::function<CoreCounts()> coreCounts = {};
+        // Empty: the platform's own source of HID temperatures.
+        SensorPoller::HIDSourceFactory hidFactory = {};
+    };
+
+    // The period that slew limiting assumes for one control tick.
+    static constexpr double controlTickInterval = 0.1;
+    // The loop's sleep while the firmware has every fan.
+    static constexpr double idleLoopInterval = 1.0;
+    static constexpr double smcReopenDebounce = 5.0;
+    // Measured speeds that move less than this publish at most every `fanPublishInterval`.
+    static constexpr double fanPublishJitter = 25.0;
+    static constexpr double fanPublishInterval = 0.5;
+    static constexpr std::size_t sensorHistoryLength = 120;
+    static constexpr double defaultAcousticAlpha = 0.35;
+
+    HalvorenEngine(const std::optional<FanProfile>& initialProfile, Environment environment);
+    ~HalvorenEngine();
+    HalvorenEngine(const HalvorenEngine&) = delete;
+    HalvorenEngine& operator=(const HalvorenEngine&) = delete;
+
+    // Starts the helper refresh and the control loop; does nothing while the loop runs.
+    void start();
+    // Ends the loop at its next await (at once when it sleeps). Writes nothing to the fans:
+    // handing them back at exit is the driver's exit hook and the helper's job.
+    void stop();
+    bool isRunning() const { return static_cast<bool>(loop_); }
+
+    // --- Observed state -------------------------------------------------------------------
+    const Observable<std::vector<SMCSensor>>& availableSensors() const { return availableSensors_; }
+    const Observable<std::vector<SMCSensor>>& allSensors() const { return allSensors_; }
+    const Observable<bool>& hasDiscoveredSensors() const { return hasDiscoveredSensors_; }
+    const Observable<bool>& controlSourceUnavailable() const { return controlSourceUnavailable_; }
+    const Observable<FanMap>& fans() const { return fans_; }
+    const Observable<std::optional<FanProfile>>& activeProfile() const { return activeProfile_; }
+    const Observable<std::optional<FanPreset>>& activePreset() const { return activePreset_; }
+    const Observable<HelperState>& helperState() const { return helperState_; }
+    const Observable<bool>& smcAvailable() const { return smcAvailable_; }
+    const Observable<PowerTelemetry>& powerTelemetry() const { return powerTelemetry_; }
+    const Observable<std::optional<std::string>>& lastError() const { return lastError_; }
+    const Observable<std::map<int, double>>& manualFanTargets() const { return manualFanTargets_; }
+    const Observable<std::optional<SMCSensor>>& cachedMenuBarHottestSensor() const {
+        return cachedMenuBarHottestSensor_;
+    }
+    const Observable<double>& controlTemperature() const { return controlTemperature_; }
+    const Observable<std::vector<DeviceSensorReading>>& deviceSensors() const { return deviceSensors_; }
+    const Observable<std::vector<DeviceSensorReading>>& deviceSensorsDisplay() const {
+        return deviceSensorsDisplay_;
+    }
+    const Observable<std::map<std::string, std::vector<double>>>& sensorHistory() const {
+        return sensorHistory_;
+    }
+    const Observable<double>& displayedTemperature() const { return displayedTemperature_; }
+    const Observable<double>& heroDisplayTemperature() const { return heroDisplayTemperature_; }
+    const Observable<bool>& isOverheating() const { return isOverheating_; }
+    const Observable<bool>& isTurboEngaged() const { return isTurboEngaged_; }
+    const Observable<bool>& meetingQuietActive() const { return meetingQuietActive_; }
+    const Observable<std::set<std::string>>& pinnedSensorKeys() const { return pinnedSensorKeys_; }
+
+    // --- Settings: each setter stores the value at once and runs the field's change handler -
+    const Observable<double>& acousticAlpha() const { return acousticAlpha_; }
+    const Observable<double>& spoolRate() const { return spoolRate_; }
+    const Observable<bool>& autoSwitchOnBattery() const { return autoSwitchOnBattery_; }
+    const Observable<double>& glassFrost() const { return glassFrost_; }
+    const Observable<BackdropScene>& backdropScene() const { return backdropScene_; }
+    const Observable<ControlSource>& controlSource() const { return controlSource_; }
+    const Observable<bool>& useFahrenheit() const { return useFahrenheit_; }
+    const Observable<bool>& preciseTemperatures() const { return preciseTemperatures_; }
+    const Observable<AccentChoice>& accentChoice() const { return accentChoice_; }
+    const Observable<MenuBarReadout>& menuBarReadout() const { return menuBarReadout_; }
+    const Observable<bool>& showDockIcon() const { return showDockIcon_; }
+    const Observable<MenuBarTempSource>& menuBarTempSource() const { return menuBarTempSource_; }
+    const Observable<bool>& menuBarIconAnimated() const { return menuBarIconAnimated_; }
+    const Observable<bool>& hasCompletedFirstRunSetup() const { return hasCompletedFirstRunSetup_; }
+    const Observable<double>& overheatThreshold() const { return overheatThreshold_; }
+    const Observable<bool>& fanHealthWarningsEnabled() const { return fanHealthWarningsEnabled_; }
+    const Observable<bool>& preSpoolEnabled() const { return preSpoolEnabled_; }
+    const Observable<AlertRules>& alertRules() const { return alertRules_; }
+    const Observable<PresetPowerCapsMap>& presetPowerCaps() const { return presetPowerCaps_; }
+    const Observable<std::vector<CustomMode>>& customModes() const { return customModes_; }
+    const Observable<std::optional<Uuid>>& activeCustomModeID() const { return activeCustomModeID_; }
+    const Observable<bool>& quietHoursEnabled() const { return quietHoursEnabled_; }
+    const Observable<int>& quietHoursStart() const { return quietHoursStart_; }
+    const Observable<int>& quietHoursEnd() const { return quietHoursEnd_; }
+    const Observable<bool>& meetingQuietEnabled() const { return meetingQuietEnabled_; }
+    const Observable<double>& cooldownDuration() const { return cooldownDuration_; }
+
+    // Not stored: every launch starts at 0.35. Every assignment, even of the same value,
+    // restarts the smoothing and clears the deadbands.
+    void setAcousticAlpha(double alpha);
+    void setSpoolRate(double rpmPerSecond);
+    void setAutoSwitchOnBattery(bool value);
+    void setGlassFrost(double frost);
+    void setBackdropScene(BackdropScene scene);
+    void setControlSource(ControlSource source);
+    void setUseFahrenheit(bool value);
+    void setPreciseTemperatures(bool value);
+    void setAccentChoice(AccentChoice choice);
+    void setMenuBarReadout(MenuBarReadout readout);
+    void setShowDockIcon(bool value);
+    void setMenuBarTempSource(MenuBarTempSource source);
+    void setMenuBarIconAnimated(bool value);
+    void setHasCompletedFirstRunSetup(bool value);
+    void setOverheatThreshold(double celsius);
+    void setFanHealthWarningsEnabled(bool value);
+    void setPreSpoolEnabled(bool value);
+    void setAlertRules(AlertRules rules);
+    void setQuietHoursEnabled(bool value);
+    void setQuietHoursStart(int minuteOfDay);
+    void setQuietHoursEnd(int minuteOfDay);
+    void setMeetingQuietEnabled(bool value);
+    void setCooldownDuration(double seconds);
+    // The Settings view's Restore Defaults, in its fixed order, with no confirmation.
+    void restoreDefaults();
+
+    // --- Profiles and presets --------------------------------------------------------------
+    void selectProfile(const FanProfile& profile);
+    void selectPreset(FanPreset preset);
+    // A nil argument leaves that cap as it is; the others are clamped to 0 ... 1.
+    void setPresetCap(FanPreset preset, std::optional<double> ac, std::optional<double> battery);
+    void resetPresetPowerCaps();
+    // Every fan at one speed ("Manual Lock"); nothing happens while no fan is known.
+    void setConstantRPM(std::int64_t rpm);
+    std::string drivingStatusSubtitle() const;
+    // The new power state. A change between battery and not battery re-applies the active
+    // preset with the caps of the new source.
+    void updatePowerTelemetry(const PowerTelemetry& telemetry);
+
+    // --- Custom modes ------------------------------------------------------------------------
+    void addCustomMode(const CustomMode& mode);
+    void updateCustomMode(const CustomMode& mode);
+    // Deleting the active mode moves the fans to the Balanced preset.
+    void deleteCustomMode(const Uuid& id);
+    void selectCustomMode(const Uuid& id);
+    std::optional<CustomMode> activeCustomMode() const;
+    std::optional<double> temperature(const ModeSensor& sensor) const;
+
+    // --- Sensors ---------------------------------------------------------------------------
+    // The stored values for a device reading, oldest first; empty if none.
+    std::vector<double> history(const std::string& id) const;
+    void setPinnedSensorKeys(std::set<std::string> keys);
+
+    // --- Helper supervision ----------------------------------------------------------------
+    void refreshHelperState();
+    void installHelper();
+    void uninstallHelper();
+    void openHelperApproval();
+
+    // --- The control path, public for the run loop's tests ------------------------------------
+    void apply(const SensorPoller::Snapshot& snapshot);
+    QCoro::Task<void> applyControlTick(FanProfile profile, std::vector<FanStatus> snapshotFans);
+    QCoro::Task<void> applyManualTick();
+    // Pairs of fan id and desired RPM, written in order.
+    QCoro::Task<void> pushTargets(std::vector<std::pair<int, double>> targets);
+    QCoro::Task<void> restoreAuto();
+    bool isControlling() const { return isControlling_; }
+    const std::map<int, double>& rampedTargets() const { return rampedTargets_; }
+    const HelperSupervisor& supervisor() const { return supervisor_; }
+    // The number of completed passes of the run loop since the engine was made.
+    std::uint64_t passCount() const { return passCount_; }
+
+    // The running loop's handle; opaque outside the engine.
+    struct LoopControl;
+
+private:
+    QCoro::Task<void> runLoop(std::shared_ptr<LoopControl> control);
+    // One pass of the loop, without its sleep; returns the sleep it chose.
+    QCoro::Task<double> runPass(std::shared_ptr<LoopControl> control);
+    double chooseSleep(const std::vector<FanStatus>& snapshotFans) const;
+
+    void refreshDerivedSensorState(bool recordHistory);
+    void refreshHeroDisplayTemperature();
+    void appendSensorHistory(const std::vector<DeviceSensorReading>& readings);
+    void refreshDeviceSensorsDisplay();
+    double rampedTarget(int fan, double desired);
+    void rebuildPipelines();
+    ControlPipeline makePipeline(const FanProfile& profile) const;
+    double effectiveFloor() const;
+    std::optional<double> readingValue(const ModeSensor& sensor,
+                                       const std::vector<DeviceSensorReading>& readings) const;
+    CoreCounts coreCounts() const;
+    // Shown to the user once it differs from the present text.
+    void setLastError(std::string text);
+
+    void applyProfile(const FanProfile& profile);
+    static bool isTurboProfile(const FanProfile& profile);
+    void presetPowerCapsChanged();
+
+    void attemptSMCReopenFromTick();
+    QCoro::Task<void> reopenSMCBridgeIfPossible();
+    std::shared_ptr<SensorPoller> makePoller(std::shared_ptr<SMCKernelBridge> bridge) const;
+
+    void persistCustomModes();
+    void setActiveCustomModeID(std::optional<Uuid> id);
+
+    FanDriver& driver_;
+    TimerSource& timers_;
+    std::function<CoreCounts()> coreCountsSource_;
+    SensorPoller::HIDSourceFactory hidFactory_;
+    SettingsStore store_;
+    PinnedSensorStore pinnedSensorStore_;
+    // Tasks started here hold it weakly and stop when the engine is gone.
+    std::shared_ptr<int> lifetime_ = std::make_shared<int>(0);
+
+    Observable<std::vector<SMCSensor>> availableSensors_;
+    Observable<std::vector<SMCSensor>> allSensors_;
+    Observable<bool> hasDiscoveredSensors_{false};
+    Observable<bool> controlSourceUnavailable_{false};
+    Observable<FanMap> fans_;
+    Observable<std::optional<FanProfile>> activeProfile_;
+    Observable<std::optional<FanPreset>> activePreset_;
+    Observable<HelperState> helperState_{HelperState::notRegistered()};
+    Observable<bool> smcAvailable_{false};
+    Observable<PowerTelemetry> powerTelemetry_;
+    Observable<bool> autoSwitchOnBattery_{true};
+    Observable<std::optional<std::string>> lastError_;
+    Observable<double> acousticAlpha_{defaultAcousticAlpha};
+    std::optional<double> lastFanPublish_;
+    Observable<double> spoolRate_;
+    Observable<double> glassFrost_;
+    Observable<BackdropScene> backdropScene_;
+    std::map<int, double> rampedTargets_;
+    Observable<std::map<int, double>> manualFanTargets_;
+    Observable<ControlSource> controlSource_;
+    Observable<bool> useFahrenheit_;
+    Observable<bool> preciseTemperatures_;
+    Observable<AccentChoice> accentChoice_;
+    Observable<MenuBarReadout> menuBarReadout_;
+    Observable<bool> showDockIcon_;
+    Observable<MenuBarTempSource> menuBarTempSource_;
+    Observable<bool> menuBarIconAnimated_;
+    Observable<bool> hasCompletedFirstRunSetup_;
+    Observable<std::optional<SMCSensor>> cachedMenuBarHottestSensor_;
+    Observable<double> controlTemperature_{0.0};
+    Observable<std::vector<DeviceSensorReading>> deviceSensors_;
+    Observable<std::vector<DeviceSensorReading>> deviceSensorsDisplay_;
+    Observable<std::map<std::string, std::vector<double>>> sensorHistory_;
+    Observable<double> displayedTemperature_{0.0};
+    Observable<double> heroDisplayTemperature_{0.0};
+    Observable<double> overheatThreshold_;
+    Observable<bool> isOverheating_{false};
+    double lastMaxTempSample_ = 0.0;
+    Observable<bool> fanHealthWarningsEnabled_;
+    Observable<bool> preSpoolEnabled_;
+    Observable<bool> isTurboEngaged_{false};
+    Observable<AlertRules> alertRules_;
+    Observable<std::set<std::string>> pinnedSensorKeys_;
+    std::shared_ptr<SensorPoller> poller_;
+    std::optional<ControlPipeline> pipeline_;
+    std::map<int, TargetDeadband> deadbands_;
+    std::shared_ptr<LoopControl> loop_;
+    bool isControlling_ = false;
+    Observable<PresetPowerCapsMap> presetPowerCaps_;
+    Observable<std::vector<CustomMode>> customModes_;
+    Observable<std::optional<Uuid>> activeCustomModeID_;
+    Observable<bool> quietHoursEnabled_;
+    Observable<int> quietHoursStart_;
+    Observable<int> quietHoursEnd_;
+    Observable<bool> meetingQuietEnabled_;
+    Observable<bool> meetingQuietActive_{false};
+    Observable<double> cooldownDuration_;
+    HelperSupervisor supervisor_;
+    std::optional<double> lastSMCReopenAttempt_;
+    bool isSMCReopenInFlight_ = false;
+    mutable std::optional<CoreCounts> coreCounts_;
+    std::uint64_t passCount_ = 0;
+};
+
+} // namespace halvoren
