@@ -6,6 +6,7 @@
 #include "helper/helper_log.h"
 #include "helper/helper_options.h"
 #include "helper/process_signals.h"
+#include "platform/termination_signals.h"
 #include "helper/smc_fan_writer.h"
 #include "platform/timer_source.h"
 #include "sim/load_scenario.h"
