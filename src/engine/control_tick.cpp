@@ -220,14 +220,17 @@ QCoro::Task<void> HalvorenEngine::applyControlTick(FanProfile profile, std::vect
     }
 
     const double t = controlTemperature_.value();
-    ControlPipeline p = pipeline_ ? *pipeline_ : makePipeline(profile);
+    if (!pipeline_) {
+        pipeline_ = makePipeline(profile);
+    }
+    // Updated in place: a copy would reallocate the curve's points on every tick.
+    ControlPipeline& p = *pipeline_;
     p.proactiveFloor = effectiveFloor();
     const std::optional<CustomMode> mode = activeCustomMode();
     p.fixedOverride = mode && mode->speed.kind() == ModeSpeed::Kind::fixed
                           ? std::optional<double>(mode->speed.percentage())
                           : std::nullopt;
     const double fraction = p.targetPercentage(t);
-    pipeline_ = std::move(p);
 
     std::vector<std::pair<int, double>> targets;
     targets.reserve(snapshotFans.size());

@@ -155,8 +155,10 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
 
         if (!manualFanTargets_->empty()) {
             co_await applyManualTick();
-        } else if (const std::optional<FanProfile> profile = activeProfile_.value()) {
-            co_await applyControlTick(*profile, snapshot.fans);
+        } else if (activeProfile_.value()) {
+            // The tick takes its own copy of the profile; a second one here would only add
+            // allocations to every pass.
+            co_await applyControlTick(*activeProfile_.value(), snapshot.fans);
         }
         if (alive.expired()) {
             co_return;

@@ -1,0 +1,236 @@
+// One pass of the engine's control loop while a curve drives the fans: the snapshot taken
+// apart, then the control tick writing both fans of a two-fan laptop. The sensors are those
+// of the simulated laptop; the scripted driver answers every write at once, so the helper
+// link costs nothing here and the numbers are the engine's own work.
+
+#include "alloc_counter.h"
+#include "core/helper_constants.h"
+#include "engine/engine_test_support.h"
+#include "engine/halvoren_engine.h"
+#include "engine/sensor_poller.h"
+#include "fakes/fake_fan_driver.h"
+#include "platform/clock.h"
+#include "platform/timer_source.h"
+#include "sim/load_scenario.h"
+#include "sim/machine_profile.h"
+#include "sim/simulated_mac.h"
+#include "sim/simulated_smc_transport.h"
+#include "smc/hid_sensor_source.h"
+#include "smc/smc_kernel_bridge.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+constexpr const char* machineName = "apple-silicon-laptop-2fan";
+constexpr std::size_t machineFans = 2;
+// Seconds of a long compile before recording starts, so the control temperature sits on the
+// sloped part of the curve rather than below its foot.
+constexpr double warmUpSeconds = 90.0;
+constexpr std::size_t recordedSweeps = 20;
+
+// What the poller handed the run loop over `recordedSweeps` seconds of the simulated laptop
+// under load, one poll every control tick.
+struct Recording {
+    std::vector<SensorPoller::Snapshot> sweeps; // polls that made a sensor sweep, a second apart
+    std::vector<SensorPoller::Snapshot> steady; // the polls between them: fans only
+    DeviceSensorMap::CoreCounts cores;
+};
+
+Recording record() {
+    const std::optional<MachineProfile> profile = MachineProfile::builtIn(machineName);
+    if (!profile) {
+        std::fprintf(stderr, "no built-in machine profile %s\n", machineName);
+        std::abort();
+    }
+    ManualClock clock;
+    auto mac = std::make_shared<SimulatedMac>(*profile, clock, 1, sustainedLoad());
+    auto bridge = std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac));
+    // No readings from outside the controller: the host's own sensors would make the numbers
+    // depend on the machine running the benchmark.
+    SensorPoller poller(bridge, clock,
+                        [] { return std::make_unique<HIDSensorSource>(HIDSensorSource::Backend{}); });
+    poller.warmUpNow();
+    clock.advance(warmUpSeconds);
+
+    Recording recording;
+    recording.cores = profile->coreCounts;
+    while (recording.sweeps.size() < recordedSweeps) {
+        SensorPoller::Snapshot snapshot = poller.pollNow();
+        (snapshot.sensorsRefreshed ? recording.sweeps : recording.steady).push_back(std::move(snapshot));
+        clock.advance(HalvorenEngine::controlTickInterval);
+    }
+    return recording;
+}
+
+const Recording& recording() {
+    static const Recording recorded = record();
+    return recorded;
+}
+
+// An engine with the helper connected and the standard curve active, on a manual clock and a
+// settings file of its own.
+class Rig {
+public:
+    explicit Rig(DeviceSensorMap::CoreCounts cores)
+        : settings_(dir_.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat)
+        , engine_(FanProfile::halvorenStandard(),
+                  HalvorenEngine::Environment{.driver = driver_,
+                                              .timers = timers_,
+                                              .settings = settings_,
+                                              .coreCounts = [cores] { return cores; },
+                                              .hidFactory = {}}) {
+        driver_.state = HelperState::connected();
+        driver_.version = std::string(helperBuildVersion); // an older helper would be relaunched
+        engine_.refreshHelperState();
+        connected_ = pumpUntil([&] { return engine_.helperState().value() == HelperState::connected(); });
+    }
+
+    // Why the rig cannot measure, or empty.
+    std::optional<std::string> fault() const {
+        if (!connected_) {
+            return "the helper state never became connected";
+        }
+        return fault_;
+    }
+
+    // The run loop's work between its poll and its sleep. The tick must finish before it
+    // returns: nothing here waits on the event loop.
+    void pass(const SensorPoller::Snapshot& snapshot) {
+        engine_.apply(snapshot);
+        tick(snapshot);
+    }
+
+    void tick(const SensorPoller::Snapshot& snapshot) {
+        QCoro::Task<void> task = engine_.applyControlTick(*engine_.activeProfile().value(), snapshot.fans);
+        if (!task.isReady()) {
+            fault_ = "the control tick did not complete at once";
+        } else if (driver_.writes.size() != snapshot.fans.size()) {
+            fault_ = "the control tick wrote " + std::to_string(driver_.writes.size()) + " targets for " +
+                     std::to_string(snapshot.fans.size()) + " fans";
+        }
+        driver_.writes.clear(); // keeps its capacity, so the record costs no allocation
+        clock_.advance(HalvorenEngine::controlTickInterval);
+    }
+
+    const HalvorenEngine& engine() const { return engine_; }
+
+private:
+    QTemporaryDir dir_;
+    QSettings settings_;
+    ManualClock clock_;
+    ManualTimerSource timers_{clock_};
+    FakeFanDriver driver_;
+    HalvorenEngine engine_;
+    bool connected_ = false;
+    std::optional<std::string> fault_;
+};
+
+// Fails the benchmark when the rig could not run the path it claims to measure.
+bool checked(benchmark::State& state, const Rig& rig) {
+    if (const std::optional<std::string> fault = rig.fault()) {
+        state.SkipWithError(fault->c_str());
+        return false;
+    }
+    return true;
+}
+
+void reportContext(benchmark::State& state, const Rig& rig, std::uint64_t allocations) {
+    state.counters["allocs_per_call"] =
+        benchmark::Counter(static_cast<double>(allocations), benchmark::Counter::kAvgIterations);
+    state.counters["sensors"] = static_cast<double>(rig.engine().allSensors()->size());
+    state.counters["control_C"] = rig.engine().controlTemperature().value();
+}
+
+// A rig that has run a minute of passes, so the sensor history is full and every fan has its
+// deadband, ramp and pipeline: the state of a loop that has been running for a while.
+std::unique_ptr<Rig> warmedRig() {
+    const Recording& rec = recording();
+    auto rig = std::make_unique<Rig>(rec.cores);
+    for (std::size_t i = 0; i < HalvorenEngine::sensorHistoryLength + 1; ++i) {
+        rig->pass(rec.sweeps[i % rec.sweeps.size()]);
+        for (std::size_t j = 0; j < 9; ++j) {
+            rig->pass(rec.steady[(i * 9 + j) % rec.steady.size()]);
+        }
+    }
+    return rig;
+}
+
+// Nine passes in ten: only the fans were read.
+void BM_SteadyPass(benchmark::State& state) {
+    const Recording& rec = recording();
+    const auto rig = warmedRig();
+    std::size_t i = 0;
+    const std::uint64_t before = bench::allocationCount();
+    for (auto _ : state) {
+        rig->pass(rec.steady[i]);
+        i = (i + 1) % rec.steady.size();
+    }
+    const std::uint64_t made = bench::allocationCount() - before;
+    if (checked(state, *rig)) {
+        reportContext(state, *rig, made);
+    }
+}
+BENCHMARK(BM_SteadyPass)->Unit(benchmark::kMicrosecond);
+
+// The pass once a second: a fresh sweep runs the device sensor map and the history.
+void BM_SweepPass(benchmark::State& state) {
+    const Recording& rec = recording();
+    const auto rig = warmedRig();
+    std::size_t i = 0;
+    const std::uint64_t before = bench::allocationCount();
+    for (auto _ : state) {
+        rig->pass(rec.sweeps[i]);
+        i = (i + 1) % rec.sweeps.size();
+    }
+    const std::uint64_t made = bench::allocationCount() - before;
+    if (checked(state, *rig)) {
+        reportContext(state, *rig, made);
+    }
+}
+BENCHMARK(BM_SweepPass)->Unit(benchmark::kMicrosecond);
+
+// The control tick alone, without the snapshot's fan map: what the curve, the deadbands, the
+// ramp and the two writes cost by themselves.
+void BM_ControlTick(benchmark::State& state) {
+    const Recording& rec = recording();
+    const auto rig = warmedRig();
+    std::size_t i = 0;
+    const std::uint64_t before = bench::allocationCount();
+    for (auto _ : state) {
+        rig->tick(rec.steady[i]);
+        i = (i + 1) % rec.steady.size();
+    }
+    const std::uint64_t made = bench::allocationCount() - before;
+    if (checked(state, *rig)) {
+        reportContext(state, *rig, made);
+    }
+}
+BENCHMARK(BM_ControlTick)->Unit(benchmark::kMicrosecond);
+
+} // namespace
+} // namespace halvoren
+
+// The engine's helper-state refresh and QSettings expect an application object.
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+        return 1;
+    }
+    const QCoreApplication app(argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
