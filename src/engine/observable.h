@@ -41,12 +41,13 @@ public:
         return set(std::move(copy));
     }
 
-    // Returns a token for `unobserve`.
-    int observe(Observer observer) {
+    // Returns a token for `unobserve`. Const, since views watch the engine's fields through
+    // its read-only accessors; watching changes no value.
+    int observe(Observer observer) const {
         observers_.emplace_back(++lastToken_, std::move(observer));
         return lastToken_;
     }
-    void unobserve(int token) {
+    void unobserve(int token) const {
         std::erase_if(observers_, [token](const auto& o) { return o.first == token; });
     }
 
@@ -60,8 +61,8 @@ private:
     }
 
     T value_{};
-    std::vector<std::pair<int, Observer>> observers_;
-    int lastToken_ = 0;
+    mutable std::vector<std::pair<int, Observer>> observers_;
+    mutable int lastToken_ = 0;
 };
 
 } // namespace halvoren
