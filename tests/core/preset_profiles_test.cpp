@@ -1,5 +1,4 @@
 #include "core/fan_driving_status.h"
-#include "core/menu_bar_item_renderer.h"
 #include "core/preset_profiles.h"
 
 #include <gtest/gtest.h>
@@ -119,29 +118,6 @@ TEST(FanDisplayName, DependsOnHowManyFansThereAre) {
     EXPECT_EQ(fanDisplayName(0, three), "Fan 1");
     EXPECT_EQ(fanDisplayName(2, three), "Fan 3");
     EXPECT_EQ(fanDisplayName(5, std::vector<int>{}), "Fan 6");
-}
-
-SMCSensor sensor(std::string key, std::string name, double celsius) {
-    return SMCSensor{.id = key,
-                     .key = key,
-                     .name = std::move(name),
-                     .category = SensorCategory::cpu,
-                     .currentTemp = celsius,
-                     .sensorClass = SensorClass::temperature,
-                     .unit = "°C"};
-}
-
-TEST(MenuBarItemRenderer, TheHottestSensorPrefersNamedOnes) {
-    using MenuBarItemRenderer::hottestSensor;
-    EXPECT_FALSE(hottestSensor({}).has_value());
-    // An unnamed sensor loses to a cooler named one.
-    const std::vector<SMCSensor> mixed{sensor("Tx9Z", "Tx9Z", 99.0), sensor("TC0P", "CPU", 50.0),
-                                       sensor("TG0P", "GPU", 60.0)};
-    EXPECT_EQ(hottestSensor(mixed)->key, "TG0P");
-    // With no named sensor, all count; of equal ones the first wins.
-    const std::vector<SMCSensor> unnamed{sensor("Ta0P", "Ta0P", 40.0), sensor("Tb0P", "Tb0P", 45.0),
-                                         sensor("Tc0P", "Tc0P", 45.0)};
-    EXPECT_EQ(hottestSensor(unnamed)->key, "Tb0P");
 }
 
 } // namespace

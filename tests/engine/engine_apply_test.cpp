@@ -131,11 +131,6 @@ TEST_F(EngineApplyTest, HistoryKeepsTheLast120LiveSamplesOfEachReading) {
     EXPECT_EQ(battery.back(), 149.0);
     EXPECT_EQ(engine->history("TW0P").size(), 120U);
     EXPECT_TRUE(engine->history("TZ9Z").empty());
-
-    // Settings that re-derive the readings record nothing.
-    engine->setControlSource(ControlSource::cpuAverage);
-    engine->setMenuBarTempSource(MenuBarTempSource::gpuAverage);
-    EXPECT_EQ(engine->history("TB0T").size(), 120U);
 }
 
 TEST_F(EngineApplyTest, TheMainReadoutFollowsItsSourceOrTheModeThatDrivesIt) {

@@ -128,21 +128,5 @@ TEST_F(EngineProfilesTest, AConstantSpeedNeedsAKnownFanAndIsAFreshManualLock) {
     EXPECT_NE(engine->activeProfile().value()->id, first.id);
 }
 
-TEST_F(EngineProfilesTest, TheSubtitleNamesWhatDrivesTheFans) {
-    EXPECT_EQ(engine->drivingStatusSubtitle(), "macOS automatic control");
-    power(PowerSource::battery);
-    engine->selectPreset(FanPreset::quiet); // a capped copy, recognised by its identity
-    EXPECT_EQ(engine->drivingStatusSubtitle(), "Quiet curve");
-    engine->selectPreset(FanPreset::auto_);
-    EXPECT_EQ(engine->drivingStatusSubtitle(), "Balanced curve");
-    engine->selectPreset(FanPreset::max);
-    EXPECT_EQ(engine->drivingStatusSubtitle(), "Max cooling");
-    FanProfile desk = FanProfile::silentStealth();
-    desk.id = Uuid::random();
-    desk.name = "Desk";
-    engine->selectProfile(desk);
-    EXPECT_EQ(engine->drivingStatusSubtitle(), "Desk");
-}
-
 } // namespace
 } // namespace halvoren
