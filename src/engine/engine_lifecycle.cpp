@@ -165,7 +165,10 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
         }
         // The dust cycle, telemetry and the menu-bar label join here, after the control tick.
         ++passCount_;
-        co_await LoopSleep{control, timers_, chooseSleep(snapshot.fans)};
+        // A named awaiter: g++ 12 destroys an awaiter temporary that owns a shared_ptr twice,
+        // which released the loop's handle early and freed it under the running loop.
+        LoopSleep sleep{control, timers_, chooseSleep(snapshot.fans)};
+        co_await sleep;
     }
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "core/helper_constants.h"
 #include "engine/halvoren_engine.h"
 #include "engine_test_support.h"
 #include "fakes/fake_fan_driver.h"
 #include "platform/clock.h"
 #include "platform/timer_source.h"
+#include "smc/hid_sensor_source.h"
 
+#include <QCoreApplication>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -27,12 +30,14 @@ protected:
                                                  .timers = timers,
                                                  .settings = settings,
                                                  .coreCounts = [] { return DeviceSensorMap::CoreCounts{}; },
-                                                 .hidFactory = {}});
+                                                 .hidFactory = noHIDSensors});
         return *engine;
     }
 
-    // Lets the supervisor commit a connected state, as the first refresh of a run does.
+    // Lets the supervisor commit a connected state, as the first refresh of a run does. The
+    // helper reports the app's own version, so no relaunch adds state queries of its own.
     void connect() {
+        driver.version = std::string(helperBuildVersion);
         driver.state = HelperState::connected();
         engine->refreshHelperState();
         ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::connected(); }));
@@ -42,11 +47,12 @@ protected:
         return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
     }
 
+    // A named sensor (its name differs from its key), so it counts as trusted.
     static SMCSensor temperatureSensor(std::string key, double celsius,
                                        SensorCategory category = SensorCategory::cpu) {
         return SMCSensor{.id = key,
                          .key = key,
-                         .name = key,
+                         .name = "Sensor " + key,
                          .category = category,
                          .currentTemp = celsius,
                          .sensorClass = SensorClass::temperature,
@@ -66,9 +72,38 @@ protected:
 
     // Runs a tick coroutine to its end; the fake driver completes at once.
     void run(QCoro::Task<void>&& task) {
-        ASSERT_TRUE(pumpUntil([&] { return begin(std::move(task))->done(); }, 1000));
+        const auto outcome = begin(std::move(task));
+        ASSERT_TRUE(pumpUntil([&] { return outcome->done(); }, 1000));
     }
 
+    // One control tick of the active profile over these fans.
+    void tick(const std::vector<FanStatus>& fans) {
+        ASSERT_TRUE(engine->activeProfile().value().has_value());
+        run(engine->applyControlTick(*engine->activeProfile().value(), fans));
+    }
+
+    // A sweep where the one trusted sensor reads `celsius`, then a control tick.
+    void tickAt(double celsius, const std::vector<FanStatus>& fans) {
+        engine->apply(sweep({temperatureSensor("TC0P", celsius)}, fans));
+        tick(fans);
+    }
+
+    // Counts the change signals of one observed field.
+    template <class T>
+    std::shared_ptr<int> countChanges(const Observable<T>& field) {
+        auto count = std::make_shared<int>(0);
+        field.observe([count](const T&) { ++*count; });
+        return count;
+    }
+
+    // No HID temperatures: only what the scripted controller holds.
+    static std::unique_ptr<HIDSensorSource> noHIDSensors() {
+        return std::make_unique<HIDSensorSource>(
+            [] { return std::vector<std::pair<std::string, double>>{}; });
+    }
+
+    int argc = 0;
+    QCoreApplication app{argc, nullptr}; // the poller's results come back through the event loop
     QTemporaryDir dir;
     QSettings settings;
     ManualClock clock;

@@ -1,11 +1,10 @@
 #include "fake_helper_daemon.h"
 
-#include <string>
-#include <vector>
-
 #include <QLocalSocket>
 #include <stdexcept>
+#include <string>
 #include <variant>
+#include <vector>
 
 namespace halvoren {
 

@@ -1,9 +1,9 @@
-#include "fakes/counting_transport.h"
 #include "engine/helper_exit_safety.h"
 #include "engine/smc_driver_actor.h"
 #include "engine_test_support.h"
 #include "fake_helper_daemon.h"
 #include "fake_helper_service_manager.h"
+#include "fakes/counting_transport.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>

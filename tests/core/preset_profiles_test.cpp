@@ -1,0 +1,124 @@
+#include "core/fan_driving_status.h"
+#include "core/preset_profiles.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+using Curve = std::vector<std::pair<double, double>>;
+
+Curve numbers(const FanProfile& profile) {
+    Curve curve;
+    for (const CurvePoint& point : profile.curvePoints) {
+        curve.emplace_back(point.temperature, point.rpmPercentage);
+    }
+    return curve;
+}
+
+PresetPowerCapsMap capsOf(FanPreset preset, double ac, double battery) {
+    PresetPowerCapsMap caps = defaultPresetPowerCaps();
+    setEntry(caps, preset, PresetPowerCaps{ac, battery});
+    return caps;
+}
+
+TEST(PresetProfiles, CapsCutTheCurveFlatAndKeepTheBaseIdentity) {
+    const PresetPowerCapsMap& defaults = defaultPresetPowerCaps();
+
+    const FanProfile quietMains = effectiveProfile(FanPreset::quiet, defaults, false);
+    EXPECT_EQ(numbers(quietMains), (Curve{{40, 0.0}, {60, 0.25}, {75, 0.5}, {90, 0.55}}));
+    const FanProfile quietBattery = effectiveProfile(FanPreset::quiet, defaults, true);
+    EXPECT_EQ(numbers(quietBattery), (Curve{{40, 0.0}, {60, 0.25}, {75, 0.35}, {90, 0.35}}));
+    // Same identity, name and point identities: only the fractions above the cap moved.
+    for (const FanProfile* capped : {&quietMains, &quietBattery}) {
+        EXPECT_EQ(capped->id, FanProfile::silentStealth().id);
+        EXPECT_EQ(capped->name, FanProfile::silentStealth().name);
+        EXPECT_EQ(capped->mode, ControlMode::adaptiveCurve);
+        ASSERT_EQ(capped->curvePoints.size(), FanProfile::silentStealth().curvePoints.size());
+        for (std::size_t i = 0; i < capped->curvePoints.size(); ++i) {
+            EXPECT_EQ(capped->curvePoints[i].id, FanProfile::silentStealth().curvePoints[i].id);
+        }
+    }
+
+    EXPECT_EQ(effectiveProfile(FanPreset::auto_, defaults, false), FanProfile::halvorenStandard());
+    EXPECT_EQ(numbers(effectiveProfile(FanPreset::auto_, defaults, true)),
+              (Curve{{35, 0.0}, {55, 0.35}, {70, 0.65}, {85, 0.7}}));
+}
+
+TEST(PresetProfiles, ACapOfOneOrMoreOrAConstantProfileLeavesTheBaseAsItIs) {
+    // Exactly 1.0, and above it (clamped to 1.0): the constant itself.
+    EXPECT_EQ(effectiveProfile(FanPreset::quiet, capsOf(FanPreset::quiet, 1.0, 1.0), false),
+              FanProfile::silentStealth());
+    EXPECT_EQ(effectiveProfile(FanPreset::quiet, capsOf(FanPreset::quiet, 0.2, 1.7), true),
+              FanProfile::silentStealth());
+    // Just below 1.0 already cuts the last point.
+    EXPECT_EQ(numbers(effectiveProfile(FanPreset::quiet, capsOf(FanPreset::quiet, 0.999, 1.0), false)).back(),
+              (std::pair<double, double>{90, 0.999}));
+    // A negative cap is clamped to 0: every point goes flat at the bottom.
+    EXPECT_EQ(numbers(effectiveProfile(FanPreset::auto_, capsOf(FanPreset::auto_, -0.5, 1.0), false)),
+              (Curve{{35, 0.0}, {55, 0.0}, {70, 0.0}, {85, 0.0}}));
+    // max is a constant-speed profile and is never capped, whatever its caps hold.
+    EXPECT_EQ(effectiveProfile(FanPreset::max, capsOf(FanPreset::max, 0.1, 0.1), true),
+              FanProfile::maxThermalBlast());
+}
+
+TEST(PresetProfiles, AMissingEntryFallsBackToItsDefaultCaps) {
+    PresetPowerCapsMap onlyAuto;
+    setEntry(onlyAuto, FanPreset::auto_, PresetPowerCaps{0.5, 0.5});
+    EXPECT_EQ(capsFor(FanPreset::quiet, onlyAuto), (PresetPowerCaps{0.55, 0.35}));
+    EXPECT_EQ(capsFor(FanPreset::auto_, onlyAuto), (PresetPowerCaps{0.5, 0.5}));
+    EXPECT_EQ(numbers(effectiveProfile(FanPreset::quiet, onlyAuto, true)).back(),
+              (std::pair<double, double>{90, 0.35}));
+    EXPECT_EQ(numbers(effectiveProfile(FanPreset::auto_, onlyAuto, false)).back(),
+              (std::pair<double, double>{85, 0.5}));
+}
+
+FanProfile customProfile(std::string name, ControlMode mode) {
+    return FanProfile{Uuid::random(), std::move(name), mode, 2500, "max", {}};
+}
+
+TEST(FanDrivingStatus, TheFirstMatchingReasonWins) {
+    using FanDrivingStatus::subtitle;
+    const auto quietCapped = effectiveProfile(FanPreset::quiet, defaultPresetPowerCaps(), true);
+    const std::optional<FanProfile> none;
+
+    EXPECT_EQ(subtitle(true, true, FanPreset::quiet, true, quietCapped), "Turbo: max cooling");
+    EXPECT_EQ(subtitle(false, true, FanPreset::quiet, true, quietCapped), "Quiet: microphone in use");
+    // The microphone reason belongs to the quiet preset only.
+    EXPECT_EQ(subtitle(false, true, FanPreset::auto_, false, FanProfile::halvorenStandard()),
+              "Balanced curve");
+    EXPECT_EQ(subtitle(false, true, std::nullopt, false, quietCapped), "Quiet curve");
+    EXPECT_EQ(subtitle(false, false, std::nullopt, true, FanProfile::appleAuto()), "Manual control");
+    EXPECT_EQ(subtitle(false, false, std::nullopt, false, none), "macOS automatic control");
+    EXPECT_EQ(subtitle(false, false, std::nullopt, false, FanProfile::appleAuto()),
+              "macOS automatic control");
+    EXPECT_EQ(subtitle(false, false, FanPreset::quiet, false, quietCapped), "Quiet curve");
+    EXPECT_EQ(subtitle(false, false, std::nullopt, false, FanProfile::maxThermalBlast()), "Max cooling");
+    EXPECT_EQ(subtitle(false, false, std::nullopt, false, customProfile("Lock", ControlMode::constantRPM)),
+              "Speed locked");
+    EXPECT_EQ(subtitle(false, false, std::nullopt, false, customProfile("Desk", ControlMode::adaptiveCurve)),
+              "Desk");
+    // Told apart by identity, not by name.
+    FanProfile impostor = FanProfile::halvorenStandard();
+    impostor.id = Uuid::random();
+    EXPECT_EQ(subtitle(false, false, std::nullopt, false, impostor), "Halvoren Standard");
+}
+
+TEST(FanDisplayName, DependsOnHowManyFansThereAre) {
+    const std::vector<int> one{3};
+    const std::vector<int> two{1, 4};
+    const std::vector<int> three{0, 1, 2};
+    EXPECT_EQ(fanDisplayName(3, one), "Fan");
+    EXPECT_EQ(fanDisplayName(1, two), "Left Fan");
+    EXPECT_EQ(fanDisplayName(4, two), "Right Fan");
+    EXPECT_EQ(fanDisplayName(9, two), "Right Fan");
+    EXPECT_EQ(fanDisplayName(0, three), "Fan 1");
+    EXPECT_EQ(fanDisplayName(2, three), "Fan 3");
+    EXPECT_EQ(fanDisplayName(5, std::vector<int>{}), "Fan 6");
+}
+
+} // namespace
+} // namespace halvoren

@@ -1,0 +1,278 @@
+#include "engine_fixture.h"
+
+#include <limits>
+
+namespace halvoren {
+namespace {
+
+// A fan whose range is 6400 RPM wide, under a curve that rises by 1/128 per degree: every
+// degree is exactly 50 RPM, so the deadband's edges can be hit without rounding.
+constexpr double fanMin = 1000.0;
+constexpr double fanMax = 7400.0;
+
+FanProfile linearCurve() {
+    return FanProfile{Uuid::random(),
+                      "Linear",
+                      ControlMode::adaptiveCurve,
+                      0,
+                      "max",
+                      {CurvePoint::make(0.0, 0.0), CurvePoint::make(128.0, 1.0)}};
+}
+
+class ControlTickTest : public EngineTest {
+protected:
+    void SetUp() override {
+        makeEngine();
+        connect();
+    }
+
+    std::vector<FanStatus> fans(double current = 2000.0) const { return {fan(0, current, fanMin, fanMax)}; }
+    std::vector<FanStatus> twoFans() const {
+        return {fan(0, 2000.0, fanMin, fanMax), fan(1, 2000.0, fanMin, fanMax)};
+    }
+
+    // Makes the fans known, then locks them at `rpm`.
+    void lockAt(std::int64_t rpm, const std::vector<FanStatus>& known) {
+        engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, known));
+        engine->setConstantRPM(rpm);
+    }
+};
+
+TEST_F(ControlTickTest, TheRampClimbsAtTheSpoolRateFromTheMeasuredSpeed) {
+    lockAt(4000, fans());
+    for (int i = 0; i < 25; ++i) {
+        tick(fans());
+    }
+    const std::vector<double> written = driver.writesTo(0);
+    ASSERT_EQ(written.size(), 25U);
+    EXPECT_EQ(written[0], 2090.0);
+    EXPECT_EQ(written[1], 2180.0);
+    EXPECT_EQ(written[21], 3980.0);
+    EXPECT_EQ(written[22], 4000.0); // 2000 RPM at 90 per tick: the 23rd write reaches it
+    EXPECT_EQ(written[24], 4000.0);
+    EXPECT_EQ(engine->rampedTargets().at(0), 4000.0);
+
+    // A new spool rate applies from the next write, downwards as well.
+    engine->setSpoolRate(1200.0);
+    engine->setConstantRPM(3000);
+    tick(fans());
+    EXPECT_EQ(driver.writes.back().rpm, 3880.0);
+}
+
+TEST_F(ControlTickTest, AnInstantSpoolRateWritesTheTargetAndKeepsWhatTheHelperApplied) {
+    driver.limits[0] = {fanMin, 3500.0};
+    engine->setSpoolRate(9000.0);
+    lockAt(4000, fans());
+    tick(fans());
+    tick(fans());
+    EXPECT_EQ(driver.writesTo(0), (std::vector<double>{4000.0, 4000.0}));
+    EXPECT_EQ(engine->rampedTargets().at(0), 3500.0);
+
+    // Just under the instant rate the ramp still limits, from the applied value.
+    engine->setSpoolRate(8999.0);
+    engine->setConstantRPM(1000);
+    tick(fans());
+    EXPECT_DOUBLE_EQ(driver.writes.back().rpm, 3500.0 - 899.9);
+}
+
+TEST_F(ControlTickTest, MaxCoolingClimbsUntilTheHelperReportsItsMaximum) {
+    driver.limits[0] = {fanMin, 2150.0};
+    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, fans()));
+    engine->selectPreset(FanPreset::max);
+    for (int i = 0; i < 4; ++i) {
+        tick(fans());
+    }
+    // The target is Int.max; each write is one step above what the helper last applied.
+    EXPECT_EQ(driver.writesTo(0), (std::vector<double>{2090.0, 2180.0, 2240.0, 2240.0}));
+    EXPECT_EQ(engine->rampedTargets().at(0), 2150.0);
+}
+
+TEST_F(ControlTickTest, AHelperThatComesBackResumesFromTheOldRamp) {
+    lockAt(4000, fans());
+    tick(fans());
+    tick(fans());
+    ASSERT_EQ(engine->rampedTargets().at(0), 2180.0);
+
+    driver.state = HelperState::notRegistered();
+    engine->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::notRegistered(); }));
+    tick(fans());
+    EXPECT_EQ(driver.writes.size(), 2U);
+
+    connect();
+    tick(fans()); // the fan still measures 2000 RPM
+    EXPECT_EQ(driver.writes.back().rpm, 2270.0);
+}
+
+TEST_F(ControlTickTest, TheDeadbandRisesBy50AndFallsBy150ThroughThePipeline) {
+    engine->setSpoolRate(9000.0);
+    engine->selectProfile(linearCurve());
+    engine->setAcousticAlpha(1.0); // unsmoothed, so each tick's target is the curve's
+    // desired:          3000   3025  3050   2925  2912.5  2900  2950
+    for (const double celsius : {40.0, 40.5, 41.0, 38.5, 38.25, 38.0, 39.0}) {
+        tickAt(celsius, fans());
+    }
+    EXPECT_EQ(driver.writesTo(0),
+              (std::vector<double>{3000.0, 3000.0, 3050.0, 3050.0, 3050.0, 2900.0, 2950.0}));
+}
+
+TEST_F(ControlTickTest, ANewProfileOrSmoothingStartsUnsmoothedFromThePresentTemperature) {
+    engine->setSpoolRate(9000.0);
+    engine->selectProfile(linearCurve());
+    tickAt(40.0, fans()); // seeds the filter: 3000
+    tickAt(80.0, fans()); // 0.35 of the way from 40 to 80 degrees: 54 of 128
+    EXPECT_NEAR(driver.writes.back().rpm, 3700.0, 1e-6);
+
+    // The same alpha again still restarts the filter and clears the deadband.
+    engine->setAcousticAlpha(0.35);
+    tickAt(80.0, fans());
+    EXPECT_NEAR(driver.writes.back().rpm, 5000.0, 1e-6);
+
+    // After selectPreset the first tick takes the new curve as it stands.
+    engine->selectPreset(FanPreset::quiet);
+    tickAt(75.0, fans());
+    EXPECT_NEAR(driver.writes.back().rpm, fanMin + 0.5 * 6400.0, 1e-6);
+    tickAt(70.0, fans());
+    engine->selectPreset(FanPreset::auto_);
+    tickAt(70.0, fans());
+    EXPECT_NEAR(driver.writes.back().rpm, fanMin + 0.65 * 6400.0, 1e-6);
+}
+
+TEST_F(ControlTickTest, AnEmptyCurveRunsOnTheCurveOfLastResort) {
+    engine->setSpoolRate(9000.0);
+    FanProfile empty = linearCurve();
+    empty.curvePoints = {CurvePoint::make(50.0, 0.9)};
+    engine->selectProfile(empty);
+    tickAt(40.0, fans());
+    EXPECT_NEAR(driver.writes.back().rpm, fanMin + 0.2 * 6400.0, 1e-6);
+}
+
+TEST_F(ControlTickTest, ATimeoutSkipsTheRestOfTheTickAndRefreshesTheHelperState) {
+    engine->setSpoolRate(9000.0);
+    lockAt(3000, twoFans());
+    const int queriesBefore = driver.stateCalls;
+
+    driver.writeOutcomes = {DriverFailure::of(DriverError::timedOut)};
+    tick(twoFans());
+    EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{0, 3000.0}}));
+    EXPECT_EQ(engine->lastError().value(), "write failed: fan-control helper timed out");
+    EXPECT_FALSE(engine->isControlling());
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
+
+    tick(twoFans());
+    EXPECT_TRUE(engine->isControlling());
+    EXPECT_FALSE(engine->lastError().value().has_value());
+
+    // A timeout keeps isControlling as it was; the refresh waits out its 2 s debounce.
+    driver.writes.clear();
+    driver.writeOutcomes = {DriverFailure::of(DriverError::timedOut)};
+    tick(twoFans());
+    EXPECT_EQ(driver.writes.size(), 1U);
+    EXPECT_TRUE(engine->isControlling());
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
+
+    timers.advance(2.0);
+    driver.writeOutcomes = {DriverFailure::of(DriverError::timedOut)};
+    tick(twoFans());
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
+}
+
+TEST_F(ControlTickTest, APlainFailureIsReportedAndTheOtherFansAreStillWritten) {
+    lockAt(4000, twoFans());
+    const int queriesBefore = driver.stateCalls;
+    const auto errorChanges = countChanges(engine->lastError());
+
+    driver.writeOutcomes = {DriverFailure::helperRefused("fan 0 is busy"), std::nullopt};
+    tick(twoFans());
+    EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{0, 2090.0}, {1, 2090.0}}));
+    EXPECT_EQ(engine->lastError().value(), "write failed: fan 0 is busy");
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
+    // The failed fan keeps the ramp value that was attempted.
+    EXPECT_EQ(engine->rampedTargets().at(0), 2090.0);
+
+    // The same text again tells no observer.
+    timers.advance(2.0);
+    driver.writeOutcomes = {DriverFailure::helperRefused("fan 0 is busy"), std::nullopt};
+    tick(twoFans());
+    EXPECT_EQ(driver.writesTo(0), (std::vector<double>{2090.0, 2180.0}));
+    EXPECT_EQ(*errorChanges, 1);
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
+
+    // A fully successful push clears it.
+    tick(twoFans());
+    EXPECT_FALSE(engine->lastError().value().has_value());
+    EXPECT_EQ(*errorChanges, 2);
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
+}
+
+TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {
+    // Nothing forced: appleAuto writes and releases nothing.
+    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, fans()));
+    tick(fans());
+    EXPECT_EQ(driver.restoreCalls, 0);
+
+    // A fan forced by someone else is released on every tick while it stays forced.
+    std::vector<FanStatus> forced = fans();
+    forced[0].isManaged = true;
+    tick(forced);
+    tick(forced);
+    EXPECT_EQ(driver.restoreCalls, 2);
+    EXPECT_TRUE(driver.writes.empty());
+
+    // Our own control: a failed release keeps the ramp and the flag, and the next tick retries.
+    engine->setConstantRPM(3000);
+    tick(fans());
+    ASSERT_TRUE(engine->isControlling());
+    driver.restoreFailures = {DriverFailure::linkFailed("helper went away")};
+    engine->selectProfile(FanProfile::appleAuto());
+    ASSERT_TRUE(pumpUntil([&] { return driver.restoreCalls == 3; }));
+    EXPECT_EQ(engine->lastError().value(), "restore failed: helper went away");
+    EXPECT_TRUE(engine->isControlling());
+    EXPECT_FALSE(engine->rampedTargets().empty());
+
+    tick(fans());
+    EXPECT_EQ(driver.restoreCalls, 4);
+    EXPECT_FALSE(engine->isControlling());
+    EXPECT_TRUE(engine->rampedTargets().empty());
+    // A successful release leaves the text for the next successful push to clear.
+    EXPECT_EQ(engine->lastError().value(), "restore failed: helper went away");
+    tick(fans());
+    EXPECT_EQ(driver.restoreCalls, 4);
+
+    engine->setConstantRPM(3000);
+    run(engine->applyControlTick(*engine->activeProfile().value(), {})); // an empty push succeeds too
+    EXPECT_FALSE(engine->lastError().value().has_value());
+    EXPECT_EQ(driver.writes.size(), 1U);
+}
+
+TEST_F(ControlTickTest, WithoutAConnectedHelperNothingIsWrittenAndTheStateIsAskedForAtMostEvery2s) {
+    lockAt(3000, fans());
+    driver.state = HelperState::requiresApproval();
+    engine->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::requiresApproval(); }));
+    const int queriesBefore = driver.stateCalls;
+
+    tick(fans());
+    run(engine->applyManualTick());
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
+    timers.advance(1.75);
+    tick(fans());
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
+    timers.advance(0.25);
+    tick(fans());
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
+
+    // A curve neither writes nor advances its filter.
+    engine->setSpoolRate(9000.0);
+    engine->selectProfile(linearCurve());
+    tickAt(40.0, fans());
+    tickAt(80.0, fans());
+    EXPECT_TRUE(driver.writes.empty());
+    EXPECT_EQ(driver.restoreCalls, 0);
+    connect();
+    tickAt(80.0, fans());
+    EXPECT_NEAR(driver.writes.back().rpm, 5000.0, 1e-6);
+}
+
+} // namespace
+} // namespace halvoren

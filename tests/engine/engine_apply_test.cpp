@@ -1,0 +1,197 @@
+#include "engine_fixture.h"
+
+namespace halvoren {
+namespace {
+
+class EngineApplyTest : public EngineTest {
+protected:
+    void SetUp() override { makeEngine(); }
+
+    // Fans only, as a poll between two sensor sweeps gives them.
+    static SensorPoller::Snapshot fansOnly(std::vector<FanStatus> fans) {
+        SensorPoller::Snapshot snapshot;
+        snapshot.fans = std::move(fans);
+        snapshot.smcAvailable = true;
+        return snapshot;
+    }
+
+    double shownSpeed(int id) const { return engine->fans().value().at(id).currentRPM; }
+
+    // Two CPU sensors, the battery and the wireless module.
+    static SensorPoller::Snapshot machine(double battery = 70.0) {
+        return sweep({temperatureSensor("TC0P", 60.0), temperatureSensor("TC1P", 50.0),
+                      temperatureSensor("TB0T", battery, SensorCategory::battery),
+                      temperatureSensor("TW0P", 40.0, SensorCategory::enclosure)},
+                     {});
+    }
+};
+
+TEST_F(EngineApplyTest, MeasuredSpeedJitterIsPublishedAtMostTwiceASecond) {
+    const auto changes = countChanges(engine->fans());
+    engine->apply(fansOnly({fan(0, 2000.0)}));
+    EXPECT_EQ(*changes, 1);
+
+    timers.advance(0.125);
+    engine->apply(fansOnly({fan(0, 2024.0)}));
+    EXPECT_EQ(shownSpeed(0), 2000.0);
+    timers.advance(0.125); // 25 RPM is no longer jitter
+    engine->apply(fansOnly({fan(0, 2025.0)}));
+    EXPECT_EQ(shownSpeed(0), 2025.0);
+    EXPECT_EQ(*changes, 2);
+
+    timers.advance(0.375);
+    engine->apply(fansOnly({fan(0, 2030.0)}));
+    EXPECT_EQ(shownSpeed(0), 2025.0);
+    timers.advance(0.125); // 0.5 s after the last publish
+    engine->apply(fansOnly({fan(0, 2030.0)}));
+    EXPECT_EQ(shownSpeed(0), 2030.0);
+    EXPECT_EQ(*changes, 3);
+
+    // Within the half second, any change of a bound, target, managed flag or fan count
+    // shows at once; an identical list is no change at all.
+    auto changed = [&](FanStatus status) {
+        engine->apply(fansOnly({status}));
+        return engine->fans().value().at(0) == status;
+    };
+    FanStatus next = fan(0, 2035.0);
+    next.minRPM = 1300.0;
+    EXPECT_TRUE(changed(next));
+    next.currentRPM = 2040.0;
+    next.maxRPM = 5900.0;
+    EXPECT_TRUE(changed(next));
+    next.currentRPM = 2045.0;
+    next.targetRPM = 3000.0;
+    EXPECT_TRUE(changed(next));
+    next.currentRPM = 2050.0;
+    next.isManaged = true;
+    EXPECT_TRUE(changed(next));
+    next.currentRPM = 2055.0;
+    EXPECT_FALSE(changed(next));
+    const int before = *changes;
+    engine->apply(fansOnly({engine->fans().value().at(0)}));
+    EXPECT_EQ(*changes, before);
+    engine->apply(fansOnly({next, fan(1, 1800.0)}));
+    EXPECT_EQ(engine->fans().value().size(), 2U);
+
+    // A later entry with the same id replaces an earlier one.
+    timers.advance(1.0);
+    engine->apply(fansOnly({fan(0, 1000.0), fan(0, 1500.0)}));
+    EXPECT_EQ(engine->fans().value().size(), 1U);
+    EXPECT_EQ(shownSpeed(0), 1500.0);
+}
+
+TEST_F(EngineApplyTest, APassThatChangesNothingWakesNoView) {
+    const auto smc = countChanges(engine->smcAvailable());
+    const auto discovered = countChanges(engine->hasDiscoveredSensors());
+    const auto control = countChanges(engine->controlTemperature());
+    const auto displayed = countChanges(engine->displayedTemperature());
+    const auto hero = countChanges(engine->heroDisplayTemperature());
+    const auto unavailable = countChanges(engine->controlSourceUnavailable());
+    const auto readings = countChanges(engine->deviceSensors());
+    const auto rows = countChanges(engine->deviceSensorsDisplay());
+    const auto hottest = countChanges(engine->cachedMenuBarHottestSensor());
+    const auto counts = [&] {
+        return std::vector<int>{*smc,         *discovered, *control, *displayed, *hero,
+                                *unavailable, *readings,   *rows,    *hottest};
+    };
+
+    engine->apply(machine());
+    EXPECT_EQ(counts(), (std::vector<int>{1, 1, 1, 1, 1, 0, 1, 1, 1}));
+    EXPECT_EQ(engine->cachedMenuBarHottestSensor().value()->key, "TB0T");
+    engine->apply(machine());
+    EXPECT_EQ(counts(), (std::vector<int>{1, 1, 1, 1, 1, 0, 1, 1, 1}));
+
+    // A change too small to show moves the numbers but neither the hero nor the rows.
+    engine->apply(machine(70.02));
+    EXPECT_EQ(counts(), (std::vector<int>{1, 1, 2, 2, 1, 0, 2, 1, 2}));
+    engine->apply(machine(70.06));
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 70.1);
+    EXPECT_EQ(*rows, 2);
+
+    // A poll without a sweep leaves every sensor field as it was.
+    SensorPoller::Snapshot noSweep = machine(80.0);
+    noSweep.sensorsRefreshed = false;
+    engine->apply(noSweep);
+    EXPECT_EQ(engine->controlTemperature().value(), 70.06);
+    EXPECT_EQ(engine->history("TB0T").size(), 4U);
+
+    engine->apply(SensorPoller::Snapshot{});
+    EXPECT_FALSE(engine->smcAvailable().value());
+    EXPECT_TRUE(engine->hasDiscoveredSensors().value());
+}
+
+TEST_F(EngineApplyTest, HistoryKeepsTheLast120LiveSamplesOfEachReading) {
+    for (int i = 0; i < 130; ++i) {
+        engine->apply(machine(20.0 + i));
+    }
+    engine->apply(machine(5.0)); // below the live floor: no sample
+    const std::vector<double> battery = engine->history("TB0T");
+    ASSERT_EQ(battery.size(), 120U);
+    EXPECT_EQ(battery.front(), 30.0);
+    EXPECT_EQ(battery.back(), 149.0);
+    EXPECT_EQ(engine->history("TW0P").size(), 120U);
+    EXPECT_TRUE(engine->history("TZ9Z").empty());
+}
+
+TEST_F(EngineApplyTest, TheMainReadoutFollowsItsSourceOrTheModeThatDrivesIt) {
+    engine->apply(machine());
+    EXPECT_EQ(engine->controlTemperature().value(), 70.0);
+    EXPECT_EQ(engine->displayedTemperature().value(), 70.0);
+
+    // Both settings take effect at once, without a new sweep.
+    engine->setControlSource(ControlSource::cpuAverage);
+    EXPECT_EQ(engine->controlTemperature().value(), 55.0);
+    EXPECT_EQ(engine->displayedTemperature().value(), 55.0);
+    engine->setMenuBarTempSource(MenuBarTempSource::hottest);
+    EXPECT_EQ(engine->displayedTemperature().value(), 70.0);
+    EXPECT_EQ(engine->controlTemperature().value(), 55.0);
+    // No GPU sensor: the trusted maximum stands in, for the curve as for the readout.
+    engine->setMenuBarTempSource(MenuBarTempSource::gpuAverage);
+    EXPECT_EQ(engine->displayedTemperature().value(), 70.0);
+    engine->setControlSource(ControlSource::gpuAverage);
+    EXPECT_TRUE(engine->controlSourceUnavailable().value());
+    EXPECT_EQ(engine->controlTemperature().value(), 70.0);
+    engine->setControlSource(ControlSource::cpuAverage);
+    engine->setMenuBarTempSource(MenuBarTempSource::control);
+
+    const std::vector<FanStatus> fans{fan(0, 2000.0)};
+    engine->apply(sweep(machine().temperatures, fans));
+    auto select = [&](std::optional<ModeSensor> display, ModeSensor control, bool drives) {
+        const CustomMode mode(Uuid::random(), "Mode", "bolt.fill", ModeSpeed::floor(0.0), std::move(control),
+                              std::move(display), drives);
+        engine->addCustomMode(mode);
+        engine->selectCustomMode(mode.id);
+        engine->apply(sweep(machine().temperatures, fans)); // a new mode shows at the next sweep
+    };
+    // A mode that doesn't drive the readout leaves it on the user's source.
+    select(std::nullopt, ModeSensor::sensor("TW0P"), false);
+    EXPECT_EQ(engine->controlTemperature().value(), 40.0);
+    EXPECT_EQ(engine->displayedTemperature().value(), 55.0);
+    select(std::nullopt, ModeSensor::sensor("TW0P"), true);
+    EXPECT_EQ(engine->displayedTemperature().value(), 40.0);
+    select(ModeSensor::sensor("TW0P"), ModeSensor::source(ControlSource::hottest), true);
+    EXPECT_EQ(engine->displayedTemperature().value(), 40.0);
+    EXPECT_EQ(engine->controlTemperature().value(), 70.0);
+    select(ModeSensor::sensor("TZ9Z"), ModeSensor::source(ControlSource::cpuAverage), true);
+    EXPECT_EQ(engine->displayedTemperature().value(), 70.0);
+}
+
+TEST_F(EngineApplyTest, TheHeroReadingIsRoundedInTheUsersUnitHalvesAwayFromZero) {
+    engine->apply(sweep({temperatureSensor("TC0P", 36.25)}, {}));
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 36.3);
+    engine->setPreciseTemperatures(false);
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 36.0);
+    engine->setUseFahrenheit(true); // 97.25 °F
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 97.0);
+    engine->setPreciseTemperatures(true);
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 97.3);
+
+    engine->apply(sweep({temperatureSensor("TC0P", 36.5)}, {})); // 97.7 °F
+    engine->setPreciseTemperatures(false);
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 98.0);
+    engine->setUseFahrenheit(false);
+    EXPECT_EQ(engine->heroDisplayTemperature().value(), 37.0);
+}
+
+} // namespace
+} // namespace halvoren

@@ -1,0 +1,166 @@
+#include "engine_fixture.h"
+
+namespace halvoren {
+namespace {
+
+constexpr double fanMin = 1000.0;
+constexpr double fanMax = 7400.0;
+
+class EngineCustomModesTest : public EngineTest {
+protected:
+    void SetUp() override { makeEngine(); }
+
+    static std::vector<FanStatus> fans() { return {fan(0, 2000.0, fanMin, fanMax)}; }
+
+    static CustomMode mode(std::string name, ModeSpeed speed,
+                           ModeSensor control = ModeSensor::source(ControlSource::hottest)) {
+        return CustomMode(Uuid::random(), std::move(name), "flame.fill", speed, std::move(control));
+    }
+
+    // The CPU proximity sensor at `cpu`, the battery at `battery`.
+    static SensorPoller::Snapshot machine(double cpu, double battery) {
+        return sweep(
+            {temperatureSensor("TC0P", cpu), temperatureSensor("TB0T", battery, SensorCategory::battery)},
+            fans());
+    }
+
+    double lastFraction() const { return (driver.writes.back().rpm - fanMin) / (fanMax - fanMin); }
+};
+
+TEST_F(EngineCustomModesTest, SelectingNeedsAKnownFanAndAKnownMode) {
+    const CustomMode gaming = mode("Gaming", ModeSpeed::fixed(0.7));
+    engine->addCustomMode(gaming);
+    engine->selectPreset(FanPreset::quiet);
+
+    engine->selectCustomMode(gaming.id); // no fan known yet
+    EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
+    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+
+    engine->apply(machine(50.0, 30.0));
+    engine->selectCustomMode(Uuid::random());
+    EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
+    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+
+    engine->selectCustomMode(gaming.id);
+    EXPECT_FALSE(engine->activePreset().value().has_value());
+    EXPECT_EQ(engine->activeCustomModeID().value(), gaming.id);
+    EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
+    EXPECT_EQ(engine->activeCustomMode(), gaming);
+
+    // Any other selection drops the mode.
+    engine->selectProfile(FanProfile::silentStealth());
+    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+}
+
+TEST_F(EngineCustomModesTest, DeletingTheActiveModeMovesToBalancedAndAnotherChangesNothing) {
+    engine->apply(machine(50.0, 30.0));
+    const CustomMode a = mode("A", ModeSpeed::floor(0.3));
+    const CustomMode b = mode("B", ModeSpeed::floor(0.4));
+    engine->addCustomMode(a);
+    engine->addCustomMode(b);
+    engine->addCustomMode(a); // duplicates are kept until deleted
+    engine->selectCustomMode(a.id);
+
+    engine->deleteCustomMode(b.id);
+    EXPECT_EQ(engine->customModes().value(), (std::vector<CustomMode>{a, a}));
+    EXPECT_EQ(engine->activeCustomModeID().value(), a.id);
+    EXPECT_FALSE(engine->activePreset().value().has_value());
+
+    engine->deleteCustomMode(a.id);
+    EXPECT_TRUE(engine->customModes().value().empty());
+    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+    EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
+    EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
+}
+
+TEST_F(EngineCustomModesTest, AModesSpeedShapesTheCurve) {
+    connect();
+    engine->setSpoolRate(9000.0);
+    const CustomMode fixed = mode("Fixed", ModeSpeed::fixed(0.6));
+    const CustomMode floor = mode("Floor", ModeSpeed::floor(0.5));
+    engine->addCustomMode(fixed);
+    engine->addCustomMode(floor);
+    engine->apply(machine(35.0, 30.0));
+
+    // A fixed speed replaces the curve, whatever the temperature.
+    engine->selectCustomMode(fixed.id);
+    tickAt(35.0, fans());
+    EXPECT_NEAR(lastFraction(), 0.6, 1e-9);
+    tickAt(85.0, fans());
+    EXPECT_NEAR(lastFraction(), 0.6, 1e-9);
+
+    // A floor raises the curve where it is lower and leaves it where it is higher.
+    engine->selectCustomMode(floor.id);
+    tickAt(35.0, fans());
+    EXPECT_NEAR(lastFraction(), 0.5, 1e-9);
+    engine->selectCustomMode(floor.id);
+    tickAt(85.0, fans());
+    EXPECT_NEAR(lastFraction(), 1.0, 1e-9);
+
+    // An update of the active mode applies from the next tick, smoothed.
+    CustomMode lower = floor;
+    lower.speed = ModeSpeed::fixed(0.2);
+    engine->updateCustomMode(lower);
+    EXPECT_EQ(engine->activeCustomModeID().value(), floor.id);
+    tickAt(85.0, fans());
+    EXPECT_NEAR(lastFraction(), 0.35 * 0.2 + 0.65 * 1.0, 1e-9);
+    // An update of an unknown mode is ignored.
+    engine->updateCustomMode(mode("Stranger", ModeSpeed::fixed(0.9)));
+    EXPECT_EQ(engine->customModes().value(), (std::vector<CustomMode>{fixed, lower}));
+}
+
+TEST_F(EngineCustomModesTest, AModesSensorDrivesTheCurveAndAnUnknownOneIsUnavailable) {
+    const CustomMode battery = mode("Battery", ModeSpeed::floor(0.0), ModeSensor::sensor("TB0T"));
+    const CustomMode missing = mode("Missing", ModeSpeed::floor(0.0), ModeSensor::sensor("TZ9Z"));
+    engine->addCustomMode(battery);
+    engine->addCustomMode(missing);
+    engine->apply(machine(60.0, 30.0));
+    EXPECT_EQ(engine->controlTemperature().value(), 60.0);
+    EXPECT_EQ(engine->temperature(ModeSensor::sensor("TB0T")), 30.0);
+    EXPECT_EQ(engine->temperature(ModeSensor::sensor("TZ9Z")), std::nullopt);
+    EXPECT_EQ(engine->temperature(ModeSensor::source(ControlSource::hottest)), 60.0);
+
+    engine->selectCustomMode(battery.id);
+    engine->apply(machine(61.0, 31.0));
+    EXPECT_EQ(engine->controlTemperature().value(), 31.0);
+    EXPECT_FALSE(engine->controlSourceUnavailable().value());
+    // The main readout follows the user's source unless the mode drives it.
+    EXPECT_EQ(engine->displayedTemperature().value(), 61.0);
+
+    engine->selectCustomMode(missing.id);
+    engine->apply(machine(62.0, 32.0));
+    EXPECT_TRUE(engine->controlSourceUnavailable().value());
+    EXPECT_EQ(engine->controlTemperature().value(), 62.0); // the trusted maximum stands in
+}
+
+TEST_F(EngineCustomModesTest, TheListAndTheActiveModeComeBackAfterARestartWithoutTakingTheFans) {
+    engine->apply(machine(50.0, 30.0));
+    const CustomMode battery = mode("Battery", ModeSpeed::fixed(0.9), ModeSensor::sensor("TB0T"));
+    const CustomMode gaming =
+        mode("Gaming", ModeSpeed::fixed(0.7), ModeSensor::source(ControlSource::gpuAverage));
+    engine->addCustomMode(gaming);
+    engine->addCustomMode(battery);
+    engine->selectCustomMode(battery.id);
+
+    engine.reset();
+    makeEngine();
+    EXPECT_EQ(engine->customModes().value(), (std::vector<CustomMode>{gaming, battery}));
+    EXPECT_EQ(engine->activeCustomModeID().value(), battery.id);
+    EXPECT_EQ(engine->activeProfile().value(), FanProfile::appleAuto());
+    engine->apply(machine(55.0, 33.0));
+    EXPECT_EQ(engine->controlTemperature().value(), 33.0);
+
+    // A stored id whose mode is gone reads as no mode but stays set.
+    engine->deleteCustomMode(battery.id);
+    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+    engine->addCustomMode(battery);
+    engine->selectCustomMode(battery.id);
+    engine.reset();
+    settings.setValue(QStringLiteral("com.halvoren.customModes"), QByteArray("[]"));
+    makeEngine();
+    EXPECT_EQ(engine->activeCustomModeID().value(), battery.id);
+    EXPECT_FALSE(engine->activeCustomMode().has_value());
+}
+
+} // namespace
+} // namespace halvoren
