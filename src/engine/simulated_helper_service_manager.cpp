@@ -8,10 +8,30 @@
 #include <QFileInfo>
 #include <QProcess>
 
+#if defined(__linux__)
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+#endif
+
 namespace halvoren {
 namespace {
 
 constexpr double socketPollInterval = 0.05;
+
+// A killed application must not leave its helper behind: on Linux the child gets SIGTERM, on
+// which it hands the fans back and exits, when its parent dies.
+void tieToParent([[maybe_unused]] QProcess& process) {
+#if defined(__linux__)
+    const pid_t parent = ::getpid();
+    process.setChildProcessModifier([parent] {
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (::getppid() != parent) { // the parent died before the line above took effect
+            ::raise(SIGTERM);
+        }
+    });
+#endif
+}
 
 } // namespace
 
@@ -36,45 +56,24 @@ bool SimulatedHelperServiceManager::isRunning() const {
 }
 
 QCoro::Task<HelperServiceStatus> SimulatedHelperServiceManager::status() {
-    co_return isRunning() ? HelperServiceStatus::enabled : HelperServiceStatus::notRegistered;
+    if (!registered_) {
+        co_return HelperServiceStatus::notRegistered;
+    }
+    const Failure failure = co_await launch();
+    co_return failure ? HelperServiceStatus::notFound : HelperServiceStatus::enabled;
 }
 
 QCoro::Task<HelperServiceManager::Failure> SimulatedHelperServiceManager::registerService() {
-    if (isRunning()) {
-        co_return std::nullopt;
+    registered_ = true;
+    Failure failure = co_await launch();
+    if (failure) {
+        registered_ = false;
     }
-    const QFileInfo helper(helperPath_);
-    if (!helper.isFile() || !helper.isExecutable()) {
-        co_return "no helper executable at " + helperPath_.toStdString();
-    }
-    // A socket left by an earlier child would pass for the new one listening.
-    QFile::remove(options_.helperSocketPath);
-    process_ = std::make_unique<QProcess>();
-    process_->setProgram(helperPath_);
-    QStringList arguments;
-    arguments << QString::fromLatin1("--simulate=") + options_.profile << QString::fromLatin1("--socket")
-              << options_.helperSocketPath << QString::fromLatin1("--smc-socket") << options_.smcSocketPath;
-    process_->setArguments(arguments);
-    process_->setProcessChannelMode(QProcess::ForwardedChannels);
-    process_->start();
-    const bool started = co_await awaitStarted(*process_, timers_, options_.startTimeout);
-    if (!started) {
-        co_return "cannot start " + helperPath_.toStdString() + ": " + process_->errorString().toStdString();
-    }
-    // The handshake that follows a registration needs the helper listening already.
-    for (double waited = 0.0; waited < options_.startTimeout; waited += socketPollInterval) {
-        if (!isRunning()) {
-            co_return "the helper exited at start with code " + std::to_string(process_->exitCode());
-        }
-        if (QFileInfo::exists(options_.helperSocketPath)) {
-            break;
-        }
-        co_await sleepFor(timers_, socketPollInterval);
-    }
-    co_return std::nullopt; // still not listening: the handshake will tell
+    co_return failure;
 }
 
 QCoro::Task<HelperServiceManager::Failure> SimulatedHelperServiceManager::unregisterService() {
+    registered_ = false;
     if (!isRunning()) {
         co_return std::nullopt;
     }
@@ -89,6 +88,40 @@ QCoro::Task<HelperServiceManager::Failure> SimulatedHelperServiceManager::unregi
         co_return std::nullopt;
     }
     co_return "the helper did not exit";
+}
+
+QCoro::Task<HelperServiceManager::Failure> SimulatedHelperServiceManager::launch() {
+    if (isRunning()) {
+        co_return std::nullopt;
+    }
+    const QFileInfo helper(helperPath_);
+    if (!helper.isFile() || !helper.isExecutable()) {
+        co_return "no helper executable at " + helperPath_.toStdString();
+    }
+    // A socket left by an earlier child would pass for the new one listening.
+    QFile::remove(options_.helperSocketPath);
+    process_ = std::make_unique<QProcess>();
+    process_->setProgram(helperPath_);
+    process_->setArguments({QString::fromLatin1("--socket"), options_.helperSocketPath,
+                            QString::fromLatin1("--smc-socket"), options_.smcSocketPath});
+    process_->setProcessChannelMode(QProcess::ForwardedChannels);
+    tieToParent(*process_);
+    process_->start();
+    const bool started = co_await awaitStarted(*process_, timers_, options_.startTimeout);
+    if (!started) {
+        co_return "cannot start " + helperPath_.toStdString() + ": " + process_->errorString().toStdString();
+    }
+    // The handshake that follows needs the helper listening already.
+    for (double waited = 0.0; waited < options_.startTimeout; waited += socketPollInterval) {
+        if (!isRunning()) {
+            co_return "the helper exited at start with code " + std::to_string(process_->exitCode());
+        }
+        if (QFileInfo::exists(options_.helperSocketPath)) {
+            break;
+        }
+        co_await sleepFor(timers_, socketPollInterval);
+    }
+    co_return std::nullopt; // still not listening: the handshake will tell
 }
 
 } // namespace halvoren

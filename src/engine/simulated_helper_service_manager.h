@@ -10,12 +10,13 @@ class QProcess;
 
 namespace halvoren {
 
-// For the simulated Mac: "registering" the helper starts it as an unprivileged child process
-// serving the simulated controller; it counts as enabled while the child runs.
+// For the simulated Mac the application plays the service manager: registering the helper
+// remembers the registration and starts it as an unprivileged child process that drives the
+// simulated controller the application serves. Like a system service manager it launches a
+// registered helper on demand: a status query finds a child that died and starts another.
 class SimulatedHelperServiceManager final : public HelperServiceManager {
 public:
     struct Options {
-        QString profile;          // the machine profile the helper simulates
         QString helperSocketPath; // where the helper listens for the application
         QString smcSocketPath;    // where the application serves the simulated controller
         // The helper executable; empty means halvoren-helper next to the running program.
@@ -27,7 +28,10 @@ public:
     SimulatedHelperServiceManager(TimerSource& timers, Options options);
     ~SimulatedHelperServiceManager() override;
 
+    // enabled while registered and the child runs or could be started again; notFound when
+    // registered but the child cannot be started; notRegistered otherwise.
     QCoro::Task<HelperServiceStatus> status() override;
+    // A registration whose start fails is not kept.
     QCoro::Task<Failure> registerService() override;
     QCoro::Task<Failure> unregisterService() override;
     void openApproval() override {} // nothing to approve for a child process
@@ -36,10 +40,13 @@ public:
 
 private:
     bool isRunning() const;
+    // Starts the child unless it runs, and waits until it listens or the start time runs out.
+    QCoro::Task<Failure> launch();
 
     TimerSource& timers_;
     Options options_;
     QString helperPath_;
+    bool registered_ = false;
     std::unique_ptr<QProcess> process_;
 };
 

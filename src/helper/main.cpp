@@ -16,13 +16,11 @@
 #include "smc/smc_error.h"
 #include "smc/smc_socket_server.h"
 #include "smc/socket_smc_transport.h"
+#include "smc/unix_socket.h"
 
 #include <QCoreApplication>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -42,37 +40,21 @@ public:
     throw StartupError(message);
 }
 
-// Makes the directory a socket goes into; one that exists is left as it is. Other users need
-// to pass through it when they are allowed to connect.
+// The directory of a socket, or why the daemon cannot run.
 void makeSocketDirectory(const std::string& socketPath, mode_t socketMode) {
-    const std::filesystem::path directory = std::filesystem::path(socketPath).parent_path();
-    if (directory.empty() || std::filesystem::exists(directory)) {
-        return;
-    }
-    std::error_code error;
-    std::filesystem::create_directories(directory.parent_path(), error);
-    const mode_t mode = (socketMode & S_IWOTH) != 0 ? 0755 : 0700;
-    if (::mkdir(directory.c_str(), mode) < 0 && errno != EEXIST) {
-        quit("cannot create " + directory.string() + ": " + std::generic_category().message(errno));
+    try {
+        UnixSocket::makeSocketDirectory(socketPath, socketMode);
+    } catch (const std::system_error& error) {
+        quit(error.what());
     }
 }
 
 MachineProfile simulatedProfile(const std::string& name) {
-    if (auto profile = MachineProfile::builtIn(name)) {
-        return *profile;
+    try {
+        return MachineProfile::named(name);
+    } catch (const ProfileError& error) {
+        quit(error.what());
     }
-    if (std::filesystem::exists(name)) {
-        try {
-            return MachineProfile::load(name);
-        } catch (const ProfileError& error) {
-            quit(error.what());
-        }
-    }
-    std::string names;
-    for (const auto& builtIn : MachineProfile::builtInNames()) {
-        names += (names.empty() ? "" : ", ") + builtIn;
-    }
-    quit("no machine profile \"" + name + "\"; built in: " + names);
 }
 
 int run(const HelperOptions& options) {

@@ -13,7 +13,6 @@
 #include "smc/socket_smc_transport.h"
 #include "smc/system_transport.h"
 
-#include <filesystem>
 #include <memory>
 
 namespace halvoren::probe {
@@ -32,36 +31,18 @@ Report readAll(const std::shared_ptr<SMCKernelBridge>& bridge, std::string sourc
     return report;
 }
 
-std::variant<MachineProfile, ProbeFailure> profileFor(const std::string& nameOrPath) {
-    if (auto builtIn = MachineProfile::builtIn(nameOrPath)) {
-        return *builtIn;
-    }
-    std::error_code ec;
-    if (!std::filesystem::exists(nameOrPath, ec)) {
-        std::string names;
-        for (const auto& name : MachineProfile::builtInNames()) {
-            names += (names.empty() ? "" : ", ") + name;
-        }
-        return ProbeFailure{"unknown simulated machine \"" + nameOrPath + "\" (built in: " + names + ")"};
-    }
-    try {
-        return MachineProfile::load(nameOrPath);
-    } catch (const std::exception& error) {
-        return ProbeFailure{error.what()};
-    }
-}
-
 } // namespace
 
 std::variant<Report, ProbeFailure> runProbe(const Options& options) {
     try {
         switch (options.source) {
         case Options::Source::simulated: {
-            auto profile = profileFor(options.profile);
-            if (auto* failure = std::get_if<ProbeFailure>(&profile)) {
-                return *failure;
+            MachineProfile machine;
+            try {
+                machine = MachineProfile::named(options.profile);
+            } catch (const ProfileError& error) {
+                return ProbeFailure{error.what()};
             }
-            auto machine = std::get<MachineProfile>(std::move(profile));
             const std::string name = machine.name;
             auto mac =
                 std::make_shared<SimulatedMac>(std::move(machine), SystemClock::shared(), 1, idleLoad());

@@ -487,4 +487,19 @@ std::vector<std::string> MachineProfile::builtInNames() {
     return names;
 }
 
+MachineProfile MachineProfile::named(const std::string& nameOrPath) {
+    if (auto profile = builtIn(nameOrPath)) {
+        return *profile;
+    }
+    std::error_code error;
+    if (std::filesystem::exists(nameOrPath, error)) {
+        return load(nameOrPath);
+    }
+    std::string names;
+    for (const auto& name : builtInNames()) {
+        names += (names.empty() ? "" : ", ") + name;
+    }
+    throw ProfileError("unknown simulated machine \"" + nameOrPath + "\" (built in: " + names + ")");
+}
+
 } // namespace halvoren

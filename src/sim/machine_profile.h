@@ -81,6 +81,9 @@ struct MachineProfile {
     // The profiles built into the program, from data/machines.
     static std::optional<MachineProfile> builtIn(std::string_view name);
     static std::vector<std::string> builtInNames();
+    // A built-in profile by name, else the profile file at that path. Throws ProfileError, for an
+    // unknown name with the list of built-in names.
+    static MachineProfile named(const std::string& nameOrPath);
 
     // Both throw ProfileError; a corrupt or inconsistent file is never used in part.
     static MachineProfile load(const std::filesystem::path& path);

@@ -107,9 +107,10 @@ bool serve(Client& client, SMCTransport& backend) {
 
 } // namespace
 
-SMCSocketServer::SMCSocketServer(SMCTransport& backend, std::string path)
+SMCSocketServer::SMCSocketServer(SMCTransport& backend, std::string path, std::function<void()> whenIdle)
     : backend_(backend)
-    , path_(std::move(path)) {}
+    , path_(std::move(path))
+    , whenIdle_(std::move(whenIdle)) {}
 
 SMCSocketServer::~SMCSocketServer() {
     stop();
@@ -220,7 +221,11 @@ void SMCSocketServer::run() {
             const bool keep = client.toSend > 0 ? flush(client) : serve(client, backend_);
             client.dropped = !keep;
         }
+        const bool hadClients = !clients.empty();
         std::erase_if(clients, [](const Client& client) { return client.dropped; });
+        if (hadClients && clients.empty() && whenIdle_) {
+            whenIdle_();
+        }
 
         if (entries[1].revents != 0) {
             for (;;) {

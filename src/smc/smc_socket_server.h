@@ -4,6 +4,7 @@
 #include "smc/unix_socket.h"
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <sys/types.h>
@@ -25,7 +26,9 @@ public:
     // Connections beyond this are accepted and closed at once.
     static constexpr std::size_t maxClients = 64;
 
-    SMCSocketServer(SMCTransport& backend, std::string path);
+    // `whenIdle`, if given, runs on the server's thread each time the last connected client goes
+    // (it disconnects or is dropped), never on stop(). It must not call the server.
+    SMCSocketServer(SMCTransport& backend, std::string path, std::function<void()> whenIdle = {});
     ~SMCSocketServer();
     SMCSocketServer(const SMCSocketServer&) = delete;
     SMCSocketServer& operator=(const SMCSocketServer&) = delete;
@@ -44,6 +47,7 @@ private:
 
     SMCTransport& backend_;
     const std::string path_;
+    const std::function<void()> whenIdle_;
 
     mutable std::mutex mutex_; // start/stop and the fields below
     std::thread thread_;

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <poll.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -109,6 +110,19 @@ void clearStaleSocket(const std::string& path, const sockaddr_un& address) {
     }
     if (::unlink(path.c_str()) < 0 && errno != ENOENT) {
         fail(errno, "cannot remove the stale socket file");
+    }
+}
+
+void makeSocketDirectory(const std::string& socketPath, mode_t socketMode) {
+    const std::filesystem::path directory = std::filesystem::path(socketPath).parent_path();
+    std::error_code ignored; // a directory that cannot be looked at or made fails at mkdir below
+    if (directory.empty() || std::filesystem::exists(directory, ignored)) {
+        return;
+    }
+    std::filesystem::create_directories(directory.parent_path(), ignored);
+    const mode_t mode = (socketMode & S_IWOTH) != 0 ? 0755 : 0700;
+    if (::mkdir(directory.c_str(), mode) < 0 && errno != EEXIST) {
+        throw std::system_error(errno, std::generic_category(), "cannot create " + directory.string());
     }
 }
 

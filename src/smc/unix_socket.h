@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <sys/socket.h>
+#include <sys/types.h>
 #include <sys/un.h>
 
 // Small POSIX pieces shared by the socket transport and its server.
@@ -53,6 +54,11 @@ FileDescriptor streamSocket();
 // bind there. A live server's socket is not ours to take, and neither is a file of another
 // kind: both throw std::system_error (EADDRINUSE, EEXIST), as does any other failure.
 void clearStaleSocket(const std::string& path, const sockaddr_un& address);
+
+// Makes the directory a socket at `socketPath` goes into (its parents as they come); one that
+// exists is left as it is. Mode 0700, or 0755 when `socketMode` lets other users write, since they
+// must pass through the directory to connect. Throws std::system_error naming the directory.
+void makeSocketDirectory(const std::string& socketPath, mode_t socketMode);
 
 // Makes an accepted descriptor like one from streamSocket. False with errno on failure.
 bool prepareAccepted(int fd);

@@ -230,6 +230,26 @@ TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
     EXPECT_TRUE(message(cut).starts_with(cut.string() + ": not valid JSON: parse error")) << message(cut);
     EXPECT_EQ(message(dir / "absent.json"), (dir / "absent.json").string() + ": cannot be read");
     EXPECT_EQ(message(dir), dir.string() + ": cannot be read");
+
+    // By name: a built-in profile first, then a file; a file's own fault is told as it is.
+    EXPECT_EQ(MachineProfile::named("intel-laptop").name, "intel-laptop");
+    EXPECT_EQ(MachineProfile::named(good.string()).keys.size(), 1u);
+    const auto named = [](const std::string& nameOrPath) {
+        try {
+            MachineProfile::named(nameOrPath);
+        } catch (const ProfileError& error) {
+            return std::string(error.what());
+        }
+        return std::string("none");
+    };
+    EXPECT_TRUE(named(cut.string()).starts_with(cut.string() + ": not valid JSON")) << named(cut.string());
+    const std::string unknown = named((dir / "absent.json").string());
+    EXPECT_TRUE(unknown.starts_with("unknown simulated machine \"" + (dir / "absent.json").string() +
+                                    "\" (built in: "))
+        << unknown;
+    for (const auto& name : MachineProfile::builtInNames()) {
+        EXPECT_NE(unknown.find(name), std::string::npos) << name;
+    }
     std::filesystem::remove_all(dir);
 }
 

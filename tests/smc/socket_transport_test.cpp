@@ -1,6 +1,7 @@
 #include "smc/smc_error.h"
 #include "smc/smc_socket_server.h"
 #include "smc/socket_smc_transport.h"
+#include "smc/unix_socket.h"
 #include "temp_directory.h"
 
 #include <array>
@@ -8,7 +9,9 @@
 #include <cerrno>
 #include <chrono>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <memory>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -286,6 +289,75 @@ TEST_F(SocketExchange, OwnsItsSocketFile) {
     server.stop();
     EXPECT_TRUE(std::filesystem::is_socket(path));
     expectAnswers(SocketSMCTransport(path).call(request(3)), 3);
+}
+
+TEST_F(SocketExchange, TellsEachTimeItsLastClientLeaves) {
+    std::atomic<int> idle{0};
+    SMCSocketServer watched(backend, (dir / "watched.sock").string(), [&] { idle.fetch_add(1); });
+    watched.start();
+    const auto idleReaches = [&](int count) {
+        const auto deadline = std::chrono::steady_clock::now() + 5s;
+        while (idle.load() < count && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(1ms);
+        }
+        return idle.load() == count;
+    };
+
+    auto first = std::make_unique<SocketSMCTransport>(watched.path());
+    auto second = std::make_unique<SocketSMCTransport>(watched.path());
+    expectAnswers(first->call(request(1)), 1);
+    expectAnswers(second->call(request(2)), 2);
+    first.reset();
+    // The second answer comes from a pass of the loop after the one that saw the first leave.
+    expectAnswers(second->call(request(3)), 3);
+    expectAnswers(second->call(request(4)), 4);
+    EXPECT_EQ(idle.load(), 0) << "a client left while another stayed";
+    second.reset();
+    EXPECT_TRUE(idleReaches(1));
+
+    // A client the server drops counts as leaving too.
+    const FileDescriptor forged = rawClient(watched.path());
+    std::array<std::uint8_t, 80> frame{};
+    frame[10] = 1; // padding no client of ours sends
+    ASSERT_EQ(::write(forged.get(), frame.data(), frame.size()), 80);
+    EXPECT_TRUE(idleReaches(2));
+
+    // Stopping is not a departure.
+    SocketSMCTransport last(watched.path());
+    expectAnswers(last.call(request(5)), 5);
+    watched.stop();
+    EXPECT_EQ(idle.load(), 2);
+}
+
+TEST(UnixSocketDirectory, MakesAMissingDirectoryOpenOnlyAsFarAsTheSocketIs) {
+    testing::TempDirectory dir;
+    const auto modeOf = [](const std::filesystem::path& path) {
+        struct stat info {};
+        EXPECT_EQ(::stat(path.c_str(), &info), 0) << path;
+        return info.st_mode & 07777;
+    };
+    const mode_t previous = ::umask(0);
+    UnixSocket::makeSocketDirectory((dir / "private" / "deeper" / "s.sock").string(), S_IRUSR | S_IWUSR);
+    UnixSocket::makeSocketDirectory((dir / "shared" / "s.sock").string(), 0666);
+    ::umask(previous);
+    EXPECT_EQ(modeOf(dir / "private" / "deeper"), 0700u);
+    EXPECT_EQ(modeOf(dir / "shared"), 0755u);
+
+    // One that exists is not ours to change; a bare name needs no directory.
+    ASSERT_EQ(::chmod((dir / "shared").c_str(), 0750), 0);
+    UnixSocket::makeSocketDirectory((dir / "shared" / "s.sock").string(), S_IRUSR | S_IWUSR);
+    EXPECT_EQ(modeOf(dir / "shared"), 0750u);
+    EXPECT_NO_THROW(UnixSocket::makeSocketDirectory("s.sock", S_IRUSR | S_IWUSR));
+
+    testing::writeFile(dir / "plain", "file");
+    const auto blocked = dir / "plain" / "sub";
+    try {
+        UnixSocket::makeSocketDirectory((blocked / "s.sock").string(), S_IRUSR | S_IWUSR);
+        ADD_FAILURE() << "made a directory under a file";
+    } catch (const std::system_error& error) {
+        EXPECT_EQ(error.code(), std::errc::not_a_directory);
+        EXPECT_EQ(std::string(error.what()), "cannot create " + blocked.string() + ": Not a directory");
+    }
 }
 
 TEST(SocketSMCTransport, ReassemblesSplitAnswersAndDetectsCutOnes) {

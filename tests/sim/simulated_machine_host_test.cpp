@@ -1,0 +1,170 @@
+// The simulated Mac hosted by the application and driven by the real daemon from outside.
+
+#include "../smc/temp_directory.h"
+#include "fakes/helper_process.h"
+#include "sim/load_scenario.h"
+#include "sim/simulated_machine_host.h"
+#include "smc/smc_error.h"
+#include "smc/smc_kernel_bridge.h"
+#include "smc/socket_smc_transport.h"
+
+#include <QCoreApplication>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <sys/stat.h>
+
+namespace halvoren {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::after;
+using testing::callHelper;
+using testing::connectTo;
+using testing::HelperProcess;
+using testing::setTargetRequest;
+using testing::waitUntil;
+
+std::vector<bool> forcedFans(SimulatedMac& mac) {
+    std::vector<bool> forced;
+    for (const auto& fan : mac.fans()) {
+        forced.push_back(fan.forced);
+    }
+    return forced;
+}
+
+std::unique_ptr<SMCKernelBridge> socketClient(const std::string& path) {
+    return std::make_unique<SMCKernelBridge>(std::make_unique<SocketSMCTransport>(path));
+}
+
+class SimulatedMachineHostTest : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+    testing::TempDirectory directory;
+    // In a directory that does not exist yet: the host makes it.
+    std::string smcSocket = (directory / "run" / "smc.sock").string();
+    std::string helperSocket = (directory / "helper.sock").string();
+
+    QStringList helperArguments() const {
+        return {"--socket", QString::fromStdString(helperSocket), "--smc-socket",
+                QString::fromStdString(smcSocket)};
+    }
+};
+
+TEST_F(SimulatedMachineHostTest, TheHelperDrivesTheHostedMacAndAKilledHelperLeavesNoFanForced) {
+    SimulatedMachineHost host("apple-silicon-laptop-2fan", SystemClock::shared(), 1, idleLoad(), smcSocket);
+    struct stat info {};
+    ASSERT_EQ(::stat((directory / "run").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    EXPECT_EQ(host.profile().name, "apple-silicon-laptop-2fan");
+    const auto appBridge = host.openBridge();
+
+    {
+        HelperProcess helper(HALVOREN_HELPER_BINARY, helperArguments());
+        ASSERT_TRUE(helper.waitForSocket(helperSocket))
+            << helper.process.readAllStandardError().toStdString();
+        auto client = connectTo(helperSocket);
+        EXPECT_EQ(callHelper(client.get(), setTargetRequest(1, 0, 3000))["applied"], 3000.0);
+        EXPECT_EQ(callHelper(client.get(), setTargetRequest(2, 1, 4500))["applied"], 4500.0);
+        EXPECT_EQ(forcedFans(host.mac()), (std::vector<bool>{true, true}));
+        EXPECT_EQ(host.mac().fans()[1].target, 4500.0);
+        // The application reads the same machine in-process.
+        EXPECT_EQ(appBridge->read("F0Md"), 1.0);
+        EXPECT_EQ(appBridge->read("F0Tg"), 3000.0);
+
+        // SIGKILL gives the daemon no chance to hand anything back itself.
+        ::kill(static_cast<pid_t>(helper.process.processId()), SIGKILL);
+        ASSERT_TRUE(helper.process.waitForFinished(5000));
+        EXPECT_EQ(helper.process.exitStatus(), QProcess::CrashExit);
+        EXPECT_TRUE(waitUntil(after(5000ms), [&] {
+            return forcedFans(host.mac()) == std::vector<bool>{false, false};
+        })) << "a fan stayed forced after its helper was killed";
+        EXPECT_EQ(appBridge->read("F1Md"), 0.0);
+    }
+
+    // The machine outlived its helper: the next one drives it again.
+    HelperProcess next(HALVOREN_HELPER_BINARY, helperArguments());
+    ASSERT_TRUE(next.waitForSocket(helperSocket)) << next.process.readAllStandardError().toStdString();
+    auto client = connectTo(helperSocket);
+    EXPECT_EQ(callHelper(client.get(), setTargetRequest(3, 0, 2500))["applied"], 2500.0);
+    EXPECT_EQ(forcedFans(host.mac()), (std::vector<bool>{true, false}));
+    EXPECT_EQ(host.openBridge()->read("F0Tg"), 2500.0);
+}
+
+TEST_F(SimulatedMachineHostTest, EveryFanGoesBackEachTimeTheLastSocketClientLeaves) {
+    ManualClock clock;
+    SimulatedMachineHost host("intel-laptop", clock, 3, idleLoad(), smcSocket);
+    auto first = socketClient(smcSocket);
+    auto second = socketClient(smcSocket);
+    first->write("F0Md", 1.0);
+    first->write("F1Md", 1.0);
+    ASSERT_EQ(forcedFans(host.mac()), (std::vector<bool>{true, true}));
+
+    // One client leaving while another stays changes nothing. The second round trip is served
+    // only after the server has finished with the first client's departure.
+    first.reset();
+    EXPECT_EQ(second->read("F0Md"), 1.0);
+    EXPECT_EQ(second->read("F1Md"), 1.0);
+    EXPECT_EQ(forcedFans(host.mac()), (std::vector<bool>{true, true}));
+
+    // A fan whose mode cannot be written does not keep the others forced.
+    FaultPlan stuck;
+    stuck.resultOverrides[{"F0Md", SMCCommand::writeValue}] = 132;
+    host.mac().setFaults(stuck);
+    second.reset();
+    EXPECT_TRUE(waitUntil(after(5000ms), [&] { return !host.mac().fans()[1].forced; }));
+    EXPECT_TRUE(host.mac().fans()[0].forced);
+
+    // The next client to come and go brings the hand-back again.
+    host.mac().setFaults({});
+    socketClient(smcSocket)->read("F0Md");
+    EXPECT_TRUE(waitUntil(after(5000ms), [&] { return !host.mac().fans()[0].forced; }));
+
+    // In-process bridges are not socket clients: a write through one holds until the next
+    // socket client leaves.
+    host.openBridge()->write("F1Md", 1.0);
+    EXPECT_EQ(socketClient(smcSocket)->read("F1Md"), 1.0);
+    EXPECT_TRUE(waitUntil(after(5000ms), [&] { return !host.mac().fans()[1].forced; }));
+}
+
+TEST_F(SimulatedMachineHostTest, RefusesWhatItCannotHostWithAClearMessage) {
+    const auto failure = [&](const std::string& profile, const std::string& path) -> std::string {
+        try {
+            SimulatedMachineHost host(profile, SystemClock::shared(), 1, idleLoad(), path);
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "none";
+    };
+    const std::string unknown = failure("no-such-mac", smcSocket);
+    EXPECT_TRUE(unknown.starts_with("unknown simulated machine \"no-such-mac\" (built in: ")) << unknown;
+    EXPECT_NE(unknown.find("apple-silicon-desktop-1fan"), std::string::npos) << unknown;
+
+    SimulatedMachineHost host("apple-silicon-laptop-fanless", SystemClock::shared(), 1, idleLoad(),
+                              smcSocket);
+    const std::string taken = failure("intel-laptop", smcSocket);
+    EXPECT_TRUE(taken.starts_with("cannot serve the simulated controller on " + smcSocket + ": ")) << taken;
+    EXPECT_NE(taken.find("another server listens"), std::string::npos) << taken;
+    EXPECT_NO_THROW(host.openBridge()->read("#KEY")) << "the host in place keeps serving";
+
+    testing::writeFile(directory / "plain", "not a directory");
+    const std::string blocked = (directory / "plain" / "sub" / "smc.sock").string();
+    EXPECT_EQ(failure("intel-laptop", blocked),
+              "cannot serve the simulated controller on " + blocked + ": cannot create " +
+                  (directory / "plain" / "sub").string() + ": Not a directory");
+
+    // The application's bridge opens as the driver's would, faults included.
+    FaultPlan unopenable;
+    unopenable.openFailure = -536870160;
+    host.mac().setFaults(unopenable);
+    try {
+        host.openBridge();
+        ADD_FAILURE() << "an unopenable controller gave a bridge";
+    } catch (const SMCError& error) {
+        EXPECT_EQ(error, SMCError::openFailed(-536870160));
+    }
+}
+
+} // namespace
+} // namespace halvoren
