@@ -51,6 +51,10 @@ SimulatedHelperServiceManager::~SimulatedHelperServiceManager() {
     }
 }
 
+qint64 SimulatedHelperServiceManager::processId() const {
+    return isRunning() ? process_->processId() : 0;
+}
+
 bool SimulatedHelperServiceManager::isRunning() const {
     return process_ && process_->state() != QProcess::NotRunning;
 }

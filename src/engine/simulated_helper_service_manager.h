@@ -34,6 +34,8 @@ public:
     // A registration whose start fails is not kept.
     QCoro::Task<Failure> registerService() override;
     QCoro::Task<Failure> unregisterService() override;
+    // The running helper's process id, or 0 when none runs.
+    qint64 processId() const;
     void openApproval() override {} // nothing to approve for a child process
 
     const QString& helperPath() const { return helperPath_; }

@@ -1,0 +1,90 @@
+#include "app/headless_options.h"
+
+#include "core/json_support.h"
+
+#include <QCommandLineParser>
+#include <cmath>
+
+namespace halvoren {
+
+HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Halvoren: fan control and thermal readings for Mac computers."));
+    const QCommandLineOption help({"h", "help"}, "Show this help.");
+    const QCommandLineOption headless("headless", "Run the engine without a user interface.");
+    const QCommandLineOption simulate(
+        "simulate",
+        QStringLiteral("Run on a simulated Mac; --simulate=PROFILE picks its machine (default %1).")
+            .arg(QString::fromLatin1(defaultSimulatedMachine)));
+    const QCommandLineOption load(
+        "load", "The simulated machine's load: idle, burst, sustained or host (default).", "scenario");
+    const QCommandLineOption preset(
+        "preset", "Select a preset once the helper is connected: quiet, auto or max.", "preset");
+    const QCommandLineOption duration("duration", "Hand the fans back and stop after this many seconds.",
+                                      "seconds");
+    const QCommandLineOption statusJson("status-json", "Print one line of status as JSON every second.");
+    const QCommandLineOption settings("settings", "Keep settings in this file instead of the user's own.",
+                                      "path");
+    parser.addOptions({help, headless, simulate, load, preset, duration, statusJson, settings});
+
+    // The parser knows no options with an optional value, so --simulate=PROFILE is split here.
+    QStringList plain{QStringLiteral("halvoren")}; // the parser skips the program's name
+    std::optional<std::string> profile;
+    for (const QString& argument : arguments) {
+        if (argument.startsWith(QStringLiteral("--simulate="))) {
+            profile =
+                argument.mid(static_cast<qsizetype>(std::string_view("--simulate=").size())).toStdString();
+            if (profile->empty()) {
+                throw HeadlessUsageError("--simulate= needs a machine profile");
+            }
+            plain.append(QStringLiteral("--simulate"));
+        } else {
+            plain.append(argument);
+        }
+    }
+    if (!parser.parse(plain)) {
+        throw HeadlessUsageError(parser.errorText().toStdString());
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        throw HeadlessUsageError("unexpected argument \"" +
+                                 parser.positionalArguments().first().toStdString() + "\"");
+    }
+
+    HeadlessCommandLine result;
+    if (parser.isSet(help)) {
+        result.helpRequested = true;
+        result.helpText = parser.helpText().toStdString();
+        return result;
+    }
+    HeadlessOptions& options = result.options;
+    options.headless = parser.isSet(headless);
+    if (parser.isSet(simulate)) {
+        options.simulateProfile = profile.value_or(defaultSimulatedMachine);
+    }
+    if (parser.isSet(load)) {
+        options.load = parser.value(load).toStdString();
+    }
+    if (parser.isSet(preset)) {
+        const std::string text = parser.value(preset).toStdString();
+        options.preset = fromRawValue<FanPreset>(text);
+        if (!options.preset) {
+            throw HeadlessUsageError("unknown preset \"" + text + "\" (quiet, auto or max)");
+        }
+    }
+    if (parser.isSet(duration)) {
+        bool ok = false;
+        const double seconds = parser.value(duration).toDouble(&ok);
+        if (!ok || !std::isfinite(seconds) || seconds <= 0.0) {
+            throw HeadlessUsageError("--duration needs a positive number of seconds");
+        }
+        options.duration = seconds;
+    }
+    options.statusJson = parser.isSet(statusJson);
+    if (parser.isSet(settings)) {
+        options.settingsPath = parser.value(settings).toStdString();
+    }
+    return result;
+}
+
+} // namespace halvoren

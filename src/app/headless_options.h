@@ -1,0 +1,40 @@
+#pragma once
+
+#include "core/fan_profile.h"
+
+#include <QStringList>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace halvoren {
+
+// The command line of `halvoren`.
+struct HeadlessOptions {
+    bool headless = false;
+    std::optional<std::string> simulateProfile; // set: run on a simulated Mac of this profile
+    std::string load = "host";                  // the simulated machine's load scenario
+    std::optional<FanPreset> preset;            // selected once the helper is connected
+    std::optional<double> duration;             // seconds; then the fans go back and the program ends
+    bool statusJson = false;                    // one JSON line of status per second on stdout
+    std::optional<std::string> settingsPath;    // a settings file instead of the user's own
+};
+
+struct HeadlessCommandLine {
+    HeadlessOptions options;
+    bool helpRequested = false;
+    std::string helpText;
+};
+
+class HeadlessUsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+inline constexpr const char* defaultSimulatedMachine = "apple-silicon-laptop-2fan";
+
+// `arguments` without the program's name. Throws HeadlessUsageError with a message fit for
+// the user.
+HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments);
+
+} // namespace halvoren

@@ -1,0 +1,56 @@
+#include "app/status_line.h"
+
+#include "core/json_support.h"
+#include "engine/halvoren_engine.h"
+
+#include <ctime>
+#include <iomanip>
+#include <sstream>
+
+namespace halvoren {
+namespace {
+
+// UTC, to the millisecond: 2027-01-15T08:00:00.000Z.
+std::string isoTime(Clock::WallTime now) {
+    const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+    const std::time_t seconds = static_cast<std::time_t>(millis / 1000);
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    std::ostringstream text;
+    text << std::put_time(&utc, "%Y-%m-%dT%H:%M:%S") << '.' << std::setw(3) << std::setfill('0')
+         << millis % 1000 << 'Z';
+    return text.str();
+}
+
+} // namespace
+
+nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime now) {
+    using Json = nlohmann::ordered_json;
+    Json fans = Json::array();
+    for (const auto& [id, fan] : engine.fans().value()) {
+        fans.push_back(Json{{"id", id},
+                            {"current", fan.currentRPM},
+                            {"target", fan.targetRPM},
+                            {"min", fan.minRPM},
+                            {"max", fan.maxRPM},
+                            {"managed", fan.isManaged}});
+    }
+    const auto& profile = engine.activeProfile().value();
+    const auto& preset = engine.activePreset().value();
+    const auto& error = engine.lastError().value();
+    return Json{
+        {"time", isoTime(now)},
+        {"controlTemperature", engine.controlTemperature().value()},
+        {"displayedTemperature", engine.displayedTemperature().value()},
+        {"controlSourceUnavailable", engine.controlSourceUnavailable().value()},
+        {"smcAvailable", engine.smcAvailable().value()},
+        {"helperState", engine.helperState()->description()},
+        {"activeProfile", profile ? Json(profile->name) : Json(nullptr)},
+        {"activePreset", preset ? Json(std::string(rawValue(*preset))) : Json(nullptr)},
+        {"drivingStatus", engine.drivingStatusSubtitle()},
+        {"lastError", error ? Json(*error) : Json(nullptr)},
+        {"fans", std::move(fans)},
+    };
+}
+
+} // namespace halvoren

@@ -1,0 +1,99 @@
+#include "app/simulated_system.h"
+#include "engine/engine_test_support.h"
+#include "engine/halvoren_engine.h"
+#include "engine/simulated_helper_service_manager.h"
+#include "engine/smc_driver_actor.h"
+#include "platform/timer_source.h"
+
+#include <QCoreApplication>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/types.h>
+
+namespace halvoren {
+namespace {
+
+// The whole system on real time: the engine, the real helper daemon as a child process and
+// the simulated two-fan laptop at idle.
+class EndToEndTest : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+    QTemporaryDir dir;
+    QSettings settings{dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
+    QtTimerSource timers;
+    SimulatedSystem system{"apple-silicon-laptop-2fan", "idle", timers,
+                           QStringLiteral(HALVOREN_HELPER_BINARY)};
+    HalvorenEngine engine{FanProfile::appleAuto(),
+                          HalvorenEngine::Environment{.driver = system.driver(),
+                                                      .timers = timers,
+                                                      .settings = settings,
+                                                      .coreCounts = [this] { return system.coreCounts(); },
+                                                      .hidFactory = {}}};
+
+    bool connected() const { return engine.helperState().value() == HelperState::connected(); }
+
+    // Every fan known, and each passes `test`.
+    bool allFans(const std::function<bool(const FanStatus&)>& test) const {
+        const auto& fans = engine.fans().value();
+        if (fans.size() != 2) {
+            return false;
+        }
+        return std::ranges::all_of(fans, [&](const auto& entry) { return test(entry.second); });
+    }
+};
+
+TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
+    engine.setSpoolRate(9000.0); // no ramp: the test is about the path, not the slew
+    engine.start();
+    engine.installHelper();
+    ASSERT_TRUE(pumpUntil([&] { return connected(); }, 15000)) << engine.helperState()->description();
+
+    engine.selectPreset(FanPreset::max);
+    EXPECT_TRUE(pumpUntil(
+        [&] {
+            return allFans([](const FanStatus& f) {
+                return f.isManaged && f.targetRPM == f.maxRPM && f.currentRPM > f.maxRPM - 100.0;
+            });
+        },
+        20000))
+        << "fans did not reach their maximum";
+
+    // Idle under the quiet curve: the lowest quarter of the range at most.
+    engine.selectPreset(FanPreset::quiet);
+    EXPECT_TRUE(pumpUntil(
+        [&] {
+            return allFans([](const FanStatus& f) {
+                return f.isManaged && f.targetRPM <= f.minRPM + 0.25 * (f.maxRPM - f.minRPM);
+            });
+        },
+        20000))
+        << "fans did not settle low";
+    EXPECT_LT(engine.controlTemperature().value(), 60.0);
+
+    engine.selectProfile(FanProfile::appleAuto());
+    EXPECT_TRUE(pumpUntil([&] { return allFans([](const FanStatus& f) { return !f.isManaged; }); }, 10000))
+        << "fans were not handed back";
+    EXPECT_FALSE(engine.isControlling());
+
+    engine.selectPreset(FanPreset::max);
+    ASSERT_TRUE(pumpUntil([&] { return allFans([](const FanStatus& f) { return f.isManaged; }); }, 10000));
+    const qint64 first = system.services().processId();
+    ASSERT_GT(first, 0);
+    ::kill(static_cast<pid_t>(first), SIGKILL);
+
+    // The engine sees the link drop, the service starts a new helper, and control resumes.
+    EXPECT_TRUE(pumpUntil(
+        [&] {
+            return connected() && system.services().processId() != first &&
+                   allFans([](const FanStatus& f) { return f.isManaged && f.targetRPM == f.maxRPM; });
+        },
+        30000))
+        << "control did not resume: " << engine.helperState()->description();
+    engine.stop();
+}
+
+} // namespace
+} // namespace halvoren

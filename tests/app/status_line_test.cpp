@@ -1,0 +1,37 @@
+#include "app/status_line.h"
+#include "engine/engine_fixture.h"
+
+namespace halvoren {
+namespace {
+
+class StatusLineTest : public EngineTest {};
+
+TEST_F(StatusLineTest, CarriesThePolicyTheTemperaturesAndEveryFan) {
+    makeEngine();
+    const auto idle = statusLine(*engine, clock.wallNow());
+    EXPECT_EQ(idle["time"], "2027-01-15T08:00:00.000Z");
+    EXPECT_EQ(idle["helperState"], "notRegistered");
+    EXPECT_EQ(idle["activeProfile"], FanProfile::appleAuto().name);
+    EXPECT_TRUE(idle["activePreset"].is_null());
+    EXPECT_TRUE(idle["lastError"].is_null());
+    EXPECT_TRUE(idle["fans"].empty());
+
+    connect();
+    engine->apply(sweep({temperatureSensor("Tp01", 61.5)}, {fan(1, 2500.0), fan(0, 2400.0)}));
+    engine->selectPreset(FanPreset::auto_);
+    const auto line = statusLine(*engine, clock.wallNow());
+    EXPECT_EQ(line["helperState"], "connected");
+    EXPECT_EQ(line["activePreset"], "auto");
+    EXPECT_EQ(line["drivingStatus"], "Balanced curve");
+    EXPECT_EQ(line["controlTemperature"], 61.5);
+    ASSERT_EQ(line["fans"].size(), 2u);
+    EXPECT_EQ(line["fans"][0]["id"], 0); // by fan id, whatever the controller's order
+    EXPECT_EQ(line["fans"][0]["current"], 2400.0);
+    EXPECT_EQ(line["fans"][1]["max"], 6000.0);
+    EXPECT_EQ(line["fans"][1]["managed"], false);
+    // One line: nothing in it may break the line.
+    EXPECT_EQ(line.dump().find('\n'), std::string::npos);
+}
+
+} // namespace
+} // namespace halvoren
