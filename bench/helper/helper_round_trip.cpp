@@ -8,6 +8,7 @@
 
 #include "core/frame_codec.h"
 #include "fakes/forcing_client.h"
+#include "fakes/helper_process.h"
 #include "smc/smc_error.h"
 #include "smc/smc_kernel_bridge.h"
 #include "smc/socket_smc_transport.h"
@@ -31,21 +32,12 @@
 namespace {
 
 using namespace halvoren;
+using halvoren::testing::connectTo;
 using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void fail(const std::string& message) {
     std::fprintf(stderr, "halvoren-bench-helper: %s\n", message.c_str());
     std::exit(1);
-}
-
-UnixSocket::FileDescriptor connectTo(const std::string& path) {
-    sockaddr_un address{};
-    UnixSocket::makeAddress(path, address);
-    auto fd = UnixSocket::streamSocket();
-    if (::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-        fd.reset();
-    }
-    return fd;
 }
 
 std::string setTarget(std::uint64_t id, int fan, double rpm) {
