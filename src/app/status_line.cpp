@@ -13,7 +13,7 @@ namespace {
 // UTC, to the millisecond: 2027-01-15T08:00:00.000Z.
 std::string isoTime(Clock::WallTime now) {
     const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
-    const std::time_t seconds = static_cast<std::time_t>(millis / 1000);
+    const auto seconds = static_cast<std::time_t>(millis / 1000);
     std::tm utc{};
     gmtime_r(&seconds, &utc);
     std::ostringstream text;

@@ -5,15 +5,11 @@
 #include <optional>
 #include <span>
 
-namespace halvoren {
-
 // The texts and choices behind the menu-bar item.
-namespace MenuBarItemRenderer {
+namespace halvoren::MenuBarItemRenderer {
 
 // The hottest of the named sensors (a name that differs from the key), or of all sensors
 // when none is named; the first of equal ones; none for an empty list.
 std::optional<SMCSensor> hottestSensor(std::span<const SMCSensor> among);
 
-} // namespace MenuBarItemRenderer
-
-} // namespace halvoren
+} // namespace halvoren::MenuBarItemRenderer

@@ -178,12 +178,9 @@ void HalvorenEngine::refreshDeviceSensorsDisplay() {
     for (std::size_t i = 0; !differs && i < now.size(); ++i) {
         const DeviceSensorReading& a = now[i];
         const DeviceSensorReading& b = shown[i];
-        if (a.id != b.id || a.value.has_value() != b.value.has_value()) {
-            differs = true;
-        } else if (a.value && shownTemperature(*a.value, fahrenheit, precise) !=
-                                  shownTemperature(*b.value, fahrenheit, precise)) {
-            differs = true;
-        }
+        differs = a.id != b.id || a.value.has_value() != b.value.has_value() ||
+                  (a.value && shownTemperature(*a.value, fahrenheit, precise) !=
+                                  shownTemperature(*b.value, fahrenheit, precise));
     }
     // Rows redraw only for changes the user can see.
     if (differs) {
