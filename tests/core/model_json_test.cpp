@@ -218,8 +218,6 @@ TEST(ModelJson, IntegersAtTheEdgesOfTheirRange) {
 
 TEST(ModelJson, FanStatusLeavesOutWhetherTheReadingWasValid) {
     const FanStatus stale{0, 1800, 1200, 5000, 1900, false, false};
-    const Json encoded = stale;
-    EXPECT_FALSE(encoded.contains("currentRPMValid"));
     EXPECT_EQ(encodedKeys(stale),
               (std::set<std::string>{"id", "currentRPM", "minRPM", "maxRPM", "targetRPM", "isManaged"}));
 
@@ -254,17 +252,6 @@ TEST(ModelJson, EncodesTheListedKeysAndRawValues) {
     EXPECT_EQ(Json(ControlMode::appleAuto), 0);
     EXPECT_EQ(Json(ControlMode::adaptiveCurve), 2);
     EXPECT_EQ(Json(FanPreset::auto_), "auto");
-    EXPECT_EQ(Json(SensorCategory::neuralEngine), "neuralEngine");
-    EXPECT_EQ(Json(SensorClass::other), "other");
-    EXPECT_EQ(Json(PowerSource::unknown), "unknown");
-    EXPECT_EQ(Json(ControlSource::cpuEfficiency), "cpuEfficiency");
-
-    EXPECT_EQ(encodedKeys(CurvePoint{}), (std::set<std::string>{"id", "temperature", "rpmPercentage"}));
-    EXPECT_EQ(encodedKeys(SMCSensor{}),
-              (std::set<std::string>{"id", "key", "name", "category", "currentTemp", "sensorClass", "unit"}));
-    EXPECT_EQ(encodedKeys(AlertRule{}), (std::set<std::string>{"enabled", "thresholdCelsius", "autoBoost"}));
-    EXPECT_EQ(encodedKeys(PowerTelemetry{}), (std::set<std::string>{"source", "systemWatts", "isCharging",
-                                                                    "isClamshell", "batteryWattHours"}));
 }
 
 TEST(ModelJson, RoundTripsGiveEqualValues) {
@@ -317,18 +304,6 @@ TEST(ModelJson, RoundTripsGiveEqualValues) {
     for (const auto mode : {ControlMode::appleAuto, ControlMode::constantRPM, ControlMode::adaptiveCurve}) {
         EXPECT_EQ(roundTrip(mode), mode);
     }
-}
-
-TEST(ModelJson, UnknownRawValuesFail) {
-    EXPECT_THROW((void)Json(3).get<ControlMode>(), DecodeError);
-    EXPECT_THROW((void)Json("1").get<ControlMode>(), DecodeError);
-    EXPECT_THROW((void)Json("balanced").get<FanPreset>(), DecodeError);
-    EXPECT_THROW((void)Json("Quiet").get<FanPreset>(), DecodeError);
-    EXPECT_THROW((void)Json(0).get<FanPreset>(), DecodeError);
-    EXPECT_THROW((void)Json("heat").get<SensorClass>(), DecodeError);
-    EXPECT_THROW((void)Json("battery ").get<SensorCategory>(), DecodeError);
-    EXPECT_THROW((void)Json("fanSpeed").get<ControlSource>(), DecodeError);
-    EXPECT_THROW((void)Json(nullptr).get<PowerSource>(), DecodeError);
 }
 
 TEST(ModelJson, NonFiniteNumbersRefuseToEncode) {
