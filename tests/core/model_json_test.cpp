@@ -306,6 +306,13 @@ TEST(ModelJson, RoundTripsGiveEqualValues) {
     }
 }
 
+// The other enums are refused inside the values that hold them, above.
+TEST(ModelJson, UnknownPresetsAndSourcesFail) {
+    EXPECT_THROW((void)Json("balanced").get<FanPreset>(), DecodeError);
+    EXPECT_THROW((void)Json(0).get<FanPreset>(), DecodeError);
+    EXPECT_THROW((void)Json("fanSpeed").get<ControlSource>(), DecodeError);
+}
+
 TEST(ModelJson, NonFiniteNumbersRefuseToEncode) {
     expectNonFiniteRefused(CurvePoint{}, {&CurvePoint::temperature, &CurvePoint::rpmPercentage});
     expectNonFiniteRefused(
