@@ -137,10 +137,8 @@ TEST(ModelJson, EveryListedKeyIsRequiredAndTyped) {
 }
 
 TEST(ModelJson, DecodesTheStoredForm) {
-    const auto point = pointJson.get<CurvePoint>();
-    EXPECT_EQ(point.id, Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8"));
-    EXPECT_EQ(point.temperature, 55.5);
-    EXPECT_EQ(point.rpmPercentage, 0.35);
+    EXPECT_EQ(pointJson.get<CurvePoint>(),
+              (CurvePoint{Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8"), 55.5, 0.35}));
 
     const auto profile = profileJson().get<FanProfile>();
     EXPECT_EQ(profile.name, "Desk");
