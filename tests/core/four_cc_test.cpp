@@ -68,8 +68,6 @@ TEST(FanKey, SpellsKeysForFansZeroToNine) {
     EXPECT_EQ(FanKey::mode(0), "F0Md");
     EXPECT_EQ(FanKey::current(9), "F9Ac");
     EXPECT_EQ(FanKey::target(3), "F3Tg");
-    EXPECT_EQ(FanKey::fanCount, "FNum");
-    EXPECT_EQ(FanKey::forceTest, "Ftst");
 
     EXPECT_DEATH(FanKey::current(10), "fan index 10");
     EXPECT_DEATH(FanKey::current(-1), "fan index -1");

@@ -137,10 +137,8 @@ TEST(ModelJson, EveryListedKeyIsRequiredAndTyped) {
 }
 
 TEST(ModelJson, DecodesTheStoredForm) {
-    const auto point = pointJson.get<CurvePoint>();
-    EXPECT_EQ(point.id, Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8"));
-    EXPECT_EQ(point.temperature, 55.5);
-    EXPECT_EQ(point.rpmPercentage, 0.35);
+    EXPECT_EQ(pointJson.get<CurvePoint>(),
+              (CurvePoint{Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8"), 55.5, 0.35}));
 
     const auto profile = profileJson().get<FanProfile>();
     EXPECT_EQ(profile.name, "Desk");
@@ -218,8 +216,6 @@ TEST(ModelJson, IntegersAtTheEdgesOfTheirRange) {
 
 TEST(ModelJson, FanStatusLeavesOutWhetherTheReadingWasValid) {
     const FanStatus stale{0, 1800, 1200, 5000, 1900, false, false};
-    const Json encoded = stale;
-    EXPECT_FALSE(encoded.contains("currentRPMValid"));
     EXPECT_EQ(encodedKeys(stale),
               (std::set<std::string>{"id", "currentRPM", "minRPM", "maxRPM", "targetRPM", "isManaged"}));
 
@@ -254,17 +250,6 @@ TEST(ModelJson, EncodesTheListedKeysAndRawValues) {
     EXPECT_EQ(Json(ControlMode::appleAuto), 0);
     EXPECT_EQ(Json(ControlMode::adaptiveCurve), 2);
     EXPECT_EQ(Json(FanPreset::auto_), "auto");
-    EXPECT_EQ(Json(SensorCategory::neuralEngine), "neuralEngine");
-    EXPECT_EQ(Json(SensorClass::other), "other");
-    EXPECT_EQ(Json(PowerSource::unknown), "unknown");
-    EXPECT_EQ(Json(ControlSource::cpuEfficiency), "cpuEfficiency");
-
-    EXPECT_EQ(encodedKeys(CurvePoint{}), (std::set<std::string>{"id", "temperature", "rpmPercentage"}));
-    EXPECT_EQ(encodedKeys(SMCSensor{}),
-              (std::set<std::string>{"id", "key", "name", "category", "currentTemp", "sensorClass", "unit"}));
-    EXPECT_EQ(encodedKeys(AlertRule{}), (std::set<std::string>{"enabled", "thresholdCelsius", "autoBoost"}));
-    EXPECT_EQ(encodedKeys(PowerTelemetry{}), (std::set<std::string>{"source", "systemWatts", "isCharging",
-                                                                    "isClamshell", "batteryWattHours"}));
 }
 
 TEST(ModelJson, RoundTripsGiveEqualValues) {
@@ -319,16 +304,11 @@ TEST(ModelJson, RoundTripsGiveEqualValues) {
     }
 }
 
-TEST(ModelJson, UnknownRawValuesFail) {
-    EXPECT_THROW((void)Json(3).get<ControlMode>(), DecodeError);
-    EXPECT_THROW((void)Json("1").get<ControlMode>(), DecodeError);
+// The other enums are refused inside the values that hold them, above.
+TEST(ModelJson, UnknownPresetsAndSourcesFail) {
     EXPECT_THROW((void)Json("balanced").get<FanPreset>(), DecodeError);
-    EXPECT_THROW((void)Json("Quiet").get<FanPreset>(), DecodeError);
     EXPECT_THROW((void)Json(0).get<FanPreset>(), DecodeError);
-    EXPECT_THROW((void)Json("heat").get<SensorClass>(), DecodeError);
-    EXPECT_THROW((void)Json("battery ").get<SensorCategory>(), DecodeError);
     EXPECT_THROW((void)Json("fanSpeed").get<ControlSource>(), DecodeError);
-    EXPECT_THROW((void)Json(nullptr).get<PowerSource>(), DecodeError);
 }
 
 TEST(ModelJson, NonFiniteNumbersRefuseToEncode) {

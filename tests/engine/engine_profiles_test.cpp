@@ -116,11 +116,7 @@ TEST_F(EngineProfilesTest, AConstantSpeedNeedsAKnownFanAndIsAFreshManualLock) {
     engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, fans()));
     engine->setConstantRPM(3000);
     const FanProfile first = *engine->activeProfile().value();
-    EXPECT_EQ(first.name, "Manual Lock");
-    EXPECT_EQ(first.mode, ControlMode::constantRPM);
-    EXPECT_EQ(first.constantTargetRPM, 3000);
-    EXPECT_EQ(first.targetSensorGroupID, "max");
-    EXPECT_TRUE(first.curvePoints.empty());
+    EXPECT_EQ(first, (FanProfile{first.id, "Manual Lock", ControlMode::constantRPM, 3000, "max", {}}));
     EXPECT_FALSE(engine->activePreset().value().has_value());
     EXPECT_EQ(engine->drivingStatusSubtitle(), "Speed locked");
 

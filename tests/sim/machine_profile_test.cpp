@@ -134,14 +134,19 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
     EXPECT_EQ(typeOf(intel, "PSTR"), "flt ");
 }
 
-// The error that parsing `text` gives, or "none".
-std::string parseError(const std::string& text) {
+// The ProfileError that `load` raises, as its message, or "none".
+template <class F>
+std::string errorOf(F&& load) {
     try {
-        MachineProfile::parse(text);
+        load();
     } catch (const ProfileError& error) {
         return error.what();
     }
     return "none";
+}
+
+std::string parseError(const std::string& text) {
+    return errorOf([&] { MachineProfile::parse(text); });
 }
 
 // A small valid profile with `keys` spliced in, and `extra` top-level members.
@@ -220,12 +225,7 @@ TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
     const std::string builtInText = profileWith("");
     const auto cut = write("cut.json", builtInText.substr(0, builtInText.size() / 2));
     const auto message = [](const std::filesystem::path& path) {
-        try {
-            MachineProfile::load(path);
-        } catch (const ProfileError& error) {
-            return std::string(error.what());
-        }
-        return std::string("none");
+        return errorOf([&] { MachineProfile::load(path); });
     };
     EXPECT_TRUE(message(cut).starts_with(cut.string() + ": not valid JSON: parse error")) << message(cut);
     EXPECT_EQ(message(dir / "absent.json"), (dir / "absent.json").string() + ": cannot be read");
@@ -235,12 +235,7 @@ TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
     EXPECT_EQ(MachineProfile::named("intel-laptop").name, "intel-laptop");
     EXPECT_EQ(MachineProfile::named(good.string()).keys.size(), 1u);
     const auto named = [](const std::string& nameOrPath) {
-        try {
-            MachineProfile::named(nameOrPath);
-        } catch (const ProfileError& error) {
-            return std::string(error.what());
-        }
-        return std::string("none");
+        return errorOf([&] { MachineProfile::named(nameOrPath); });
     };
     EXPECT_TRUE(named(cut.string()).starts_with(cut.string() + ": not valid JSON")) << named(cut.string());
     const std::string unknown = named((dir / "absent.json").string());

@@ -16,7 +16,6 @@ TEST(FriendlyHIDName, DieSensorsTakeAWholeSignedInteger) {
     EXPECT_EQ(friendlyHIDName("PMU tdie+7"), "Die Sensor 7");
     EXPECT_EQ(friendlyHIDName("PMU tdie-2"), "Die Sensor -2");
     EXPECT_EQ(friendlyHIDName("PMU tdie-0"), "Die Sensor 0");
-    EXPECT_EQ(friendlyHIDName("PMU tdie12"), "Die Sensor 12");
     // Nothing, a bare sign, other characters, or more than 64 bits is no integer.
     for (const char* raw : {"PMU tdie", "PMU tdieX", "PMU tdie+", "PMU tdie-", "PMU tdie 3", "PMU tdie3a",
                             "PMU tdie+-3", "PMU tdie99999999999999999999", "pmu tdie3"}) {
@@ -64,14 +63,9 @@ TEST(AggregateHID, DropsNamelessAndImplausibleReadings) {
 }
 
 TEST(HIDSensor, MapsToAnEnclosureTemperatureUnderItsRawName) {
-    const SMCSensor sensor = sensorFromHID({"PMU tdie03", 47.5});
-    EXPECT_EQ(sensor.id, "hid:PMU tdie03");
-    EXPECT_EQ(sensor.key, "hid:PMU tdie03");
-    EXPECT_EQ(sensor.name, "Die Sensor 3");
-    EXPECT_EQ(sensor.category, SensorCategory::enclosure);
-    EXPECT_EQ(sensor.sensorClass, SensorClass::temperature);
-    EXPECT_EQ(sensor.currentTemp, 47.5);
-    EXPECT_EQ(sensor.unit, "°C");
+    EXPECT_EQ(sensorFromHID({"PMU tdie03", 47.5}),
+              (SMCSensor{"hid:PMU tdie03", "hid:PMU tdie03", "Die Sensor 3", SensorCategory::enclosure, 47.5,
+                         SensorClass::temperature, "°C"}));
 }
 
 TEST(HIDSensorSource, AggregatesWhatItsBackendLists) {
