@@ -1,6 +1,7 @@
 #include "core/control_source.h"
 #include "core/fan_profile.h"
 #include "core/sensor.h"
+#include "curve_numbers.h"
 
 #include <array>
 #include <gtest/gtest.h>
@@ -13,16 +14,6 @@
 
 namespace halvoren {
 namespace {
-
-using Curve = std::vector<std::pair<double, double>>;
-
-Curve numbers(const FanProfile& profile) {
-    Curve curve;
-    for (const auto& point : profile.curvePoints) {
-        curve.emplace_back(point.temperature, point.rpmPercentage);
-    }
-    return curve;
-}
 
 void expectBuiltin(const FanProfile& profile, std::string_view id, std::string_view name, ControlMode mode,
                    std::int64_t constantTargetRPM, const Curve& curve) {

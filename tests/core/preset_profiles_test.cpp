@@ -1,5 +1,6 @@
 #include "core/fan_driving_status.h"
 #include "core/preset_profiles.h"
+#include "curve_numbers.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -8,16 +9,6 @@
 
 namespace halvoren {
 namespace {
-
-using Curve = std::vector<std::pair<double, double>>;
-
-Curve numbers(const FanProfile& profile) {
-    Curve curve;
-    for (const CurvePoint& point : profile.curvePoints) {
-        curve.emplace_back(point.temperature, point.rpmPercentage);
-    }
-    return curve;
-}
 
 PresetPowerCapsMap capsOf(FanPreset preset, double ac, double battery) {
     PresetPowerCapsMap caps = defaultPresetPowerCaps();
