@@ -3,6 +3,7 @@
 #include "core/menu_bar_item_renderer.h"
 #include "core/sensor_selection.h"
 #include "core/slew_limiter.h"
+#include "core/temperature_format.h"
 #include "engine/fan_driver.h"
 #include "engine/halvoren_engine.h"
 #include "platform/timer_source.h"
@@ -16,13 +17,6 @@ namespace {
 // The curve for a profile with fewer than two points.
 FanCurve lastResortCurve() {
     return FanCurve({CurvePoint::make(40.0, 0.2), CurvePoint::make(90.0, 1.0)});
-}
-
-// A temperature as the main readout shows it: in the user's unit, to a tenth or a whole
-// degree, halves away from zero.
-double shownTemperature(double celsius, bool fahrenheit, bool precise) {
-    double t = fahrenheit ? celsius * 9.0 / 5.0 + 32.0 : celsius;
-    return precise ? std::round(t * 10.0) / 10.0 : std::round(t);
 }
 
 std::optional<ControlSource> controlSourceFor(MenuBarTempSource source) {
@@ -145,8 +139,8 @@ void HalvorenEngine::refreshDerivedSensorState(bool recordHistory) {
 }
 
 void HalvorenEngine::refreshHeroDisplayTemperature() {
-    heroDisplayTemperature_.set(shownTemperature(displayedTemperature_.value(), useFahrenheit_.value(),
-                                                 preciseTemperatures_.value()));
+    heroDisplayTemperature_.set(TemperatureFormat::rounded(
+        displayedTemperature_.value(), useFahrenheit_.value(), preciseTemperatures_.value()));
 }
 
 void HalvorenEngine::appendSensorHistory(const std::vector<DeviceSensorReading>& readings) {
@@ -179,8 +173,8 @@ void HalvorenEngine::refreshDeviceSensorsDisplay() {
         const DeviceSensorReading& a = now[i];
         const DeviceSensorReading& b = shown[i];
         differs = a.id != b.id || a.value.has_value() != b.value.has_value() ||
-                  (a.value && shownTemperature(*a.value, fahrenheit, precise) !=
-                                  shownTemperature(*b.value, fahrenheit, precise));
+                  (a.value && TemperatureFormat::rounded(*a.value, fahrenheit, precise) !=
+                                  TemperatureFormat::rounded(*b.value, fahrenheit, precise));
     }
     // Rows redraw only for changes the user can see.
     if (differs) {

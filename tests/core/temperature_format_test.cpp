@@ -49,6 +49,15 @@ TEST(TemperatureFormat, ConvertsInTheStatedOrder) {
     EXPECT_EQ(value(-49.25, true, true), "-56.7");
 }
 
+TEST(TemperatureFormat, TheReadoutsNumberRoundsHalvesAwayFromZero) {
+    // Unlike the text form above, whose exact halves go to the even neighbour.
+    EXPECT_EQ(TemperatureFormat::rounded(22.5, false, false), 23.0);
+    EXPECT_EQ(TemperatureFormat::rounded(-22.5, false, false), -23.0);
+    EXPECT_EQ(TemperatureFormat::rounded(0.25, false, true), 0.3);
+    EXPECT_EQ(TemperatureFormat::rounded(37.0, true, true), 98.6);
+    EXPECT_EQ(TemperatureFormat::rounded(71.4, true, false), 161.0);
+}
+
 TEST(TemperatureFormat, ExtremeValuesAreFormattedWhole) {
     const std::string huge = value(1e300, false, false);
     EXPECT_EQ(huge.size(), 301U);
