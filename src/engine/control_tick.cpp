@@ -107,24 +107,26 @@ std::optional<double> HalvorenEngine::temperature(const ModeSensor& sensor) cons
 void HalvorenEngine::refreshDerivedSensorState(bool recordHistory) {
     const std::vector<SMCSensor>& sensors = availableSensors_.value();
     const CoreCounts counts = coreCounts();
-    std::vector<DeviceSensorReading> readings = DeviceSensorMap::fixedList(sensors, counts);
-    if (recordHistory) {
-        appendSensorHistory(readings);
+    {
+        std::vector<DeviceSensorReading> fresh = DeviceSensorMap::fixedList(sensors, counts);
+        if (recordHistory) {
+            appendSensorHistory(fresh);
+        }
+        deviceSensors_.set(std::move(fresh));
     }
-    deviceSensors_.set(readings);
+    const std::vector<DeviceSensorReading>& readings = deviceSensors_.value();
     refreshDeviceSensorsDisplay();
 
     const std::optional<CustomMode> mode = activeCustomMode();
-    const std::optional<double> control =
-        mode ? readingValue(mode->controlSensor, readings)
-             : DeviceSensorMap::aggregate(controlSource_.value(), sensors, counts);
+    // The user's control source, whatever a custom mode follows.
+    const std::optional<double> sourceReading =
+        DeviceSensorMap::aggregate(controlSource_.value(), sensors, counts);
+    const std::optional<double> control = mode ? readingValue(mode->controlSensor, readings) : sourceReading;
     const std::optional<double> trustedMax = SensorSelection::trustedMaxTemperature(sensors);
     controlSourceUnavailable_.set(!control.has_value());
     controlTemperature_.set(control.value_or(trustedMax.value_or(0.0)));
 
-    // The user's control source, whatever the custom mode follows.
-    const double sourceTemperature = DeviceSensorMap::aggregate(controlSource_.value(), sensors, counts)
-                                         .value_or(trustedMax.value_or(0.0));
+    const double sourceTemperature = sourceReading.value_or(trustedMax.value_or(0.0));
     double displayed = 0.0;
     if (mode && mode->drivesMainReadout) {
         displayed = readingValue(mode->displaySensor.value_or(mode->controlSensor), readings)
@@ -145,16 +147,19 @@ void HalvorenEngine::refreshHeroDisplayTemperature() {
 
 void HalvorenEngine::appendSensorHistory(const std::vector<DeviceSensorReading>& readings) {
     sensorHistory_.modify([&](std::map<std::string, std::vector<double>>& history) {
+        bool appended = false;
         for (const DeviceSensorReading& reading : readings) {
             if (!reading.value) {
                 continue;
             }
+            appended = true;
             std::vector<double>& values = history[reading.id];
             values.push_back(*reading.value);
             if (values.size() > sensorHistoryLength) {
                 values.erase(values.begin(), values.end() - static_cast<std::ptrdiff_t>(sensorHistoryLength));
             }
         }
+        return appended;
     });
 }
 

@@ -3,7 +3,10 @@
 namespace halvoren {
 
 void HalvorenEngine::addCustomMode(const CustomMode& mode) {
-    customModes_.modify([&](std::vector<CustomMode>& modes) { modes.push_back(mode); });
+    customModes_.modify([&](std::vector<CustomMode>& modes) {
+        modes.push_back(mode);
+        return true;
+    });
     persistCustomModes();
 }
 
@@ -15,13 +18,20 @@ void HalvorenEngine::updateCustomMode(const CustomMode& mode) {
     }
     const auto index = it - modes.begin();
     // An active mode's new values reach the control path at the next tick.
-    customModes_.modify([&](std::vector<CustomMode>& list) { list[static_cast<std::size_t>(index)] = mode; });
+    customModes_.modify([&](std::vector<CustomMode>& list) {
+        CustomMode& stored = list[static_cast<std::size_t>(index)];
+        if (stored == mode) {
+            return false;
+        }
+        stored = mode;
+        return true;
+    });
     persistCustomModes();
 }
 
 void HalvorenEngine::deleteCustomMode(const Uuid& id) {
     customModes_.modify([&](std::vector<CustomMode>& modes) {
-        std::erase_if(modes, [&](const CustomMode& mode) { return mode.id == id; });
+        return std::erase_if(modes, [&](const CustomMode& mode) { return mode.id == id; }) > 0;
     });
     persistCustomModes();
     // The fans go to Balanced, not back to the firmware.

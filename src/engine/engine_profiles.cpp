@@ -58,7 +58,13 @@ void HalvorenEngine::setPresetCap(FanPreset preset, std::optional<double> ac, st
     const PresetPowerCaps current = capsFor(preset, presetPowerCaps_.value());
     const PresetPowerCaps next{ac ? clampUnit(*ac) : current.ac,
                                battery ? clampUnit(*battery) : current.battery};
-    presetPowerCaps_.modify([&](PresetPowerCapsMap& caps) { setEntry(caps, preset, next); });
+    presetPowerCaps_.modify([&](PresetPowerCapsMap& caps) {
+        if (const PresetPowerCaps* stored = findEntry(caps, preset); stored && *stored == next) {
+            return false;
+        }
+        setEntry(caps, preset, next);
+        return true;
+    });
     presetPowerCapsChanged();
 }
 

@@ -33,12 +33,15 @@ public:
         return true;
     }
 
-    // Changes the value in place through `edit`, then tells observers if it differs.
+    // Changes the value in place, with no copy: `edit` returns whether it changed anything,
+    // and observers are told if it did.
     template <class Edit>
     bool modify(Edit&& edit) {
-        T copy = value_;
-        std::forward<Edit>(edit)(copy);
-        return set(std::move(copy));
+        if (!std::forward<Edit>(edit)(value_)) {
+            return false;
+        }
+        notify();
+        return true;
     }
 
     // Returns a token for `unobserve`. Const, since views watch the engine's fields through
