@@ -131,7 +131,12 @@ std::string encodeRequest(const HelperRequest& request) {
     return dumpText(object);
 }
 
-DecodedRequest decodeRequest(std::string_view json) {
+namespace {
+
+// Opens the envelope, then reads the rest with `read`. An error found after the id was read
+// carries that id, so that the answer can name the request.
+template <class Decoded, class Read>
+Decoded decodeMessage(std::string_view json, Read read) {
     Envelope envelope;
     try {
         envelope = openEnvelope(json);
@@ -139,10 +144,17 @@ DecodedRequest decodeRequest(std::string_view json) {
         return HelperMessageError{error.what(), std::nullopt};
     }
     try {
-        return readRequest(envelope);
+        return read(envelope);
     } catch (const DecodeError& error) {
         return HelperMessageError{error.what(), envelope.id};
     }
+}
+
+} // namespace
+
+DecodedRequest decodeRequest(std::string_view json) {
+    return decodeMessage<DecodedRequest>(json,
+                                         [](const Envelope& envelope) { return readRequest(envelope); });
 }
 
 std::string encodeReply(const HelperReply& reply) {
@@ -161,17 +173,9 @@ std::string encodeReply(const HelperReply& reply) {
 }
 
 DecodedReply decodeReply(std::string_view json, HelperMethod expected) {
-    Envelope envelope;
-    try {
-        envelope = openEnvelope(json);
-    } catch (const DecodeError& error) {
-        return HelperMessageError{error.what(), std::nullopt};
-    }
-    try {
+    return decodeMessage<DecodedReply>(json, [expected](const Envelope& envelope) {
         return HelperReply{envelope.id, readOutcome(envelope.object, expected)};
-    } catch (const DecodeError& error) {
-        return HelperMessageError{error.what(), envelope.id};
-    }
+    });
 }
 
 std::optional<std::uint64_t> messageId(std::string_view json) {
