@@ -3,6 +3,7 @@
 #include "app/simulated_system.h"
 #include "app/status_line.h"
 #include "core/competing_fan_controllers.h"
+#include "core/helper_constants.h"
 #include "engine/halvoren_engine.h"
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
@@ -24,8 +25,6 @@
 namespace halvoren {
 namespace {
 
-// Where the system's helper listens; the service unit starts it with this path.
-constexpr const char* systemHelperSocket = "/run/halvoren/helper.sock";
 // How long a shutdown waits for the fans to be handed back; the driver's own timeout is shorter.
 constexpr int shutdownLimitMs = 6000;
 
@@ -99,8 +98,11 @@ int HeadlessRun::exec() {
     } else {
 #if defined(__linux__)
         parts.services = std::make_unique<SystemdHelperServiceManager>(*timers_);
-        parts.driver = std::make_unique<SMCDriverActor>(*timers_, QString::fromLatin1(systemHelperSocket),
-                                                        *parts.services);
+        parts.driver = std::make_unique<SMCDriverActor>(
+            *timers_,
+            QString::fromUtf8(HelperConstants::systemSocketPath.data(),
+                              static_cast<qsizetype>(HelperConstants::systemSocketPath.size())),
+            *parts.services);
         driver = parts.driver.get();
 #else
         std::cerr << "halvoren: headless mode on this system needs --simulate for now" << std::endl;

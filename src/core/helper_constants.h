@@ -19,6 +19,8 @@ inline constexpr std::string_view appBundleID = "com.halvoren.app";
 // The developer team that signs both sides.
 inline constexpr std::string_view teamID = "ZK7R2MQ5TB";
 
+// Where the system's helper listens off Apple platforms; its service unit passes this path.
+inline constexpr std::string_view systemSocketPath = "/run/halvoren/helper.sock";
 inline constexpr double heartbeatInterval = 2.5; // seconds between heartbeats
 inline constexpr double heartbeatTimeout =
     5.0; // seconds; the daemon's to act on, the application never reads it

@@ -1,5 +1,7 @@
 #include "helper/helper_options.h"
 
+#include "core/helper_constants.h"
+
 #include <QCommandLineParser>
 #include <QStandardPaths>
 #include <filesystem>
@@ -11,7 +13,7 @@ namespace {
 
 std::string defaultSocketPath() {
     if (::geteuid() == 0) {
-        return "/run/halvoren/helper.sock";
+        return std::string(HelperConstants::systemSocketPath);
     }
     // $XDG_RUNTIME_DIR, or a private directory Qt makes when it is not set.
     const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
