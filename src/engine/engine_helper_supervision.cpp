@@ -52,9 +52,7 @@ QCoro::Task<void> HalvorenEngine::reopenSMCBridgeIfPossible() {
     }
     // The next pass reads from the new poller; its discovery runs on the poller's worker.
     poller_ = makePoller(std::move(bridge));
-    [[maybe_unused]] auto warm = [](std::shared_ptr<SensorPoller> poller) -> QCoro::Task<void> {
-        co_await poller->warmUp();
-    }(poller_);
+    warmUpInBackground(poller_);
 }
 
 } // namespace halvoren

@@ -106,6 +106,13 @@ std::shared_ptr<SensorPoller> HalvorenEngine::makePoller(std::shared_ptr<SMCKern
     return std::make_shared<SensorPoller>(std::move(bridge), timers_.clock(), hidFactory_);
 }
 
+void HalvorenEngine::warmUpInBackground(std::shared_ptr<SensorPoller> poller) {
+    // The task holds the poller, which may be replaced before the discovery ends.
+    [[maybe_unused]] auto task = [](std::shared_ptr<SensorPoller> held) -> QCoro::Task<void> {
+        co_await held->warmUp();
+    }(std::move(poller));
+}
+
 HalvorenEngine::CoreCounts HalvorenEngine::coreCounts() const {
     if (!coreCounts_) {
         coreCounts_ = coreCountsSource_ ? coreCountsSource_() : CoreCounts{};
@@ -118,9 +125,7 @@ void HalvorenEngine::start() {
         return;
     }
     // The long key walk runs on the poller's worker ahead of the first poll.
-    [[maybe_unused]] auto warm = [](std::shared_ptr<SensorPoller> poller) -> QCoro::Task<void> {
-        co_await poller->warmUp();
-    }(poller_);
+    warmUpInBackground(poller_);
     supervisor_.refreshHelperState();
     loop_ = std::make_shared<LoopControl>();
     [[maybe_unused]] auto task = runLoop(loop_);

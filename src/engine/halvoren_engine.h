@@ -246,6 +246,8 @@ private:
     void attemptSMCReopenFromTick();
     QCoro::Task<void> reopenSMCBridgeIfPossible();
     std::shared_ptr<SensorPoller> makePoller(std::shared_ptr<SMCKernelBridge> bridge) const;
+    // Runs the discovery on the poller's worker, ahead of its first poll.
+    static void warmUpInBackground(std::shared_ptr<SensorPoller> poller);
 
     void persistCustomModes();
     void setActiveCustomModeID(std::optional<Uuid> id);
