@@ -1,28 +1,13 @@
 #include "engine/helper_supervisor.h"
-#include "engine/smc_driver_actor.h"
-#include "engine_test_support.h"
-#include "fake_helper_daemon.h"
-#include "fake_helper_service_manager.h"
-#include "fakes/counting_transport.h"
-
-#include <QCoreApplication>
-#include <gtest/gtest.h>
+#include "helper_link_fixture.h"
 
 namespace halvoren {
 namespace {
 
 using Behaviour = FakeHelperDaemon::Behaviour;
 
-class SupervisorTest : public ::testing::Test {
+class SupervisorTest : public HelperLinkTest {
 protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-    LogCapture logs;
-    ManualClock clock;
-    ManualTimerSource timers{clock};
-    FakeHelperDaemon daemon{timers};
-    FakeHelperServiceManager services;
-    FakeBridge fake = makeFakeBridge();
     std::unique_ptr<SMCDriverActor> driver;
     std::unique_ptr<HelperSupervisor> supervisor;
 

@@ -1,12 +1,5 @@
 #include "engine/helper_exit_safety.h"
-#include "engine/smc_driver_actor.h"
-#include "engine_test_support.h"
-#include "fake_helper_daemon.h"
-#include "fake_helper_service_manager.h"
-#include "fakes/counting_transport.h"
-
-#include <QCoreApplication>
-#include <gtest/gtest.h>
+#include "helper_link_fixture.h"
 
 namespace halvoren {
 namespace {
@@ -16,16 +9,8 @@ using Behaviour = FakeHelperDaemon::Behaviour;
 
 const std::string restartedLine = "helper daemon restarted (uptime reset) — manual state must be re-engaged";
 
-class DriverTest : public ::testing::Test {
+class DriverTest : public HelperLinkTest {
 protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-    LogCapture logs;
-    ManualClock clock;
-    ManualTimerSource timers{clock};
-    FakeHelperDaemon daemon{timers};
-    FakeHelperServiceManager services;
-    FakeBridge fake = makeFakeBridge();
     int factoryCalls = 0;
     int losses = 0;
     std::unique_ptr<SMCDriverActor> driver;
