@@ -411,7 +411,7 @@ TEST_F(HelperDaemonTest, SurvivesRandomAndTruncatedFrames) {
 }
 
 TEST_F(HelperDaemonTest, StalledClientsDoNotHoldUpOthers) {
-    constexpr std::size_t outputCap = 64 * 1024;
+    constexpr std::size_t outputCap = std::size_t{64} * 1024;
     HelperServer::Options options;
     options.maxPendingOutput = outputCap;
     SimulatedDaemon helper(options);
