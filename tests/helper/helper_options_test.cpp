@@ -1,6 +1,4 @@
-#include "../smc/temp_directory.h"
 #include "helper/helper_options.h"
-#include "smc/unix_socket.h"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
@@ -60,45 +58,11 @@ TEST_F(HelperCommandLine, ReadsEveryFlag) {
     }
 }
 
-TEST_F(HelperCommandLine, OpensTheSocketAndItsDirectoryToOthersOnlyWhenOthersAreAllowed) {
+TEST_F(HelperCommandLine, OpensTheSocketToOthersOnlyWhenOthersAreAllowed) {
     EXPECT_EQ(socketModeFor({}, 1000), 0600U);
     EXPECT_EQ(socketModeFor({0, 1000}, 1000), 0600U);
     EXPECT_EQ(socketModeFor({1001}, 1000), 0666U);
     EXPECT_EQ(socketModeFor({1000}, 0), 0666U);
-
-    using UnixSocket::ExistingDirectory;
-    struct Case {
-        std::optional<mode_t> before; // none: the directory is made
-        mode_t socketMode;
-        ExistingDirectory existing;
-        mode_t after;
-    };
-    const Case cases[] = {
-        {std::nullopt, 0600, ExistingDirectory::keep, 0700},
-        {std::nullopt, 0666, ExistingDirectory::keep, 0711},
-        {0700, 0666, ExistingDirectory::keep, 0700},
-        {0700, 0666, ExistingDirectory::letPass, 0711},
-        {0755, 0600, ExistingDirectory::letPass, 0755}, // never narrowed: another server may need it
-    };
-    for (const auto& [before, socketMode, existing, after] : cases) {
-        testing::TempDirectory base;
-        const auto directory = base / "halvoren";
-        if (before) {
-            ASSERT_EQ(::mkdir(directory.c_str(), *before), 0);
-            ASSERT_EQ(::chmod(directory.c_str(), *before), 0);
-        }
-        UnixSocket::makeSocketDirectory((directory / "helper.sock").string(), socketMode, existing);
-        struct stat info {};
-        ASSERT_EQ(::stat(directory.c_str(), &info), 0);
-        EXPECT_EQ(info.st_mode & 07777, after) << std::oct << before.value_or(0) << " " << socketMode;
-
-        // mkdtemp made the base private: the first directory that shuts others out.
-        const auto socket = (directory / "helper.sock").string();
-        EXPECT_EQ(UnixSocket::directoryClosedToOthers(socket), base.path().string());
-        ::chmod(base.path().c_str(), 0711);
-        EXPECT_EQ(UnixSocket::directoryClosedToOthers(socket),
-                  (after & S_IXOTH) != 0 ? std::nullopt : std::optional(directory.string()));
-    }
 }
 
 } // namespace
