@@ -42,6 +42,11 @@ struct Envelope {
 
 // The message object and its id. Throws DecodeError; nothing can be answered yet.
 Envelope openEnvelope(std::string_view text) {
+    // No JSON text holds a raw NUL, but the parser takes one for the end of its input and would
+    // let whatever follows pass unread: a second request, say.
+    if (text.find('\0') != std::string_view::npos) {
+        throw DecodeError("message holds a NUL byte");
+    }
     auto object = json::parse(text);
     if (!object.is_object()) {
         throw DecodeError("message is not a JSON object");

@@ -6,9 +6,9 @@ HelperDaemon::HelperDaemon(FanWriter& writer, TimerSource& timers, HelperServer:
     : safety_(writer, timers)
     , service_(writer, safety_, timers.clock())
     , server_(
-          std::move(serverOptions),
-          [this](std::string_view payload) { return service_.handleFrame(payload); },
-          [this] { safety_.lastClientGone(); }) {}
+          std::move(serverOptions), timers,
+          [this](ClientId client, std::string_view payload) { return service_.handleFrame(client, payload); },
+          [this](ClientId client) { safety_.clientGone(client); }) {}
 
 void HelperDaemon::start() {
     safety_.restoreAll("the helper is starting");

@@ -92,6 +92,7 @@ HelperCommandLine parseHelperCommandLine(const QStringList& arguments) {
         return result;
     }
     HelperOptions& options = result.options;
+    options.ownSocketDirectory = !parser.isSet(socket);
     options.socketPath = parser.isSet(socket) ? parser.value(socket).toStdString() : defaultSocketPath();
     if (options.socketPath.empty()) {
         throw CommandLineError("--socket needs a path");

@@ -13,6 +13,9 @@ namespace halvoren {
 // What the daemon was asked to do on its command line.
 struct HelperOptions {
     std::string socketPath;
+    // The socket is in the default place, whose directory is the daemon's own: on every start it
+    // is opened as far as the allowed users need.
+    bool ownSocketDirectory = false;
     // Set by --simulate: the daemon hosts a simulated Mac of this profile (a built-in name or
     // a profile file) and serves its controller on smcSocketPath.
     std::optional<std::string> simulateProfile;

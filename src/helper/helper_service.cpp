@@ -13,18 +13,18 @@ HelperService::HelperService(FanWriter& writer, FanSafety& safety, const Clock& 
     , clock_(clock)
     , startedAt_(clock.monotonicNow()) {}
 
-std::optional<std::string> HelperService::handleFrame(std::string_view payload) {
+std::optional<std::string> HelperService::handleFrame(ClientId client, std::string_view payload) {
     const auto decoded = decodeRequest(payload);
     HelperReply reply;
     if (const auto* error = std::get_if<HelperMessageError>(&decoded)) {
         if (!error->id) {
             return std::nullopt;
         }
-        safety_.noteActivity();
+        safety_.noteActivity(client);
         reply = HelperReply{*error->id, HelperReply::Failure{error->message}};
     } else {
-        safety_.noteActivity();
-        reply = handle(std::get<HelperRequest>(decoded));
+        safety_.noteActivity(client);
+        reply = handle(client, std::get<HelperRequest>(decoded));
     }
     try {
         return encodeReply(reply);
@@ -34,17 +34,17 @@ std::optional<std::string> HelperService::handleFrame(std::string_view payload) 
     }
 }
 
-HelperReply HelperService::handle(const HelperRequest& request) {
+HelperReply HelperService::handle(ClientId client, const HelperRequest& request) {
     HelperReply reply{request.id, {}};
     switch (request.method) {
     case HelperMethod::setTargetRPM:
-        reply.outcome = setTarget(request.fan, request.rpm);
+        reply.outcome = setTarget(client, request.fan, request.rpm);
         break;
     case HelperMethod::setManualControl:
-        reply.outcome = setManualControl(request.fan, request.enabled);
+        reply.outcome = setManualControl(client, request.fan, request.enabled);
         break;
     case HelperMethod::restoreAutomaticControl:
-        reply.outcome = restoreAutomaticControl();
+        reply.outcome = restoreAutomaticControl(client);
         break;
     case HelperMethod::heartbeat:
         reply.outcome = HelperReply::Uptime{clock_.monotonicNow() - startedAt_};
@@ -65,7 +65,7 @@ std::optional<HelperReply::Failure> HelperService::checkFan(int fan) const {
     return std::nullopt;
 }
 
-HelperReply::Outcome HelperService::setTarget(int fan, double rpm) {
+HelperReply::Outcome HelperService::setTarget(ClientId client, int fan, double rpm) {
     if (auto failure = checkFan(fan)) {
         return *failure;
     }
@@ -83,7 +83,7 @@ HelperReply::Outcome HelperService::setTarget(int fan, double rpm) {
     if (verdict.isReject()) {
         return HelperReply::Failure{"fan " + std::to_string(fan) + ": " + verdict.reason()};
     }
-    safety_.noteForcing(fan);
+    safety_.noteForcing(client, fan);
     try {
         const double applied = writer_.setTarget(fan, *verdict.rpm());
         targets_[fan] = applied;
@@ -94,13 +94,13 @@ HelperReply::Outcome HelperService::setTarget(int fan, double rpm) {
             writer_.setAutomatic(fan);
             safety_.noteHandedBack(fan, "its target could not be set");
         } catch (const FanWriteError&) {
-            // Still counted as forced: the next disconnect or watchdog turn tries again.
+            // Still counted as forced, and the client's: its disconnect or silence tries again.
         }
         return HelperReply::Failure{error.what()};
     }
 }
 
-HelperReply::Outcome HelperService::setManualControl(int fan, bool enabled) {
+HelperReply::Outcome HelperService::setManualControl(ClientId client, int fan, bool enabled) {
     if (auto failure = checkFan(fan)) {
         return *failure;
     }
@@ -110,7 +110,7 @@ HelperReply::Outcome HelperService::setManualControl(int fan, bool enabled) {
         } catch (const FanWriteError& error) {
             return HelperReply::Failure{error.what()};
         }
-        safety_.noteHandedBack(fan, "client request");
+        safety_.noteHandedBack(fan, "client " + std::to_string(client) + " asked for it");
         return std::monostate{};
     }
     double target = 0.0;
@@ -123,15 +123,15 @@ HelperReply::Outcome HelperService::setManualControl(int fan, bool enabled) {
             return HelperReply::Failure{error.what()};
         }
     }
-    const auto outcome = setTarget(fan, target);
+    const auto outcome = setTarget(client, fan, target);
     if (const auto* failure = std::get_if<HelperReply::Failure>(&outcome)) {
         return *failure;
     }
     return std::monostate{};
 }
 
-HelperReply::Outcome HelperService::restoreAutomaticControl() {
-    if (auto error = safety_.restoreAll("client request")) {
+HelperReply::Outcome HelperService::restoreAutomaticControl(ClientId client) {
+    if (auto error = safety_.restoreAll("client " + std::to_string(client) + " asked for it")) {
         return HelperReply::Failure{std::move(*error)};
     }
     return std::monostate{};

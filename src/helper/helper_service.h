@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/helper_messages.h"
+#include "helper/client_id.h"
 #include "helper/fan_safety.h"
 #include "helper/fan_writer.h"
 #include "platform/clock.h"
@@ -21,16 +22,18 @@ public:
     // `clock` times the uptime from now on.
     HelperService(FanWriter& writer, FanSafety& safety, const Clock& clock);
 
-    // One frame's payload in, the payload of its reply out; none when the frame has no
-    // readable id, and the connection is to be closed. Any frame with an id counts as a
-    // client's sign of life.
-    std::optional<std::string> handleFrame(std::string_view payload);
-    HelperReply handle(const HelperRequest& request);
+    // One frame's payload from `client` in, the payload of its reply out; none when the frame
+    // has no readable id, and the connection is to be closed. Any frame with an id counts as
+    // that client's sign of life.
+    std::optional<std::string> handleFrame(ClientId client, std::string_view payload);
+    // A fan that `client` forces is that client's until it disconnects, falls silent, or
+    // another client writes the fan.
+    HelperReply handle(ClientId client, const HelperRequest& request);
 
 private:
-    HelperReply::Outcome setTarget(int fan, double rpm);
-    HelperReply::Outcome setManualControl(int fan, bool enabled);
-    HelperReply::Outcome restoreAutomaticControl();
+    HelperReply::Outcome setTarget(ClientId client, int fan, double rpm);
+    HelperReply::Outcome setManualControl(ClientId client, int fan, bool enabled);
+    HelperReply::Outcome restoreAutomaticControl(ClientId client);
     std::optional<HelperReply::Failure> checkFan(int fan) const;
 
     FanWriter& writer_;

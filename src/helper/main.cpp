@@ -6,8 +6,8 @@
 #include "helper/helper_log.h"
 #include "helper/helper_options.h"
 #include "helper/process_signals.h"
-#include "platform/termination_signals.h"
 #include "helper/smc_fan_writer.h"
+#include "platform/termination_signals.h"
 #include "platform/timer_source.h"
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
@@ -41,9 +41,10 @@ public:
 }
 
 // The directory of a socket, or why the daemon cannot run.
-void makeSocketDirectory(const std::string& socketPath, mode_t socketMode) {
+void prepareSocketDirectory(const std::string& socketPath, mode_t socketMode,
+                            UnixSocket::ExistingDirectory existing = UnixSocket::ExistingDirectory::keep) {
     try {
-        UnixSocket::makeSocketDirectory(socketPath, socketMode);
+        UnixSocket::makeSocketDirectory(socketPath, socketMode, existing);
     } catch (const std::system_error& error) {
         quit(error.what());
     }
@@ -58,6 +59,27 @@ MachineProfile simulatedProfile(const std::string& name) {
 }
 
 int run(const HelperOptions& options) {
+    const uid_t self = ::getuid();
+    std::set<uid_t> allowed = options.extraUids;
+    allowed.insert(self);
+    HelperServer::Options serverOptions;
+    serverOptions.path = options.socketPath;
+    serverOptions.socketMode = socketModeFor(options.extraUids, self);
+    serverOptions.allowPeer = allowUsers(allowed);
+    // Before the simulated controller's socket, which may go beside this one: that socket is
+    // private, and so would be a directory made for it.
+    prepareSocketDirectory(options.socketPath, serverOptions.socketMode,
+                           options.ownSocketDirectory ? UnixSocket::ExistingDirectory::letPass
+                                                      : UnixSocket::ExistingDirectory::keep);
+    if ((serverOptions.socketMode & S_IWOTH) != 0) {
+        if (const auto closed = UnixSocket::directoryClosedToOthers(options.socketPath)) {
+            qCWarning(logHelper).noquote()
+                << QStringLiteral("Other allowed users may not reach the socket: %1 does not let them pass "
+                                  "(--socket can put it elsewhere)")
+                       .arg(QString::fromStdString(*closed));
+        }
+    }
+
     // The simulated Mac, when hosted here, and its controller's socket outlive the daemon.
     std::shared_ptr<SimulatedMac> mac;
     std::unique_ptr<SimulatedSMCTransport> servedTransport;
@@ -68,7 +90,7 @@ int run(const HelperOptions& options) {
                                              SystemClock::shared(), 1, hostLoad());
         servedTransport = std::make_unique<SimulatedSMCTransport>(mac);
         smcServer = std::make_unique<SMCSocketServer>(*servedTransport, options.smcSocketPath);
-        makeSocketDirectory(options.smcSocketPath, S_IRUSR | S_IWUSR);
+        prepareSocketDirectory(options.smcSocketPath, S_IRUSR | S_IWUSR);
         try {
             smcServer->start();
         } catch (const std::system_error& error) {
@@ -93,15 +115,6 @@ int run(const HelperOptions& options) {
         }
         installCrashHandBack(writer->handBackFiles());
     }
-
-    const uid_t self = ::getuid();
-    std::set<uid_t> allowed = options.extraUids;
-    allowed.insert(self);
-    HelperServer::Options serverOptions;
-    serverOptions.path = options.socketPath;
-    serverOptions.socketMode = socketModeFor(options.extraUids, self);
-    serverOptions.allowPeer = allowUsers(allowed);
-    makeSocketDirectory(options.socketPath, serverOptions.socketMode);
 
     QtTimerSource timers;
     HelperDaemon daemon(*writer, timers, std::move(serverOptions));

@@ -113,17 +113,53 @@ void clearStaleSocket(const std::string& path, const sockaddr_un& address) {
     }
 }
 
-void makeSocketDirectory(const std::string& socketPath, mode_t socketMode) {
+void makeSocketDirectory(const std::string& socketPath, mode_t socketMode, ExistingDirectory existing) {
     const std::filesystem::path directory = std::filesystem::path(socketPath).parent_path();
-    std::error_code ignored; // a directory that cannot be looked at or made fails at mkdir below
-    if (directory.empty() || std::filesystem::exists(directory, ignored)) {
+    if (directory.empty()) {
         return;
     }
+    const mode_t mode = (socketMode & S_IWOTH) != 0 ? 0711 : 0700;
+    const auto failWith = [&](int error, const std::string& what) {
+        throw std::system_error(error, std::generic_category(), what + " " + directory.string());
+    };
+    std::error_code ignored; // a parent that cannot be made fails at mkdir below
     std::filesystem::create_directories(directory.parent_path(), ignored);
-    const mode_t mode = (socketMode & S_IWOTH) != 0 ? 0755 : 0700;
-    if (::mkdir(directory.c_str(), mode) < 0 && errno != EEXIST) {
-        throw std::system_error(errno, std::generic_category(), "cannot create " + directory.string());
+    if (::mkdir(directory.c_str(), mode) == 0) {
+        // The umask may have taken bits away.
+        if (::chmod(directory.c_str(), mode) < 0) {
+            failWith(errno, "cannot set the mode of");
+        }
+        return;
     }
+    if (errno != EEXIST) {
+        failWith(errno, "cannot create");
+    }
+    if (existing == ExistingDirectory::keep) {
+        return;
+    }
+    // Opened without following a link, so the mode goes to the directory that was looked at.
+    const FileDescriptor fd{::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)};
+    struct stat info {};
+    if (!fd.valid() || ::fstat(fd.get(), &info) < 0) {
+        return; // not a directory: binding the socket says what is wrong
+    }
+    if ((info.st_mode & mode) != mode && ::fchmod(fd.get(), (info.st_mode & 07777) | mode) < 0) {
+        failWith(errno, "cannot set the mode of");
+    }
+}
+
+std::optional<std::string> directoryClosedToOthers(const std::string& socketPath) {
+    std::error_code error;
+    const std::filesystem::path directory = std::filesystem::absolute(socketPath, error).parent_path();
+    std::filesystem::path walked;
+    for (const auto& part : directory) {
+        walked /= part;
+        struct stat info {};
+        if (::stat(walked.c_str(), &info) == 0 && (info.st_mode & S_IXOTH) == 0) {
+            return walked.string();
+        }
+    }
+    return std::nullopt;
 }
 
 bool prepareAccepted(int fd) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <sys/socket.h>
 #include <sys/types.h>
@@ -55,10 +56,22 @@ FileDescriptor streamSocket();
 // kind: both throw std::system_error (EADDRINUSE, EEXIST), as does any other failure.
 void clearStaleSocket(const std::string& path, const sockaddr_un& address);
 
-// Makes the directory a socket at `socketPath` goes into (its parents as they come); one that
-// exists is left as it is. Mode 0700, or 0755 when `socketMode` lets other users write, since they
-// must pass through the directory to connect. Throws std::system_error naming the directory.
-void makeSocketDirectory(const std::string& socketPath, mode_t socketMode);
+// What makeSocketDirectory does with a directory that is there already.
+enum class ExistingDirectory {
+    keep,    // leaves it as it is: its owner chose its mode
+    letPass, // adds the search bits that the socket's users need, when it is a directory and not
+             // a link; never takes a bit away, since another server may rely on it
+};
+
+// Makes the directory a socket at `socketPath` goes into (its parents as they come). Mode 0700,
+// or 0711 when `socketMode` lets other users write, since they must pass through the directory to
+// connect (but need not list it). Throws std::system_error naming the directory.
+void makeSocketDirectory(const std::string& socketPath, mode_t socketMode,
+                         ExistingDirectory existing = ExistingDirectory::keep);
+
+// The first directory on the way to `socketPath`, from the root down, that users other than its
+// owner and group cannot pass through; none when every one lets them.
+std::optional<std::string> directoryClosedToOthers(const std::string& socketPath);
 
 // Makes an accepted descriptor like one from streamSocket. False with errno on failure.
 bool prepareAccepted(int fd);

@@ -1,5 +1,6 @@
 #include "helper/fan_safety.h"
 #include "helper/helper_service.h"
+#include "helper_test_support.h"
 
 #include <QString>
 #include <QStringList>
@@ -51,24 +52,6 @@ public:
     int handBacks = 0;
 };
 
-// Collects the daemon's log lines while alive.
-class LogCapture {
-public:
-    LogCapture() {
-        lines().clear();
-        previous_ = qInstallMessageHandler(
-            [](QtMsgType, const QMessageLogContext&, const QString& text) { lines().append(text); });
-    }
-    ~LogCapture() { qInstallMessageHandler(previous_); }
-    static QStringList& lines() {
-        static QStringList captured;
-        return captured;
-    }
-
-private:
-    QtMessageHandler previous_;
-};
-
 struct Rig {
     ManualClock clock;
     ManualTimerSource timers{clock};
@@ -76,9 +59,10 @@ struct Rig {
     FanSafety safety{writer, timers};
     HelperService service{writer, safety, clock};
 
-    HelperReply::Outcome target(int fan, double rpm) {
+    HelperReply::Outcome target(int fan, double rpm, ClientId client = 1) {
         return service
-            .handle(HelperRequest{.id = 1, .method = HelperMethod::setTargetRPM, .fan = fan, .rpm = rpm})
+            .handle(client,
+                    HelperRequest{.id = 1, .method = HelperMethod::setTargetRPM, .fan = fan, .rpm = rpm})
             .outcome;
     }
 };
@@ -87,46 +71,47 @@ bool isFailure(const HelperReply::Outcome& outcome) {
     return std::holds_alternative<HelperReply::Failure>(outcome);
 }
 
-TEST(FanSafety, RetriesAFailedHandBackUntilItSucceedsAndLogsEachReason) {
-    LogCapture log;
+TEST(FanSafety, RetriesAFailedHandBackEverySecondButNeverTakesAFanFromItsNewOwner) {
+    test::LogCapture log;
     Rig rig;
-    rig.safety.lastClientGone(); // nothing forced: nothing written
+    rig.safety.clientGone(1); // nothing forced: nothing written
     EXPECT_EQ(rig.writer.handBacks, 0);
 
     ASSERT_FALSE(isFailure(rig.target(0, 3000)));
     ASSERT_FALSE(isFailure(rig.target(1, 3000)));
     rig.writer.failHandBack = {1};
-    rig.timers.advance(5.0);
-    // Every fan is tried: fan 0 went back although fan 1 failed.
+    rig.safety.clientGone(1);
     EXPECT_FALSE(rig.writer.forced[0]);
     EXPECT_TRUE(rig.writer.forced[1]);
-    EXPECT_TRUE(rig.safety.anyForced());
+    EXPECT_EQ(rig.safety.owner(1), std::nullopt);
 
-    rig.writer.failHandBack.clear();
-    rig.timers.advance(4.9);
+    rig.timers.advance(FanSafety::retryDelay); // fails again
     EXPECT_TRUE(rig.writer.forced[1]);
-    rig.timers.advance(0.1);
+    rig.writer.failHandBack.clear();
+    rig.timers.advance(FanSafety::retryDelay - 0.25);
+    EXPECT_TRUE(rig.writer.forced[1]);
+    rig.timers.advance(0.25);
     EXPECT_FALSE(rig.writer.forced[1]);
     EXPECT_FALSE(rig.safety.anyForced());
-    const int handBacks = rig.writer.handBacks;
-    rig.timers.advance(60.0);
-    EXPECT_EQ(rig.writer.handBacks, handBacks) << "nothing forced, nothing to watch";
-    EXPECT_EQ(rig.timers.pendingCount(), 0U);
+    EXPECT_EQ(rig.timers.pendingCount(), 0U) << "nothing forced, nothing to watch";
+    EXPECT_EQ(test::LogCapture::count("Could not hand fan 1 back to the firmware (client 1 disconnected)"),
+              1);
+    EXPECT_EQ(test::LogCapture::count("Could not hand fan 1 back to the firmware (trying again"), 1);
+    EXPECT_EQ(test::LogCapture::lines().filter("Handed fan").size(), 2);
+    EXPECT_EQ(test::LogCapture::lines().last(),
+              "Handed fan 1 back to the firmware: trying again after a failed hand-back");
 
-    ASSERT_GE(LogCapture::lines().size(), 2);
-    EXPECT_TRUE(LogCapture::lines().contains(
-        "Could not hand every fan back to the firmware (no request from any client for 5.0 s): fan 1 stuck"));
-    EXPECT_EQ(LogCapture::lines().last(),
-              "Handed every fan back to the firmware: no request from any client for 5.0 s");
-
-    // A hand-back that failed leaves every fan suspect, so the last client's leaving retries.
+    // A failed restore leaves every fan suspect; a fan a client then takes is that client's.
     rig.writer.failHandBack = {0};
     EXPECT_TRUE(rig.safety.restoreAll("test").has_value());
     rig.writer.failHandBack.clear();
-    rig.safety.lastClientGone();
-    EXPECT_FALSE(rig.safety.anyForced());
-    EXPECT_EQ(LogCapture::lines().last(),
-              "Handed every fan back to the firmware: the last client disconnected");
+    ASSERT_FALSE(isFailure(rig.target(0, 2500, 2)));
+    rig.timers.advance(FanSafety::retryDelay);
+    EXPECT_TRUE(rig.writer.forced[0]);
+    EXPECT_EQ(rig.safety.owner(0), 2U);
+    EXPECT_FALSE(rig.writer.forced[1]);
+    EXPECT_EQ(test::LogCapture::lines().last(),
+              "Handed fan 1 back to the firmware: trying again after a failed hand-back");
 }
 
 TEST(HelperService, WritesNothingItCannotVouchFor) {
@@ -154,28 +139,28 @@ TEST(HelperService, WritesNothingItCannotVouchFor) {
     EXPECT_TRUE(rig.writer.forced[0]);
     EXPECT_TRUE(rig.safety.anyForced());
     const auto restore =
-        rig.service.handle(HelperRequest{.id = 9, .method = HelperMethod::restoreAutomaticControl});
+        rig.service.handle(1, HelperRequest{.id = 9, .method = HelperMethod::restoreAutomaticControl});
     EXPECT_EQ(restore, (HelperReply{9, HelperReply::Failure{"fan 0 stuck"}}));
     rig.writer.failHandBack.clear();
-    rig.safety.lastClientGone();
+    rig.timers.advance(FanSafety::retryDelay);
     EXPECT_FALSE(rig.writer.forced[0]);
 }
 
 TEST(HelperService, AnswersFramesOrAsksToCloseThem) {
     Rig rig;
-    EXPECT_EQ(rig.service.handleFrame("[]"), std::nullopt);
-    EXPECT_EQ(rig.service.handleFrame(R"({"method":"heartbeat"})"), std::nullopt);
-    const auto unknown = nlohmann::json::parse(*rig.service.handleFrame(R"({"id":4,"method":"reboot"})"));
+    EXPECT_EQ(rig.service.handleFrame(1, "[]"), std::nullopt);
+    EXPECT_EQ(rig.service.handleFrame(1, R"({"method":"heartbeat"})"), std::nullopt);
+    const auto unknown = nlohmann::json::parse(*rig.service.handleFrame(1, R"({"id":4,"method":"reboot"})"));
     EXPECT_EQ(unknown["id"], 4);
     EXPECT_EQ(unknown["error"], "unknown method \"reboot\"");
 
     // Uptime runs from the service's start on its clock, and a refused call is a sign of life.
     ASSERT_FALSE(isFailure(rig.target(0, 2000)));
     rig.timers.advance(4.0);
-    rig.service.handleFrame(R"({"id":5,"method":"setTargetRPM"})");
+    rig.service.handleFrame(1, R"({"id":5,"method":"setTargetRPM"})");
     rig.timers.advance(4.0);
     EXPECT_TRUE(rig.writer.forced[0]);
-    EXPECT_EQ(*rig.service.handleFrame(R"({"id":6,"method":"heartbeat"})"), R"({"id":6,"uptime":8.0})");
+    EXPECT_EQ(*rig.service.handleFrame(1, R"({"id":6,"method":"heartbeat"})"), R"({"id":6,"uptime":8.0})");
 }
 
 } // namespace

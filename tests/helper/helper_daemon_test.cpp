@@ -107,6 +107,10 @@ TEST_F(HelperDaemonTest, ClosesAConnectionWhoseFrameCannotBeAnswered) {
         // JSON has no infinity: an overflowing number makes the text unreadable, id and all.
         frameBytes(R"({"id":12,"method":"setTargetRPM","fan":0,"rpm":1e999})"),
         frameBytes(""),
+        // The parser would stop at a NUL: neither what follows nor what precedes it is read.
+        frameBytes(std::string(R"({"id":3,"method":"heartbeat"})") + '\0' +
+                   R"({"id":4,"method":"setTargetRPM","fan":0,"rpm":5000})"),
+        frameBytes(std::string(R"({"id":5,"method":"heart)") + '\0' + R"(beat"})"),
         std::string("\x00\x01\x00\x01", 4), // one byte above the limit, without its payload
         std::string("\xff\xff\xff\xff", 4) + std::string(100, 'x'),
     };
@@ -125,12 +129,15 @@ TEST_F(HelperDaemonTest, ClosesAConnectionWhoseFrameCannotBeAnswered) {
 
     // The fan forced by the client that stayed is untouched by all of this.
     EXPECT_TRUE(helper.fan(0).forced);
+    EXPECT_DOUBLE_EQ(helper.fan(0).target, 2500.0);
     EXPECT_EQ(bystander.call(call(7, "heartbeat"))["id"], 7);
 }
 
 TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
     const uid_t self = ::getuid();
-    SimulatedDaemon helper([self](const PeerCredentials& peer) { return peer.uid != self; });
+    HelperServer::Options options;
+    options.allowPeer = [self](const PeerCredentials& peer) { return peer.uid != self; };
+    SimulatedDaemon helper(options);
     TestClient client(helper.socketPath);
     client.send(setTarget(1, 0, 4000.0));
     EXPECT_TRUE(client.closedWithoutAnswer());
@@ -189,53 +196,155 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(HelperDaemonTest, HandsFansBackWhenTheLastClientLeaves) {
+TEST_F(HelperDaemonTest, HandsBackTheFansOfEachClientThatLeaves) {
+    test::LogCapture log;
     SimulatedDaemon helper;
     TestClient first(helper.socketPath);
     TestClient second(helper.socketPath);
+    TestClient bystander(helper.socketPath);
     ASSERT_EQ(first.call(setTarget(1, 0, 4000.0))["applied"], 4000.0);
-    ASSERT_EQ(first.call(setTarget(2, 1, 4000.0))["applied"], 4000.0);
-    ASSERT_EQ(second.call(call(3, "heartbeat"))["id"], 3);
+    ASSERT_EQ(second.call(setTarget(2, 1, 4000.0))["applied"], 4000.0);
+    ASSERT_EQ(bystander.call(call(3, "heartbeat"))["id"], 3);
 
     first.close();
-    EXPECT_TRUE(helper.fan(0).forced) << "another client is still connected";
+    EXPECT_FALSE(helper.fan(0).forced) << "others still connected do not keep it";
+    EXPECT_TRUE(helper.fan(1).forced);
+    EXPECT_EQ(log.lines().last(), "Handed fan 0 back to the firmware: client 0 disconnected");
+
+    // The last client to write a fan owns it: the one it took it from may leave.
+    ASSERT_EQ(bystander.call(setTarget(4, 1, 5000.0))["applied"], 5000.0);
     second.close();
-    EXPECT_FALSE(helper.fan(0).forced);
-    EXPECT_FALSE(helper.fan(1).forced);
+    EXPECT_TRUE(helper.fan(1).forced);
+    EXPECT_DOUBLE_EQ(helper.fan(1).target, 5000.0);
 
     // A client the daemon throws out counts as gone too.
-    TestClient rude(helper.socketPath);
-    ASSERT_EQ(rude.call(setTarget(4, 1, 5000.0))["applied"], 5000.0);
-    rude.sendRaw(frameBytes("[]"));
-    EXPECT_TRUE(rude.waitForClose());
-    EXPECT_FALSE(helper.fan(1).forced);
+    bystander.sendRaw(frameBytes("[]"));
+    EXPECT_TRUE(bystander.waitForClose());
+    EXPECT_FALSE(helper.anyFanForced());
 }
 
-TEST_F(HelperDaemonTest, HandsFansBackWhenHeartbeatsStop) {
+TEST_F(HelperDaemonTest, HandsBackTheFansOfASilentClientWhateverOthersDo) {
     SimulatedDaemon helper;
-    TestClient client(helper.socketPath);
-    ASSERT_EQ(client.call(setTarget(1, 0, 4000.0))["applied"], 4000.0);
-    std::uint64_t id = 2;
-    for (int beat = 0; beat < 8; ++beat) {
-        helper.timers.advance(2.5);
-        ASSERT_EQ(client.call(call(id, "heartbeat"))["id"], id);
+    TestClient quiet(helper.socketPath);
+    TestClient chatty(helper.socketPath);
+    ASSERT_EQ(quiet.call(setTarget(1, 0, 4000.0))["applied"], 4000.0);
+    ASSERT_EQ(chatty.call(setTarget(2, 1, 3000.0))["applied"], 3000.0);
+    std::uint64_t id = 10;
+    const auto beat = [&](TestClient& client) {
         ++id;
-        ASSERT_TRUE(helper.fan(0).forced) << "after " << beat + 1 << " heartbeats";
+        return client.call(call(id, "heartbeat"))["id"] == id;
+    };
+    for (int round = 0; round < 4; ++round) {
+        helper.timers.advance(2.5);
+        ASSERT_TRUE(beat(quiet));
+        ASSERT_TRUE(beat(chatty));
+        ASSERT_TRUE(helper.fan(0).forced) << "after " << round + 1 << " heartbeats";
     }
-    // Any request keeps the fans, not just a heartbeat.
-    helper.timers.advance(4.0);
-    ASSERT_EQ(client.call(call(id++, "helperVersion"))["version"], "1.2.0");
-    helper.timers.advance(4.9);
+    // Any request keeps a client's fans, not just a heartbeat; another client's never do.
+    helper.timers.advance(2.5);
+    ASSERT_EQ(quiet.call(call(id++, "helperVersion"))["version"], "1.2.0");
+    ASSERT_TRUE(beat(chatty));
+    for (const double step : {2.5, 2.25}) {
+        helper.timers.advance(step);
+        ASSERT_TRUE(beat(chatty));
+    }
     EXPECT_TRUE(helper.fan(0).forced);
-    helper.timers.advance(0.1);
+    helper.timers.advance(0.25);
     EXPECT_FALSE(helper.fan(0).forced);
+    EXPECT_TRUE(helper.fan(1).forced) << "the client that kept talking keeps its fan";
 
     // Forcing again after the hand-back starts a fresh watch.
-    ASSERT_EQ(client.call(setTarget(id++, 1, 3000.0))["applied"], 3000.0);
-    helper.timers.advance(4.99);
-    EXPECT_TRUE(helper.fan(1).forced);
-    helper.timers.advance(0.01);
-    EXPECT_FALSE(helper.fan(1).forced);
+    ASSERT_EQ(quiet.call(setTarget(id++, 0, 3000.0))["applied"], 3000.0);
+    helper.timers.advance(4.75);
+    EXPECT_TRUE(helper.fan(0).forced);
+    helper.timers.advance(0.25);
+    EXPECT_FALSE(helper.fan(0).forced);
+}
+
+TEST_F(HelperDaemonTest, DropsAClientThatLeavesAFrameUnfinished) {
+    SimulatedDaemon helper;
+    const std::string frame = frameBytes(call(1, "heartbeat"));
+    struct Case {
+        const char* name;
+        std::vector<std::pair<double, std::string>> sends; // seconds to wait before, bytes
+        double closesAfterLast;
+    };
+    const Case cases[] = {
+        {"half a header", {{0.0, frame.substr(0, 2)}}, 5.0},
+        {"half a payload", {{0.0, frame.substr(0, 9)}}, 5.0},
+        {"a trickle: the frame's time runs from its first byte",
+         {{0.0, frame.substr(0, 2)}, {3.0, frame.substr(2, 5)}},
+         2.0},
+        {"a frame completed, the next begun: that one has its own time",
+         {{0.0, frame.substr(0, 9)}, {4.0, frame.substr(9) + frame.substr(0, 3)}},
+         5.0},
+    };
+    for (const auto& [name, sends, closesAfterLast] : cases) {
+        TestClient client(helper.socketPath);
+        ASSERT_EQ(client.call(setTarget(7, 0, 4000.0))["applied"], 4000.0) << name;
+        for (const auto& [wait, bytes] : sends) {
+            helper.timers.advance(wait);
+            ASSERT_TRUE(client.sendRaw(bytes)) << name;
+        }
+        helper.timers.advance(closesAfterLast - 0.25);
+        EXPECT_EQ(helper.daemon.server().clientCount(), 1U) << name;
+        helper.timers.advance(0.25);
+        EXPECT_EQ(helper.daemon.server().clientCount(), 0U) << name;
+        EXPECT_TRUE(client.waitForClose()) << name;
+        EXPECT_FALSE(helper.fan(0).forced) << name;
+    }
+    // Silence between whole frames is no fault.
+    TestClient idle(helper.socketPath);
+    ASSERT_EQ(idle.call(call(8, "heartbeat"))["id"], 8);
+    helper.timers.advance(60.0);
+    EXPECT_EQ(idle.call(call(9, "heartbeat"))["id"], 9);
+}
+
+TEST_F(HelperDaemonTest, CapsConnectionsPerUserAndLogsRefusalsAtABoundedRate) {
+    test::LogCapture log;
+    HelperServer::Options options;
+    options.maxClientsPerUser = 2;
+    SimulatedDaemon helper(options);
+    TestClient first(helper.socketPath);
+    TestClient second(helper.socketPath);
+    ASSERT_EQ(first.call(call(1, "heartbeat"))["id"], 1);
+    ASSERT_EQ(second.call(call(2, "heartbeat"))["id"], 2);
+
+    const QString refused = "Refused a client beyond the limit of 2 connections per user";
+    for (int i = 0; i < 4; ++i) {
+        TestClient extra(helper.socketPath);
+        extra.send(call(3, "heartbeat"));
+        EXPECT_TRUE(extra.closedWithoutAnswer()) << i;
+    }
+    EXPECT_EQ(log.count(refused), 1);
+    helper.timers.advance(4.75);
+    EXPECT_EQ(log.count("Refused 3 more clients since the last such line"), 0);
+    helper.timers.advance(0.25);
+    EXPECT_EQ(log.count("Refused 3 more clients since the last such line"), 1);
+    helper.timers.advance(5.0);
+    TestClient late(helper.socketPath);
+    EXPECT_TRUE(late.closedWithoutAnswer());
+    EXPECT_EQ(log.count(refused), 2);
+
+    // A place freed is a place to take.
+    first.close();
+    TestClient third(helper.socketPath);
+    EXPECT_EQ(third.call(call(4, "heartbeat"))["id"], 4);
+}
+
+TEST_F(HelperDaemonTest, OneUserAtItsCapLeavesRoomForAnother) {
+    if (!test::runningAsRoot()) {
+        GTEST_SKIP() << "needs root, to connect as a second user";
+    }
+    HelperServer::Options options;
+    options.maxClientsPerUser = 1;
+    SimulatedDaemon helper(options);
+    TestClient mine(helper.socketPath);
+    ASSERT_EQ(mine.call(call(1, "heartbeat"))["id"], 1);
+    EXPECT_EQ(test::exchangeAs(0, helper.socketPath), test::Exchange::noAnswer);
+    ::chmod(helper.directory.path().c_str(), 0711);
+    ::chmod(helper.socketPath.c_str(), 0666);
+    EXPECT_EQ(test::exchangeAs(65534, helper.socketPath), test::Exchange::answered);
 }
 
 // Random and cut-off frames over many connections must neither crash the daemon nor keep it
@@ -302,8 +411,10 @@ TEST_F(HelperDaemonTest, SurvivesRandomAndTruncatedFrames) {
 }
 
 TEST_F(HelperDaemonTest, StalledClientsDoNotHoldUpOthers) {
-    constexpr std::size_t outputCap = 64 * 1024;
-    SimulatedDaemon helper([](const PeerCredentials&) { return true; }, outputCap);
+    constexpr std::size_t outputCap = std::size_t{64} * 1024;
+    HelperServer::Options options;
+    options.maxPendingOutput = outputCap;
+    SimulatedDaemon helper(options);
     TestClient halfFrame(helper.socketPath);
     halfFrame.sendRaw(frameBytes(call(1, "heartbeat")).substr(0, 7));
     TestClient neverReads(helper.socketPath);

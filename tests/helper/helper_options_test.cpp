@@ -24,6 +24,7 @@ HelperOptions parse(QStringList arguments) {
 TEST_F(HelperCommandLine, ReadsEveryFlag) {
     const auto plain = parse({"--socket", "/tmp/h/helper.sock"});
     EXPECT_EQ(plain.socketPath, "/tmp/h/helper.sock");
+    EXPECT_FALSE(plain.ownSocketDirectory) << "a directory someone named keeps its mode";
     EXPECT_EQ(plain.simulateProfile, std::nullopt);
     EXPECT_EQ(plain.smcSocketPath, "") << "without --simulate: the hardware";
     EXPECT_EQ(plain.sysfsRoot, "/sys/class/hwmon");
@@ -42,6 +43,7 @@ TEST_F(HelperCommandLine, ReadsEveryFlag) {
 
     // The default place depends on who runs the daemon; it is always a helper.sock.
     EXPECT_TRUE(parse({}).socketPath.ends_with("/halvoren/helper.sock"));
+    EXPECT_TRUE(parse({}).ownSocketDirectory);
 
     const auto help = parseHelperCommandLine({"halvoren-helper", "--help"});
     EXPECT_TRUE(help.helpRequested);

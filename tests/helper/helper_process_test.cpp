@@ -4,6 +4,7 @@
 #include "core/frame_codec.h"
 #include "fakes/forcing_client.h"
 #include "fakes/helper_process.h"
+#include "helper_test_support.h"
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
@@ -18,7 +19,9 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
+#include <tuple>
 #include <unistd.h>
 
 namespace halvoren {
@@ -69,11 +72,15 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     EXPECT_TRUE(forced);
     EXPECT_EQ(fanModes(smc), (std::array<double, 2>{1, 1}));
 
+    // Another client stays connected and keeps talking: the dead one's fans go back all the same.
+    auto bystander = connectTo(socket);
+    ASSERT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
-    EXPECT_TRUE(waitUntil(after(5000ms), [&] {
+    EXPECT_TRUE(waitUntil(after(1000ms), [&] {
         return fanModes(smc) == std::array<double, 2>{0, 0};
-    })) << "the fans stayed forced after their client died";
+    })) << "the fans stayed forced for a second after their client died";
+    EXPECT_EQ(callHelper(bystander.get(), R"({"id":2,"method":"heartbeat"})")["id"], 2);
 
     // Terminated while a fan is forced: the simulated Mac dies with the daemon, so its word
     // and its exit status are the evidence here (the test below looks at the fans).
@@ -85,6 +92,36 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     EXPECT_EQ(helper.process.exitCode(), 0);
     const auto log = helper.process.readAllStandardError().toStdString();
     EXPECT_NE(log.find("Handed every fan back to the firmware: received SIGTERM"), std::string::npos) << log;
+}
+
+TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
+    if (!test::runningAsRoot()) {
+        GTEST_SKIP() << "needs root, to connect as other users";
+    }
+    testing::TempDirectory base;
+    ::chmod(base.path().c_str(), 0711); // as /run is; the helper makes the directory below
+    const auto directory = base / "halvoren";
+    const std::string socket = (directory / "helper.sock").string();
+    const std::string smc = (directory / "smc.sock").string();
+    HelperProcess helper(HALVOREN_HELPER_BINARY,
+                         {"--simulate", "--socket", QString::fromStdString(socket), "--allow-uid", "65534"});
+    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
+
+    const std::pair<std::filesystem::path, unsigned> modes[] = {
+        {directory, 0711}, {socket, 0666}, {smc, 0600}};
+    for (const auto& [path, mode] : modes) {
+        struct stat info {};
+        ASSERT_EQ(::stat(path.c_str(), &info), 0) << path;
+        EXPECT_EQ(info.st_mode & 07777, mode) << path;
+    }
+    const std::tuple<uid_t, std::string, test::Exchange> exchanges[] = {
+        {65534, socket, test::Exchange::answered},
+        {65533, socket, test::Exchange::noAnswer},   // let in by the mode, refused by its user
+        {65534, smc, test::Exchange::cannotConnect}, // the simulated controller stays private
+    };
+    for (const auto& [uid, path, expected] : exchanges) {
+        EXPECT_EQ(test::exchangeAs(uid, path), expected) << uid << " at " << path;
+    }
 }
 
 TEST_F(HelperProcessTest, TerminationHandsTheSimulatorsFansBack) {

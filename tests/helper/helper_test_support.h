@@ -12,13 +12,18 @@
 #include "smc/unix_socket.h"
 
 #include <QCoreApplication>
+#include <QStringList>
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <grp.h>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <poll.h>
 #include <string>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace halvoren::test {
@@ -145,20 +150,19 @@ private:
 };
 
 // The daemon in this process over a simulated two-fan laptop (fan 0: 1200...5800 RPM, fan 1:
-// 1300...6300) on a manual clock. Make a QCoreApplication first.
+// 1300...6300) on a manual clock; it lets everyone in unless `options` say otherwise. Make a
+// QCoreApplication first.
 struct SimulatedDaemon {
-    explicit SimulatedDaemon(
-        PeerCheck allow = [](const PeerCredentials&) { return true; },
-        std::size_t maxPendingOutput = std::size_t{1} << 20)
-        : daemon(writer, timers, options(std::move(allow), maxPendingOutput)) {
+    explicit SimulatedDaemon(HelperServer::Options options = {})
+        : daemon(writer, timers, withPath(std::move(options))) {
         daemon.start();
     }
 
-    HelperServer::Options options(PeerCheck allow, std::size_t maxPendingOutput) const {
-        HelperServer::Options options;
+    HelperServer::Options withPath(HelperServer::Options options) const {
         options.path = socketPath;
-        options.allowPeer = std::move(allow);
-        options.maxPendingOutput = maxPendingOutput;
+        if (!options.allowPeer) {
+            options.allowPeer = [](const PeerCredentials&) { return true; };
+        }
         return options;
     }
 
@@ -188,6 +192,83 @@ inline std::string setTarget(std::uint64_t id, int fan, double rpm) {
 }
 inline std::string call(std::uint64_t id, const std::string& method) {
     return nlohmann::json{{"id", id}, {"method", method}}.dump();
+}
+
+// Collects the log lines of this process while alive.
+class LogCapture {
+public:
+    LogCapture() {
+        lines().clear();
+        previous_ = qInstallMessageHandler(
+            [](QtMsgType, const QMessageLogContext&, const QString& text) { lines().append(text); });
+    }
+    ~LogCapture() { qInstallMessageHandler(previous_); }
+    LogCapture(const LogCapture&) = delete;
+    LogCapture& operator=(const LogCapture&) = delete;
+
+    static QStringList& lines() {
+        static QStringList captured;
+        return captured;
+    }
+    static qsizetype count(const QString& start) {
+        return std::count_if(lines().begin(), lines().end(),
+                             [&](const QString& line) { return line.startsWith(start); });
+    }
+
+private:
+    QtMessageHandler previous_;
+};
+
+// What a client of another user got from the daemon.
+enum class Exchange { answered = 0, cannotConnect = 1, noAnswer = 2, cannotBecomeUser = 3 };
+
+inline void PrintTo(Exchange exchange, std::ostream* out) {
+    static constexpr const char* names[] = {"answered", "cannot connect", "no answer",
+                                            "cannot become the user"};
+    *out << names[static_cast<int>(exchange)];
+}
+
+inline bool runningAsRoot() {
+    return ::geteuid() == 0;
+}
+
+// Forks a child that becomes `uid` (its group the same number, no other groups), connects to
+// `path`, sends a heartbeat and waits for the answer. The parent runs the event loop until the
+// child is done, since an in-process daemon lives on this thread. Needs root; after fork() the
+// child makes only system calls, on buffers made before.
+inline Exchange exchangeAs(uid_t uid, const std::string& path) {
+    sockaddr_un address{};
+    UnixSocket::makeAddress(path, address);
+    const std::string frame = frameBytes(call(1, "heartbeat"));
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        if (::setgroups(0, nullptr) < 0 || ::setgid(uid) < 0 || ::setuid(uid) < 0) {
+            ::_exit(static_cast<int>(Exchange::cannotBecomeUser));
+        }
+        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+            ::_exit(static_cast<int>(Exchange::cannotConnect));
+        }
+        char reply[64];
+        pollfd entry{fd, POLLIN, 0};
+        if (::write(fd, frame.data(), frame.size()) != static_cast<long>(frame.size()) ||
+            ::poll(&entry, 1, 5000) != 1 || ::read(fd, reply, sizeof reply) <= 4) {
+            ::_exit(static_cast<int>(Exchange::noAnswer));
+        }
+        ::_exit(static_cast<int>(Exchange::answered));
+    }
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + 2 * patience;
+    while (pid > 0 && ::waitpid(pid, &status, WNOHANG) == 0) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            ::kill(pid, SIGKILL);
+            ::waitpid(pid, &status, 0);
+            break;
+        }
+        TestClient::pump();
+        ::usleep(1000);
+    }
+    return pid > 0 && WIFEXITED(status) ? static_cast<Exchange>(WEXITSTATUS(status)) : Exchange::noAnswer;
 }
 
 } // namespace halvoren::test

@@ -341,13 +341,26 @@ TEST(UnixSocketDirectory, MakesAMissingDirectoryOpenOnlyAsFarAsTheSocketIs) {
     UnixSocket::makeSocketDirectory((dir / "shared" / "s.sock").string(), 0666);
     ::umask(previous);
     EXPECT_EQ(modeOf(dir / "private" / "deeper"), 0700u);
-    EXPECT_EQ(modeOf(dir / "shared"), 0755u);
+    EXPECT_EQ(modeOf(dir / "shared"), 0711u) << "others pass through to the socket but cannot list";
 
-    // One that exists is not ours to change; a bare name needs no directory.
+    // One that exists is not ours to change, unless it is the server's own: then it gains the
+    // search bits the socket's users need and loses none. A bare name needs no directory.
+    const auto shared = (dir / "shared" / "s.sock").string();
     ASSERT_EQ(::chmod((dir / "shared").c_str(), 0750), 0);
-    UnixSocket::makeSocketDirectory((dir / "shared" / "s.sock").string(), S_IRUSR | S_IWUSR);
+    UnixSocket::makeSocketDirectory(shared, 0666);
     EXPECT_EQ(modeOf(dir / "shared"), 0750u);
+    UnixSocket::makeSocketDirectory(shared, S_IRUSR | S_IWUSR, UnixSocket::ExistingDirectory::letPass);
+    EXPECT_EQ(modeOf(dir / "shared"), 0750u);
+    UnixSocket::makeSocketDirectory(shared, 0666, UnixSocket::ExistingDirectory::letPass);
+    EXPECT_EQ(modeOf(dir / "shared"), 0751u);
     EXPECT_NO_THROW(UnixSocket::makeSocketDirectory("s.sock", S_IRUSR | S_IWUSR));
+
+    // Where other users are stopped on the way: first the private temporary directory itself.
+    EXPECT_EQ(UnixSocket::directoryClosedToOthers(shared), dir.path().string());
+    ASSERT_EQ(::chmod(dir.path().c_str(), 0711), 0);
+    EXPECT_EQ(UnixSocket::directoryClosedToOthers(shared), std::nullopt);
+    EXPECT_EQ(UnixSocket::directoryClosedToOthers((dir / "private" / "deeper" / "s.sock").string()),
+              (dir / "private" / "deeper").string());
 
     testing::writeFile(dir / "plain", "file");
     const auto blocked = dir / "plain" / "sub";
