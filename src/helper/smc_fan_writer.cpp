@@ -64,12 +64,12 @@ void SMCFanWriter::force(int fan, double mode) {
     switch (protocol_.kind) {
     case FanControl::none:
         throw FanWriteError(fanText(fan) + " cannot be forced: the controller has no " + protocol_.modeKey(fan) +
-                            ", " + FanControlProtocol{FanControl::modeKey, true}.modeKey(fan) + " or " +
-                            std::string(FanControlKeys::forceBits) + " key");
+                            ", " + FanControlProtocol{FanControl::modeKey, true}.modeKey(fan) + " or \"" +
+                            std::string(FanControlKeys::forceBits) + "\" key");
     case FanControl::forceBits:
         writeFanForced(*bridge_, protocol_, fan, true);
         if (readFanMode(*bridge_, protocol_, fan) != FanControlKeys::forcedMode) {
-            refuse(fan, std::string(FanControlKeys::forceBits) + " does not keep its bit " + std::to_string(fan));
+            refuse(fan, "\"" + std::string(FanControlKeys::forceBits) + "\" does not keep its bit " + std::to_string(fan));
         }
         held_.insert(fan);
         return;

@@ -1,3 +1,4 @@
+#include "../sim/sim_test_support.h"
 #include "helper_test_support.h"
 
 #include <QCoreApplication>
@@ -168,7 +169,7 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
     auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 1,
                                               idleLoad());
     SMCFanWriter writer(std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
-                        "sim");
+                        "sim", clock);
     HelperServer::Options options;
     options.path = path;
     options.allowPeer = [](const PeerCredentials&) { return true; };
@@ -209,6 +210,32 @@ TEST_F(HelperDaemonTest, HandsFansBackWhenTheLastClientLeaves) {
     rude.sendRaw(frameBytes("[]"));
     EXPECT_TRUE(rude.waitForClose());
     EXPECT_FALSE(helper.fan(1).forced);
+}
+
+TEST_F(HelperDaemonTest, AFanBeingReleasedStaysCountedAsForcedUntilItIsHeld) {
+    SimulatedDaemon helper([](const PeerCredentials&) { return true; }, std::size_t{1} << 20,
+                           test::asGeneration(*MachineProfile::builtIn("apple-silicon-laptop-2fan"), false, true));
+    TestClient client(helper.socketPath);
+    std::uint64_t id = 1;
+    auto reply = client.call(setTarget(id++, 0, 4000.0));
+    EXPECT_EQ(reply["error"], "fan 0 is being released by the system's thermal control");
+    // Retried as the application does; a hand-back between tries would undo the unlock.
+    for (int tick = 0; tick < 10 && !reply.contains("applied"); ++tick) {
+        helper.timers.advance(0.5);
+        reply = client.call(setTarget(id++, 0, 4000.0));
+    }
+    EXPECT_EQ(reply["applied"], 4000.0);
+    EXPECT_TRUE(helper.fan(0).forced);
+
+    // Gone in the middle of an unlock: the fan and Ftst go back all the same.
+    EXPECT_EQ(client.call(setTarget(id++, 1, 4000.0))["applied"], 4000.0) << "released with fan 0";
+    client.call(call(id++, "restoreAutomaticControl"));
+    ASSERT_EQ(test::Exchange{*helper.mac}.read("Ftst"), 0.0);
+    EXPECT_EQ(client.call(setTarget(id++, 1, 4000.0))["error"], "fan 1 is being released by the system's thermal control");
+    ASSERT_EQ(test::Exchange{*helper.mac}.read("Ftst"), 1.0);
+    client.close();
+    EXPECT_EQ(test::Exchange{*helper.mac}.read("Ftst"), 0.0);
+    EXPECT_EQ(test::Exchange{*helper.mac}.read("F1Md"), 3.0);
 }
 
 TEST_F(HelperDaemonTest, HandsFansBackWhenHeartbeatsStop) {

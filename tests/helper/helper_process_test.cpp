@@ -87,6 +87,38 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     EXPECT_NE(log.find("Handed every fan back to the firmware: received SIGTERM"), std::string::npos) << log;
 }
 
+TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
+    testing::TempDirectory directory;
+    const std::string socket = (directory / "helper.sock").string();
+    const std::string smc = (directory / "smc.sock").string();
+    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-desktop-1fan"),
+                                              SystemClock::shared(), 1, idleLoad());
+    SimulatedSMCTransport transport(mac);
+    SMCSocketServer simulator(transport, smc);
+    simulator.start();
+    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--smc-socket", QString::fromStdString(smc), "--socket",
+                                                  QString::fromStdString(socket)});
+    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
+
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t child = testing::forkForcingClient(socket, {frameBytes(setTargetRequest(1, 0, 4000))}, ready[1]);
+    ASSERT_GE(child, 0);
+    ::close(ready[1]);
+    pollfd entry{ready[0], POLLIN, 0};
+    char byte = 0;
+    EXPECT_TRUE(::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1);
+    ::close(ready[0]);
+    SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(smc));
+    EXPECT_EQ(bridge.read("Ftst"), 1.0) << "the unlock has begun";
+
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_TRUE(waitUntil(after(5000ms), [&] { return bridge.read("Ftst") == 0.0; }));
+    EXPECT_EQ(bridge.read("F0Md"), 3.0) << "the system's thermal control has the fan again";
+    EXPECT_FALSE(mac->fans()[0].forced);
+}
+
 TEST_F(HelperProcessTest, TerminationHandsTheSimulatorsFansBack) {
     testing::TempDirectory directory;
     const std::string socket = (directory / "helper.sock").string();

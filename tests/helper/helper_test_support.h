@@ -144,13 +144,15 @@ private:
     std::size_t received_ = 0;
 };
 
-// The daemon in this process over a simulated two-fan laptop (fan 0: 1200...5800 RPM, fan 1:
-// 1300...6300) on a manual clock. Make a QCoreApplication first.
+// The daemon in this process over a simulated Mac, by default the two-fan laptop (fan 0:
+// 1200...5800 RPM, fan 1: 1300...6300), on a manual clock. Make a QCoreApplication first.
 struct SimulatedDaemon {
     explicit SimulatedDaemon(
         PeerCheck allow = [](const PeerCredentials&) { return true; },
-        std::size_t maxPendingOutput = std::size_t{1} << 20)
-        : daemon(writer, timers, options(std::move(allow), maxPendingOutput)) {
+        std::size_t maxPendingOutput = std::size_t{1} << 20,
+        MachineProfile profile = *MachineProfile::builtIn("apple-silicon-laptop-2fan"))
+        : mac(std::make_shared<SimulatedMac>(std::move(profile), clock, 7, idleLoad()))
+        , daemon(writer, timers, options(std::move(allow), maxPendingOutput)) {
         daemon.start();
     }
 
@@ -176,10 +178,9 @@ struct SimulatedDaemon {
     std::string socketPath = (directory / "helper.sock").string();
     ManualClock clock;
     ManualTimerSource timers{clock};
-    std::shared_ptr<SimulatedMac> mac = std::make_shared<SimulatedMac>(
-        *MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 7, idleLoad());
+    std::shared_ptr<SimulatedMac> mac;
     SMCFanWriter writer{std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
-                        "simulated"};
+                        "simulated", clock};
     HelperDaemon daemon;
 };
 
