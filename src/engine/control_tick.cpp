@@ -280,7 +280,8 @@ QCoro::Task<void> HalvorenEngine::pushTargets(std::vector<std::pair<int, double>
         }
         setLastError("write failed: " + failure->message());
         failed = true;
-        linkFailed = linkFailed || (failure->domain() != helperErrorDomain && failure->domain() != driverErrorDomain);
+        linkFailed =
+            linkFailed || (failure->domain() != helperErrorDomain && failure->domain() != driverErrorDomain);
     }
     if (!failed && !timedOut) {
         const std::optional<std::string>& error = lastError_.value();

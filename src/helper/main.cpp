@@ -6,8 +6,8 @@
 #include "helper/helper_log.h"
 #include "helper/helper_options.h"
 #include "helper/process_signals.h"
-#include "platform/termination_signals.h"
 #include "helper/smc_fan_writer.h"
+#include "platform/termination_signals.h"
 #include "platform/timer_source.h"
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
@@ -75,7 +75,8 @@ int run(const HelperOptions& options) {
             quit("cannot serve the simulated controller on " + options.smcSocketPath + ": " + error.what());
         }
         auto bridge = std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac));
-        writer = std::make_unique<SMCFanWriter>(bridge, "simulated " + mac->profile().name, SystemClock::shared());
+        writer =
+            std::make_unique<SMCFanWriter>(bridge, "simulated " + mac->profile().name, SystemClock::shared());
     } else if (!options.smcSocketPath.empty()) {
         try {
             auto bridge = std::make_shared<SMCKernelBridge>(

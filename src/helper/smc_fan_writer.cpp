@@ -20,7 +20,8 @@ std::string fanText(int fan) {
 
 } // namespace
 
-SMCFanWriter::SMCFanWriter(std::shared_ptr<SMCKernelBridge> bridge, std::string description, const Clock& clock)
+SMCFanWriter::SMCFanWriter(std::shared_ptr<SMCKernelBridge> bridge, std::string description,
+                           const Clock& clock)
     : bridge_(std::move(bridge))
     , description_(std::move(description))
     , clock_(clock)
@@ -63,13 +64,15 @@ double SMCFanWriter::setTarget(int fan, double rpm) {
 void SMCFanWriter::force(int fan, double mode) {
     switch (protocol_.kind) {
     case FanControl::none:
-        throw FanWriteError(fanText(fan) + " cannot be forced: the controller has no " + protocol_.modeKey(fan) +
-                            ", " + FanControlProtocol{FanControl::modeKey, true}.modeKey(fan) + " or \"" +
+        throw FanWriteError(fanText(fan) + " cannot be forced: the controller has no " +
+                            protocol_.modeKey(fan) + ", " +
+                            FanControlProtocol{FanControl::modeKey, true}.modeKey(fan) + " or \"" +
                             std::string(FanControlKeys::forceBits) + "\" key");
     case FanControl::forceBits:
         writeFanForced(*bridge_, protocol_, fan, true);
         if (readFanMode(*bridge_, protocol_, fan) != FanControlKeys::forcedMode) {
-            refuse(fan, "\"" + std::string(FanControlKeys::forceBits) + "\" does not keep its bit " + std::to_string(fan));
+            refuse(fan, "\"" + std::string(FanControlKeys::forceBits) + "\" does not keep its bit " +
+                            std::to_string(fan));
         }
         held_.insert(fan);
         return;
@@ -105,8 +108,8 @@ void SMCFanWriter::forceAfterUnlock(int fan, double mode) {
         } catch (const SMCError&) {
             // Still set: the hand-back that follows the refusal tries again.
         }
-        refuse(fan, "the system's thermal control did not let go of it within " + doubleText(releaseDeadline) +
-                        " s of Ftst = 1");
+        refuse(fan, "the system's thermal control did not let go of it within " +
+                        doubleText(releaseDeadline) + " s of Ftst = 1");
     }
     throw FanWritePending(fanText(fan) + " is being released by the system's thermal control");
 }
@@ -129,7 +132,7 @@ bool SMCFanWriter::holdMode(int fan) {
 void SMCFanWriter::refuse(int fan, const std::string& why) {
     std::string text = fanText(fan) + " cannot be forced: " + why;
     refused_[fan] = Refusal{clock_.monotonicNow() + coolOff, text};
-    throw FanWriteError(std::move(text));
+    throw FanWriteError(text);
 }
 
 void SMCFanWriter::relockIfUnused() {
@@ -143,7 +146,8 @@ void SMCFanWriter::relockIfUnused() {
 void SMCFanWriter::setAutomatic(int fan) {
     try {
         if (!handBackFan(*bridge_, protocol_, fan)) {
-            throw FanWriteError("cannot hand " + fanText(fan) + " back to the firmware: it still reads as forced");
+            throw FanWriteError("cannot hand " + fanText(fan) +
+                                " back to the firmware: it still reads as forced");
         }
         held_.erase(fan);
         releasing_.erase(fan);

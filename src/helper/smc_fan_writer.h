@@ -62,10 +62,10 @@ private:
     int fanCount_ = 0;
     FanControlProtocol protocol_;
 
-    std::set<int> held_;                // fans this writer forced
-    std::map<int, double> releasing_;   // fans waiting for the system to let go, since when
-    std::map<int, Refusal> refused_;    // fans that could not be forced, until when
-    bool unlocked_ = false;             // this writer set "Ftst" and has not cleared it
+    std::set<int> held_;              // fans this writer forced
+    std::map<int, double> releasing_; // fans waiting for the system to let go, since when
+    std::map<int, Refusal> refused_;  // fans that could not be forced, until when
+    bool unlocked_ = false;           // this writer set "Ftst" and has not cleared it
 };
 
 } // namespace halvoren

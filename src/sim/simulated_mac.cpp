@@ -167,8 +167,9 @@ void SimulatedMac::switched(std::size_t keyIndex) {
                 model_.setForced(fan, false);
             }
         } else if (systemHolds_ && !releaseStep_) {
-            releaseStep_ = step_ + static_cast<std::uint64_t>(std::ceil(
-                                       profile_.thermal.firmware.releaseDelay / ThermalModel::stepSeconds - 1e-6));
+            releaseStep_ =
+                step_ + static_cast<std::uint64_t>(std::ceil(
+                            profile_.thermal.firmware.releaseDelay / ThermalModel::stepSeconds - 1e-6));
             releaseIfDue();
         }
     }

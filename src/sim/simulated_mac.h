@@ -37,10 +37,10 @@ struct NodeTemperature {
 // (see fan_control_protocol.h): through the bits of "FS! ", through the mode key, or, with
 // "Ftst" beside the mode key, only after Ftst = 1 has made the system's thermal control let go
 // of them, which takes the profile's firmware releaseDelay; until then the mode keys read 3 and
-// refuse 1 with result 0x82, and Ftst = 0 takes every fan back. The model advances lazily, in fixed steps, up to
-// the clock's time whenever the machine is used, and sensor noise is a function of (seed, key,
-// step), so a fixed seed and equal clock steps give equal bytes however often anyone reads.
-// Every public operation is safe from any thread.
+// refuse 1 with result 0x82, and Ftst = 0 takes every fan back. The model advances lazily, in fixed steps, up
+// to the clock's time whenever the machine is used, and sensor noise is a function of (seed, key, step), so a
+// fixed seed and equal clock steps give equal bytes however often anyone reads. Every public operation is
+// safe from any thread.
 class SimulatedMac {
 public:
     // A catch-up longer than this (a sleeping host, a clock jumped by a test) skips the rest and

@@ -29,7 +29,7 @@ std::string FanControlProtocol::modeKey(int fan) const {
 }
 
 std::string FanControlProtocol::description() const {
-    const std::string mode = lowerCaseMode ? "F<n>md" : "F<n>Md";
+    std::string mode = lowerCaseMode ? "F<n>md" : "F<n>Md";
     switch (kind) {
     case FanControl::none:
         break;
@@ -76,7 +76,8 @@ double readFanMode(SMCKernelBridge& bridge, const FanControlProtocol& protocol, 
     case FanControl::none:
         return FanControlKeys::automaticMode;
     case FanControl::forceBits:
-        return (forceBits(bridge) & bitOf(fan)) != 0 ? FanControlKeys::forcedMode : FanControlKeys::automaticMode;
+        return (forceBits(bridge) & bitOf(fan)) != 0 ? FanControlKeys::forcedMode
+                                                     : FanControlKeys::automaticMode;
     case FanControl::modeKey:
     case FanControl::unlockModeKey:
         break;

@@ -141,7 +141,8 @@ protected:
         engine.setSpoolRate(9000.0);
         engine.start();
         engine.installHelper();
-        ASSERT_TRUE(pumpUntil([&] { return engine.helperState().value() == HelperState::connected(); }, 15000));
+        ASSERT_TRUE(
+            pumpUntil([&] { return engine.helperState().value() == HelperState::connected(); }, 15000));
 
         engine.selectPreset(FanPreset::max);
         EXPECT_TRUE(pumpUntil(
@@ -154,7 +155,8 @@ protected:
         EXPECT_EQ(engine.drivingStatusSubtitle(), "Max cooling");
 
         engine.selectProfile(FanProfile::appleAuto());
-        EXPECT_TRUE(pumpUntil([&] { return allFans([](const FanStatus& f) { return !f.isManaged; }); }, 10000));
+        EXPECT_TRUE(
+            pumpUntil([&] { return allFans([](const FanStatus& f) { return !f.isManaged; }); }, 10000));
         SimulatedMac& mac = system.host().mac();
         const auto bridge = system.host().openBridge();
         for (std::size_t fan = 0; fan < fanCount; ++fan) {

@@ -102,7 +102,8 @@ TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForc
 
     int ready[2];
     ASSERT_EQ(::pipe(ready), 0);
-    const pid_t child = testing::forkForcingClient(socket, {frameBytes(setTargetRequest(1, 0, 4000))}, ready[1]);
+    const pid_t child =
+        testing::forkForcingClient(socket, {frameBytes(setTargetRequest(1, 0, 4000))}, ready[1]);
     ASSERT_GE(child, 0);
     ::close(ready[1]);
     pollfd entry{ready[0], POLLIN, 0};

@@ -141,14 +141,16 @@ TEST(SMCFanWriter, UnlockWaitsForTheSystemWithoutBlockingAndGivesUpAfterTheDeadl
 
 TEST(SMCFanWriter, AControllerWithoutForcingKeysRefusesEveryWriteAndHasNothingToHandBack) {
     auto profile = laptop();
-    std::erase_if(profile.keys, [](const ProfileKey& key) { return key.name == "F0Md" || key.name == "F1Md"; });
+    std::erase_if(profile.keys,
+                  [](const ProfileKey& key) { return key.name == "F0Md" || key.name == "F1Md"; });
     Rig rig(profile);
     EXPECT_EQ(rig.writer.protocol().kind, FanControl::none);
     try {
         rig.writer.setTarget(0, 3000.0);
         FAIL() << "refused";
     } catch (const FanWriteError& error) {
-        EXPECT_EQ(std::string(error.what()), R"(fan 0 cannot be forced: the controller has no F0Md, F0md or "FS! " key)");
+        EXPECT_EQ(std::string(error.what()),
+                  R"(fan 0 cannot be forced: the controller has no F0Md, F0md or "FS! " key)");
     }
     EXPECT_NO_THROW(rig.writer.restoreAutomatic());
 }

@@ -80,7 +80,8 @@ inline MachineProfile asGeneration(MachineProfile profile, bool lowerCaseMode, b
         }
     }
     if (unlockSwitch && !profile.key("Ftst")) {
-        profile.keys.push_back({"Ftst", FourCC::code("Ftst"), SMCDataType::ui8Code, 1, {0}, KeySource::FanTest{}});
+        profile.keys.push_back(
+            {"Ftst", FourCC::code("Ftst"), SMCDataType::ui8Code, 1, {0}, KeySource::FanTest{}});
     }
     return profile;
 }

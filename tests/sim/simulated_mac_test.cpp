@@ -106,45 +106,20 @@ TEST(SimulatedMac, ForcedFanFollowsItsTargetAtTheSpinRateWithinItsRange) {
     EXPECT_FALSE(mac.fans()[0].forced);
 }
 
-TEST(SimulatedMac, IntelBeforeTheT2ForcesEachFanByItsBitOfFSBang) {
-    ManualClock clock;
-    SimulatedMac mac(test::builtIn("intel-laptop"), clock, 1, idleLoad());
-    Exchange ex{mac};
-    EXPECT_EQ(mac.fanControl(), (FanControlProtocol{FanControl::forceBits, false}));
-    EXPECT_EQ(ex.info("F0Md").result, 132) << "no mode keys";
-    ASSERT_EQ(ex.write("FS! ", 2), 0);
-    ASSERT_EQ(ex.write("F1Tg", 5000), 0);
-    ASSERT_EQ(ex.write("F0Tg", 5000), 0);
-    clock.advance(10.0);
-    EXPECT_EQ(ex.read("F1Ac"), 5000.0);
-    EXPECT_LT(ex.read("F0Ac"), 4000.0) << "fan 0's bit is clear: the firmware has it";
-    EXPECT_EQ((std::vector<bool>{mac.fans()[0].forced, mac.fans()[1].forced}), (std::vector<bool>{false, true}));
-    ASSERT_EQ(ex.write("FS! ", 0), 0);
-    EXPECT_FALSE(mac.fans()[1].forced);
-}
-
+// The writer's tests follow the unlock through; here, what only the controller shows.
 TEST(SimulatedMac, TheSystemHoldsTheFansOfAnM2ToM4UntilFtstAndTakesThemBackWithout) {
     ManualClock clock;
     SimulatedMac mac(test::builtIn("apple-silicon-desktop-1fan"), clock, 1, idleLoad());
     Exchange ex{mac};
-    EXPECT_EQ(mac.fanControl(), (FanControlProtocol{FanControl::unlockModeKey, false}));
     EXPECT_EQ(ex.read("F0Md"), 3.0);
     EXPECT_EQ(ex.write("F0Md", 1), 0x82);
     EXPECT_EQ(ex.write("F0Md", 0), 0) << "leaving the fan to the system changes nothing";
-    EXPECT_EQ(ex.read("F0Md"), 3.0);
-
     ASSERT_EQ(ex.write("Ftst", 1), 0);
     clock.advance(3.9);
     ASSERT_EQ(ex.write("Ftst", 1), 0) << "a second 1 does not start the wait again";
-    EXPECT_EQ(ex.write("F0Md", 1), 0x82);
     clock.advance(0.1);
-    EXPECT_EQ(ex.read("F0Md"), 0.0);
     ASSERT_EQ(ex.write("F0Md", 1), 0);
-    ASSERT_EQ(ex.write("F0Tg", 4000), 0);
-    EXPECT_EQ(ex.read("F0Md"), 1.0);
-    clock.advance(10.0);
-    EXPECT_EQ(ex.read("F0Ac"), 4000.0);
-
+    EXPECT_TRUE(mac.fans()[0].forced);
     ASSERT_EQ(ex.write("Ftst", 0), 0);
     EXPECT_EQ(ex.read("F0Md"), 3.0);
     EXPECT_FALSE(mac.fans()[0].forced);
