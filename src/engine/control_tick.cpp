@@ -251,6 +251,10 @@ QCoro::Task<void> HalvorenEngine::pushTargets(std::vector<std::pair<int, double>
     const std::weak_ptr<int> alive = lifetime_;
     bool failed = false;
     bool timedOut = false;
+    // Only a failure of the link itself asks for the helper's state again. A refusal the
+    // helper sent, or one the driver made before sending, proves nothing about the link, and
+    // asking after each would handshake every few seconds for as long as a fan cannot be forced.
+    bool linkFailed = false;
     for (const auto& [fan, desired] : targets) {
         const double rpm = rampedTarget(fan, desired);
         std::optional<DriverFailure> failure;
@@ -276,6 +280,8 @@ QCoro::Task<void> HalvorenEngine::pushTargets(std::vector<std::pair<int, double>
         }
         setLastError("write failed: " + failure->message());
         failed = true;
+        linkFailed =
+            linkFailed || (failure->domain() != helperErrorDomain && failure->domain() != driverErrorDomain);
     }
     if (!failed && !timedOut) {
         const std::optional<std::string>& error = lastError_.value();
@@ -284,7 +290,9 @@ QCoro::Task<void> HalvorenEngine::pushTargets(std::vector<std::pair<int, double>
         }
         co_return;
     }
-    supervisor_.refreshHelperStateFromTick();
+    if (timedOut || linkFailed) {
+        supervisor_.refreshHelperStateFromTick();
+    }
 }
 
 double HalvorenEngine::rampedTarget(int fan, double desired) {

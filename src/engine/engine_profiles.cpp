@@ -92,9 +92,17 @@ void HalvorenEngine::updatePowerTelemetry(const PowerTelemetry& telemetry) {
 }
 
 std::string HalvorenEngine::drivingStatusSubtitle() const {
-    return FanDrivingStatus::subtitle(isTurboEngaged_.value(), meetingQuietActive_.value(),
-                                      activePreset_.value(), !manualFanTargets_->empty(),
-                                      activeProfile_.value());
+    std::string subtitle = FanDrivingStatus::subtitle(isTurboEngaged_.value(), meetingQuietActive_.value(),
+                                                      activePreset_.value(), !manualFanTargets_->empty(),
+                                                      activeProfile_.value());
+    // A policy the fans do not follow is not claimed as if they did; lastError says why.
+    const std::optional<std::string>& error = lastError_.value();
+    const bool drives = !manualFanTargets_->empty() ||
+                        (activeProfile_.value() && activeProfile_.value()->mode != ControlMode::appleAuto);
+    if (drives && error && error->starts_with("write failed")) {
+        subtitle += " (fan writes failing)";
+    }
+    return subtitle;
 }
 
 } // namespace halvoren

@@ -178,6 +178,8 @@ public:
     void resetPresetPowerCaps();
     // Every fan at one speed ("Manual Lock"); nothing happens while no fan is known.
     void setConstantRPM(std::int64_t rpm);
+    // What drives the fans, in words; " (fan writes failing)" is added while the program should
+    // drive them and its last push failed.
     std::string drivingStatusSubtitle() const;
     // The new power state. A change between battery and not battery re-applies the active
     // preset with the caps of the new source.

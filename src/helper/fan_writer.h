@@ -20,6 +20,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A write that has begun to take the fan and needs more time: the same call, made again
+// shortly, finishes it. The fan must stay counted as forced, and not be handed back, meanwhile.
+class FanWritePending : public FanWriteError {
+public:
+    using FanWriteError::FanWriteError;
+};
+
 // Where the daemon's fan writes go: the seam between the request logic and one kind of
 // hardware. Fans are numbered from 0. Every operation throws FanWriteError on failure and is
 // called from the daemon's one thread only. Callers check the index against fanCount() and
@@ -33,7 +40,8 @@ public:
     virtual int fanCount() const = 0;
     virtual FanLimits limits(int fan) = 0;
     // Takes the fan away from the firmware and sets its target. Returns the RPM actually
-    // written, which may differ from `rpm` by the rounding of the hardware's unit.
+    // written, which may differ from `rpm` by the rounding of the hardware's unit. Throws
+    // FanWritePending when taking the fan needs more calls.
     virtual double setTarget(int fan, double rpm) = 0;
     // Hands one fan back to the firmware.
     virtual void setAutomatic(int fan) = 0;

@@ -88,6 +88,9 @@ HelperReply::Outcome HelperService::setTarget(ClientId client, int fan, double r
         const double applied = writer_.setTarget(fan, *verdict.rpm());
         targets_[fan] = applied;
         return HelperReply::Applied{applied};
+    } catch (const FanWritePending& pending) {
+        // Handing the fan back now would undo what has begun; it stays counted as forced.
+        return HelperReply::Failure{pending.what()};
     } catch (const FanWriteError& error) {
         // Half a write may have left the fan forced at an old target; the firmware is safer.
         try {

@@ -97,12 +97,14 @@ int run(const HelperOptions& options) {
             quit("cannot serve the simulated controller on " + options.smcSocketPath + ": " + error.what());
         }
         auto bridge = std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac));
-        writer = std::make_unique<SMCFanWriter>(bridge, "simulated " + mac->profile().name);
+        writer =
+            std::make_unique<SMCFanWriter>(bridge, "simulated " + mac->profile().name, SystemClock::shared());
     } else if (!options.smcSocketPath.empty()) {
         try {
             auto bridge = std::make_shared<SMCKernelBridge>(
                 std::make_unique<SocketSMCTransport>(options.smcSocketPath));
-            writer = std::make_unique<SMCFanWriter>(bridge, "simulator at " + options.smcSocketPath);
+            writer = std::make_unique<SMCFanWriter>(bridge, "simulator at " + options.smcSocketPath,
+                                                    SystemClock::shared());
         } catch (const SMCError& error) {
             quit("cannot reach the simulator at " + options.smcSocketPath + ": " + error.what());
         }
@@ -113,6 +115,9 @@ int run(const HelperOptions& options) {
                  ": neither an applesmc device nor a hwmon device with a writable pwmN_enable and a "
                  "fanN_target (--simulate drives a simulated Mac instead)");
         }
+        // Only plain file writes are possible in a crash handler. The controller-key writers above
+        // need none: a machine hosted here dies with the process, and the host behind
+        // --smc-socket sees this connection close and hands every fan back itself.
         installCrashHandBack(writer->handBackFiles());
     }
 

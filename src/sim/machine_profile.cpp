@@ -219,11 +219,12 @@ void parseThermal(const Json& root, MachineProfile& profile) {
 
     if (root.contains("firmware")) {
         const Json& object = root["firmware"];
-        onlyMembers(object, {"start", "full", "hysteresis", "stopsWhenCool"}, "firmware");
+        onlyMembers(object, {"start", "full", "hysteresis", "stopsWhenCool", "releaseDelay"}, "firmware");
         auto& curve = thermal.firmware;
         curve.start = number(object, "start", "firmware");
         curve.full = number(object, "full", "firmware");
         curve.hysteresis = nonNegative(object, "hysteresis", 0.0, "firmware");
+        curve.releaseDelay = nonNegative(object, "releaseDelay", curve.releaseDelay, "firmware");
         curve.stopsWhenCool = object.contains("stopsWhenCool") &&
                               within("firmware", [&] { return json::requireBool(object, "stopsWhenCool"); });
         if (!(curve.full > curve.start)) {

@@ -1,6 +1,7 @@
 #include "sim/simulated_mac.h"
 
 #include "core/clamp.h"
+#include "core/fan_key.h"
 #include "core/smc_codec_error.h"
 #include "core/smc_data_codec.h"
 #include "smc/smc_error.h"
@@ -86,8 +87,33 @@ SimulatedMac::SimulatedMac(MachineProfile profile, const Clock& clock, std::uint
         indexOfCode_.emplace(profile_.keys[i].code, i);
         stored_.push_back(profile_.keys[i].initialBytes);
     }
+    const auto indexOf = [this](std::string_view name) -> std::optional<std::size_t> {
+        const ProfileKey* key = profile_.key(name);
+        return key ? std::optional(static_cast<std::size_t>(key - profile_.keys.data())) : std::nullopt;
+    };
+    // Only keys that take part count: a mode key that follows a fan, switches that hold writes.
+    fanControl_ = fanControlProtocol([this](std::string_view name) {
+        const ProfileKey* key = profile_.key(name);
+        if (!key) {
+            return false;
+        }
+        const auto* fan = std::get_if<KeySource::Fan>(&key->source);
+        return std::holds_alternative<KeySource::FanTest>(key->source) ||
+               (fan && fan->field == KeySource::FanField::mode);
+    });
+    if (fanControl_.kind == FanControl::forceBits) {
+        forceBitsIndex_ = indexOf(FanControlKeys::forceBits);
+    } else if (fanControl_.kind == FanControl::unlockModeKey) {
+        unlockIndex_ = indexOf(FanKey::forceTest);
+        systemHolds_ = true;
+    }
     lastLoad_ = load_->at(0.0);
     setFaults({});
+    for (const auto index : {forceBitsIndex_, unlockIndex_}) {
+        if (index) {
+            switched(*index); // the switch's initial bytes count as written at the start
+        }
+    }
 }
 
 void SimulatedMac::advance() {
@@ -106,6 +132,46 @@ void SimulatedMac::advance() {
         lastLoad_ = load_->at(static_cast<double>(step_ - loadOrigin_) * dt);
         model_.step(lastLoad_);
         ++step_;
+    }
+    releaseIfDue();
+}
+
+void SimulatedMac::releaseIfDue() {
+    if (releaseStep_ && step_ >= *releaseStep_) {
+        systemHolds_ = false;
+        releaseStep_.reset();
+    }
+}
+
+std::optional<double> SimulatedMac::storedNumber(std::size_t keyIndex) const {
+    try {
+        return SMCDataCodec::decode(stored_[keyIndex], profile_.keys[keyIndex].type());
+    } catch (const SMCCodecError&) {
+        return std::nullopt;
+    }
+}
+
+void SimulatedMac::switched(std::size_t keyIndex) {
+    const double value = storedNumber(keyIndex).value_or(0.0);
+    if (keyIndex == forceBitsIndex_) {
+        const auto bits = value > 0.0 ? static_cast<std::uint32_t>(value) : 0U;
+        for (std::size_t fan = 0; fan < model_.fanCount(); ++fan) {
+            model_.setForced(fan, (bits >> fan & 1U) != 0);
+        }
+    } else if (keyIndex == unlockIndex_) {
+        if (value == 0.0) {
+            // The system's thermal control takes every fan back at once.
+            systemHolds_ = true;
+            releaseStep_.reset();
+            for (std::size_t fan = 0; fan < model_.fanCount(); ++fan) {
+                model_.setForced(fan, false);
+            }
+        } else if (systemHolds_ && !releaseStep_) {
+            releaseStep_ =
+                step_ + static_cast<std::uint64_t>(std::ceil(
+                            profile_.thermal.firmware.releaseDelay / ThermalModel::stepSeconds - 1e-6));
+            releaseIfDue();
+        }
     }
 }
 
@@ -164,7 +230,10 @@ std::vector<std::uint8_t> SimulatedMac::valueBytes(std::size_t keyIndex) const {
                 case KeySource::FanField::target:
                     return encoded(fan.target, key.type());
                 case KeySource::FanField::mode:
-                    return encoded(fan.forced ? 1.0 : 0.0, key.type());
+                    return encoded(systemHolds_ ? FanControlKeys::systemMode
+                                   : fan.forced ? FanControlKeys::forcedMode
+                                                : FanControlKeys::automaticMode,
+                                   key.type());
                 }
                 return {};
             } else if constexpr (std::is_same_v<S, KeySource::KeyCount>) {
@@ -188,6 +257,7 @@ std::uint8_t SimulatedMac::write(std::size_t keyIndex, const SMCParamStruct& inp
     const auto bytes = input.valueBytes(key.size);
     if (std::holds_alternative<KeySource::FanTest>(key.source)) {
         stored_[keyIndex] = bytes;
+        switched(keyIndex);
         return SMCResult::success;
     }
     double value = 0.0;
@@ -206,6 +276,10 @@ std::uint8_t SimulatedMac::write(std::size_t keyIndex, const SMCParamStruct& inp
     }
     if (value != 0.0 && value != 1.0) {
         return Result::badArgument;
+    }
+    if (systemHolds_) {
+        // Taking a fan from the system's thermal control is refused; leaving it there is a no-op.
+        return value == 1.0 ? Result::badCommand : SMCResult::success;
     }
     model_.setForced(fan.fan, value == 1.0);
     return SMCResult::success;

@@ -5,6 +5,7 @@
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
 #include "sim/thermal_model.h"
+#include "smc/fan_control_protocol.h"
 #include "smc/smc_param_struct.h"
 
 #include <cstdint>
@@ -32,10 +33,14 @@ struct NodeTemperature {
 };
 
 // A Mac's controller in software: it answers the exchange of the real one from a machine profile
-// and a thermal model that runs under a load. The model advances lazily, in fixed steps, up to
-// the clock's time whenever the machine is used, and sensor noise is a function of (seed, key,
-// step), so a fixed seed and equal clock steps give equal bytes however often anyone reads.
-// Every public operation is safe from any thread.
+// and a thermal model that runs under a load. Fans are forced the way the profile's keys say
+// (see fan_control_protocol.h): through the bits of "FS! ", through the mode key, or, with
+// "Ftst" beside the mode key, only after Ftst = 1 has made the system's thermal control let go
+// of them, which takes the profile's firmware releaseDelay; until then the mode keys read 3 and
+// refuse 1 with result 0x82, and Ftst = 0 takes every fan back. The model advances lazily, in fixed steps, up
+// to the clock's time whenever the machine is used, and sensor noise is a function of (seed, key, step), so a
+// fixed seed and equal clock steps give equal bytes however often anyone reads. Every public operation is
+// safe from any thread.
 class SimulatedMac {
 public:
     // A catch-up longer than this (a sleeping host, a clock jumped by a test) skips the rest and
@@ -53,6 +58,7 @@ public:
     SMCParamStruct exchange(const SMCParamStruct& input);
 
     const MachineProfile& profile() const { return profile_; }
+    const FanControlProtocol& fanControl() const { return fanControl_; }
 
     // Direct inspection for tests and tools, as of the clock's current time.
     std::vector<SimulatedFan> fans();
@@ -76,6 +82,10 @@ private:
     std::optional<std::uint8_t> overridden(const ProfileKey& key, SMCCommand command) const;
     std::vector<std::uint8_t> valueBytes(std::size_t keyIndex) const;
     std::uint8_t write(std::size_t keyIndex, const SMCParamStruct& input);
+    // A fan-control switch took new bytes.
+    void switched(std::size_t keyIndex);
+    std::optional<double> storedNumber(std::size_t keyIndex) const;
+    void releaseIfDue();
     double noise(const ProfileKey& key, double amplitude) const;
 
     const MachineProfile profile_;
@@ -83,6 +93,9 @@ private:
     const std::uint64_t seed_;
     const double origin_;
     std::unordered_map<std::uint32_t, std::size_t> indexOfCode_;
+    FanControlProtocol fanControl_;
+    std::optional<std::size_t> forceBitsIndex_; // "FS! ", when its bits force the fans
+    std::optional<std::size_t> unlockIndex_;    // "Ftst", when the system holds the fans
 
     mutable std::mutex mutex_;
     ThermalModel model_;
@@ -94,6 +107,8 @@ private:
     FaultPlan faults_;
     std::vector<std::size_t> visible_; // key indices in index order, vanished keys left out
     std::vector<bool> vanished_;
+    bool systemHolds_ = false;                 // the system's thermal control has every fan
+    std::optional<std::uint64_t> releaseStep_; // when it lets go of them
 };
 
 } // namespace halvoren

@@ -1,9 +1,8 @@
 #include "sim/simulated_machine_host.h"
 
-#include "core/fan_key.h"
+#include "smc/fan_control_protocol.h"
 #include "smc/unix_socket.h"
 
-#include <exception>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -29,16 +28,10 @@ std::shared_ptr<SMCKernelBridge> SimulatedMachineHost::openBridge() {
     return std::make_shared<SMCKernelBridge>(openSimulatedTransport(mac_));
 }
 
-// Runs on the server's thread. Each fan is tried on its own, so one failing write (an injected
-// fault) still lets the others go back.
+// Runs on the server's thread, in the machine's own protocol, as the helper would. Each step is
+// tried on its own, so one failing write (an injected fault) still lets the others go back.
 void SimulatedMachineHost::handBackEveryFan() {
-    const auto fans = static_cast<int>(mac_->fans().size());
-    for (int fan = 0; fan < fans; ++fan) {
-        try {
-            handBackBridge_.write(FanKey::mode(fan), 0.0);
-        } catch (const std::exception&) {
-        }
-    }
+    halvoren::handBackEveryFan(handBackBridge_, mac_->fanControl(), static_cast<int>(mac_->fans().size()));
 }
 
 } // namespace halvoren

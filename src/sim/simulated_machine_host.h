@@ -17,7 +17,8 @@ namespace halvoren {
 // The simulated Mac as the application runs it: one machine, read in-process through bridges of
 // its own and served on a Unix socket to the fan-control helper, so the machine outlives any
 // helper that comes and goes. When the last client of the socket goes, every fan is handed back
-// to its firmware curve: a helper that is killed before it can do so leaves no fan forced.
+// to its firmware curve in the machine's own protocol (mode keys, "FS! " bits, then "Ftst"): a
+// helper that is killed before it can do so leaves no fan forced.
 class SimulatedMachineHost {
 public:
     // `profile` is a built-in name or a profile file; `clock` must outlive the host. The socket's

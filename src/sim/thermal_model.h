@@ -43,6 +43,9 @@ struct FirmwareCurve {
     double full = 90.0;
     double hysteresis = 0.0;
     bool stopsWhenCool = false;
+    // On machines whose system thermal control holds the fans (Ftst beside F<n>Md): seconds
+    // from Ftst = 1 until it lets go of them. The model itself does not use it.
+    double releaseDelay = 4.0;
 };
 
 // Processors slow down when too hot: above `start` the load's power falls linearly, reaching

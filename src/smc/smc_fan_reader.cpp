@@ -49,8 +49,14 @@ FanStatus SMCFanReader::status(int fan) const {
     status.minRPM = tryRead(*bridge, FanKey::minimum(fan)).value_or(0.0);
     status.maxRPM = tryRead(*bridge, FanKey::maximum(fan)).value_or(0.0);
     status.targetRPM = tryRead(*bridge, FanKey::target(fan)).value_or(status.currentRPM);
-    const auto mode = tryRead(*bridge, FanKey::mode(fan));
-    status.isManaged = mode.has_value() && *mode != 0.0;
+    try {
+        if (!protocol) {
+            protocol = fanControlProtocol(*bridge);
+        }
+        status.isManaged = FanControlKeys::isForcedMode(readFanMode(*bridge, *protocol, fan));
+    } catch (const SMCError&) {
+        status.isManaged = false; // a failed lookup is asked again next time
+    }
     return status;
 }
 

@@ -4,11 +4,15 @@
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
 #include "platform/timer_source.h"
+#include "sim/machine_profile.h"
+#include "sim/simulated_machine_host.h"
+#include "smc/fan_control_protocol.h"
 
 #include <QCoreApplication>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <csignal>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
@@ -21,6 +25,11 @@ class EndToEndTest : public ::testing::Test {
 protected:
     int argc = 0;
     QCoreApplication app{argc, nullptr};
+    // Destroyed after the system: cancelled timers are deleted later, which processEvents alone
+    // never does, and left over they would be leaks to the next test in this process.
+    struct DeferredDeletes {
+        ~DeferredDeletes() { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+    } deferredDeletes;
     QTemporaryDir dir;
     QSettings settings{dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
     QtTimerSource timers;
@@ -96,6 +105,88 @@ TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
     // A poll still on the poller's worker finishes only through the event loop; let it, so the
     // loop's last pass ends before the engine goes.
     pumpFor(500);
+}
+
+// Max and back to the firmware on a simulated Mac of each generation, through the real helper,
+// and nothing left forced in the controller afterwards: no mode, no bit of "FS! ", no Ftst.
+class GenerationsTest : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+
+    void maxThenHandBack(const std::string& profile) {
+        SCOPED_TRACE(profile);
+        run(profile);
+        // As in EndToEndTest: what the system cancelled on its way out is deleted now.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    void run(const std::string& profile) {
+        QTemporaryDir dir;
+        QSettings settings{dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
+        QtTimerSource timers;
+        SimulatedSystem system{profile, "idle", timers, QStringLiteral(HALVOREN_HELPER_BINARY)};
+        HalvorenEngine engine{FanProfile::appleAuto(),
+                              HalvorenEngine::Environment{.driver = system.driver(),
+                                                          .timers = timers,
+                                                          .settings = settings,
+                                                          .coreCounts = [&] { return system.coreCounts(); },
+                                                          .hidFactory = {}}};
+        const auto fanCount = system.host().mac().fans().size();
+        const auto allFans = [&](const std::function<bool(const FanStatus&)>& test) {
+            const auto& fans = engine.fans().value();
+            return fans.size() == fanCount &&
+                   std::ranges::all_of(fans, [&](const auto& entry) { return test(entry.second); });
+        };
+        engine.setSpoolRate(9000.0);
+        engine.start();
+        engine.installHelper();
+        ASSERT_TRUE(
+            pumpUntil([&] { return engine.helperState().value() == HelperState::connected(); }, 15000));
+
+        engine.selectPreset(FanPreset::max);
+        EXPECT_TRUE(pumpUntil(
+            [&] {
+                return !engine.lastError().value() &&
+                       allFans([](const FanStatus& f) { return f.isManaged && f.targetRPM == f.maxRPM; });
+            },
+            20000))
+            << engine.lastError().value().value_or("fans not at their maximum");
+        EXPECT_EQ(engine.drivingStatusSubtitle(), "Max cooling");
+
+        engine.selectProfile(FanProfile::appleAuto());
+        EXPECT_TRUE(
+            pumpUntil([&] { return allFans([](const FanStatus& f) { return !f.isManaged; }); }, 10000));
+        SimulatedMac& mac = system.host().mac();
+        const auto bridge = system.host().openBridge();
+        for (std::size_t fan = 0; fan < fanCount; ++fan) {
+            EXPECT_FALSE(mac.fans()[fan].forced) << "fan " << fan;
+        }
+        if (mac.fanControl().kind == FanControl::forceBits) {
+            EXPECT_EQ(bridge->read(FanControlKeys::forceBits), 0.0);
+        }
+        if (mac.fanControl().kind == FanControl::unlockModeKey) {
+            EXPECT_EQ(bridge->read("Ftst"), 0.0);
+        }
+        engine.stop();
+        pumpFor(500);
+    }
+};
+
+TEST_F(GenerationsTest, MaxAndTheHandBackWorkOnEveryBuiltInMachineWithFans) {
+    for (const auto& name : MachineProfile::builtInNames()) {
+        if (!MachineProfile::named(name).thermal.fans.empty()) {
+            maxThenHandBack(name);
+        }
+    }
+}
+
+TEST_F(GenerationsTest, MaxAndTheHandBackWorkOnARealIntelMacBookProOf2016) {
+    const std::string profile = HALVOREN_REAL_MACS_DIR "/intel-mbp15-2016.json";
+    if (!std::filesystem::exists(profile)) {
+        GTEST_SKIP() << "no real-macs key tables at " << profile << " (they live beside the checkout)";
+    }
+    maxThenHandBack(profile);
 }
 
 } // namespace

@@ -186,7 +186,9 @@ TEST_F(ControlTickTest, APlainFailureIsReportedAndTheOtherFansAreStillWritten) {
     tick(twoFans());
     EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{0, 2090.0}, {1, 2090.0}}));
     EXPECT_EQ(engine->lastError().value(), "write failed: fan 0 is busy");
-    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
+    EXPECT_EQ(engine->drivingStatusSubtitle(), "Speed locked (fan writes failing)");
+    // The helper answered, so the link is sound: its state is not asked for again.
+    EXPECT_EQ(driver.stateCalls, queriesBefore);
     // The failed fan keeps the ramp value that was attempted.
     EXPECT_EQ(engine->rampedTargets().at(0), 2090.0);
 
@@ -196,13 +198,20 @@ TEST_F(ControlTickTest, APlainFailureIsReportedAndTheOtherFansAreStillWritten) {
     tick(twoFans());
     EXPECT_EQ(driver.writesTo(0), (std::vector<double>{2090.0, 2180.0}));
     EXPECT_EQ(*errorChanges, 1);
-    EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
+    EXPECT_EQ(driver.stateCalls, queriesBefore);
+
+    // A link that failed is another matter.
+    driver.writeOutcomes = {std::nullopt, DriverFailure::linkFailed("the helper went away")};
+    tick(twoFans());
+    EXPECT_EQ(engine->lastError().value(), "write failed: the helper went away");
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
 
     // A fully successful push clears it.
     tick(twoFans());
     EXPECT_FALSE(engine->lastError().value().has_value());
-    EXPECT_EQ(*errorChanges, 2);
-    EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
+    EXPECT_EQ(engine->drivingStatusSubtitle(), "Speed locked");
+    EXPECT_EQ(*errorChanges, 3);
+    EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
 }
 
 TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {

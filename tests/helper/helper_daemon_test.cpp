@@ -1,3 +1,4 @@
+#include "../sim/sim_test_support.h"
 #include "helper_test_support.h"
 
 #include <QCoreApplication>
@@ -175,7 +176,7 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
     auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 1,
                                               idleLoad());
     SMCFanWriter writer(std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
-                        "sim");
+                        "sim", clock);
     HelperServer::Options options;
     options.path = path;
     options.allowPeer = [](const PeerCredentials&) { return true; };
@@ -220,6 +221,28 @@ TEST_F(HelperDaemonTest, HandsBackTheFansOfEachClientThatLeaves) {
     // A client the daemon throws out counts as gone too.
     bystander.sendRaw(frameBytes("[]"));
     EXPECT_TRUE(bystander.waitForClose());
+    EXPECT_FALSE(helper.anyFanForced());
+}
+
+TEST_F(HelperDaemonTest, AFanBeingReleasedStaysCountedAsForcedUntilItIsHeld) {
+    SimulatedDaemon helper(
+        {}, test::asGeneration(*MachineProfile::builtIn("apple-silicon-laptop-2fan"), false, true));
+    TestClient client(helper.socketPath);
+    std::uint64_t id = 1;
+    auto reply = client.call(setTarget(id++, 0, 4000.0));
+    EXPECT_EQ(reply["error"], "fan 0 is being released by the system's thermal control");
+    // Retried as the application does; a hand-back between tries would undo the unlock.
+    for (int tick = 0; tick < 10 && !reply.contains("applied"); ++tick) {
+        helper.timers.advance(0.5);
+        reply = client.call(setTarget(id++, 0, 4000.0));
+    }
+    EXPECT_EQ(reply["applied"], 4000.0);
+    EXPECT_TRUE(helper.fan(0).forced);
+
+    // Released with fan 0, fan 1 needs no wait; the last client gone, Ftst goes back to 0.
+    EXPECT_EQ(client.call(setTarget(id++, 1, 4000.0))["applied"], 4000.0);
+    client.close();
+    EXPECT_EQ(test::Exchange{*helper.mac}.read("Ftst"), 0.0);
     EXPECT_FALSE(helper.anyFanForced());
 }
 
@@ -341,10 +364,10 @@ TEST_F(HelperDaemonTest, OneUserAtItsCapLeavesRoomForAnother) {
     SimulatedDaemon helper(options);
     TestClient mine(helper.socketPath);
     ASSERT_EQ(mine.call(call(1, "heartbeat"))["id"], 1);
-    EXPECT_EQ(test::exchangeAs(0, helper.socketPath), test::Exchange::noAnswer);
+    EXPECT_EQ(test::exchangeAs(0, helper.socketPath), test::Reach::noAnswer);
     ::chmod(helper.directory.path().c_str(), 0711);
     ::chmod(helper.socketPath.c_str(), 0666);
-    EXPECT_EQ(test::exchangeAs(65534, helper.socketPath), test::Exchange::answered);
+    EXPECT_EQ(test::exchangeAs(65534, helper.socketPath), test::Reach::answered);
 }
 
 // Random and cut-off frames over many connections must neither crash the daemon nor keep it

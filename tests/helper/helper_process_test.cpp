@@ -114,14 +114,47 @@ TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
         ASSERT_EQ(::stat(path.c_str(), &info), 0) << path;
         EXPECT_EQ(info.st_mode & 07777, mode) << path;
     }
-    const std::tuple<uid_t, std::string, test::Exchange> exchanges[] = {
-        {65534, socket, test::Exchange::answered},
-        {65533, socket, test::Exchange::noAnswer},   // let in by the mode, refused by its user
-        {65534, smc, test::Exchange::cannotConnect}, // the simulated controller stays private
+    const std::tuple<uid_t, std::string, test::Reach> exchanges[] = {
+        {65534, socket, test::Reach::answered},
+        {65533, socket, test::Reach::noAnswer},   // let in by the mode, refused by its user
+        {65534, smc, test::Reach::cannotConnect}, // the simulated controller stays private
     };
     for (const auto& [uid, path, expected] : exchanges) {
         EXPECT_EQ(test::exchangeAs(uid, path), expected) << uid << " at " << path;
     }
+}
+
+TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
+    testing::TempDirectory directory;
+    const std::string socket = (directory / "helper.sock").string();
+    const std::string smc = (directory / "smc.sock").string();
+    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-desktop-1fan"),
+                                              SystemClock::shared(), 1, idleLoad());
+    SimulatedSMCTransport transport(mac);
+    SMCSocketServer simulator(transport, smc);
+    simulator.start();
+    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--smc-socket", QString::fromStdString(smc), "--socket",
+                                                  QString::fromStdString(socket)});
+    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
+
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t child =
+        testing::forkForcingClient(socket, {frameBytes(setTargetRequest(1, 0, 4000))}, ready[1]);
+    ASSERT_GE(child, 0);
+    ::close(ready[1]);
+    pollfd entry{ready[0], POLLIN, 0};
+    char byte = 0;
+    EXPECT_TRUE(::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1);
+    ::close(ready[0]);
+    SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(smc));
+    EXPECT_EQ(bridge.read("Ftst"), 1.0) << "the unlock has begun";
+
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    EXPECT_TRUE(waitUntil(after(5000ms), [&] { return bridge.read("Ftst") == 0.0; }));
+    EXPECT_EQ(bridge.read("F0Md"), 3.0) << "the system's thermal control has the fan again";
+    EXPECT_FALSE(mac->fans()[0].forced);
 }
 
 TEST_F(HelperProcessTest, TerminationHandsTheSimulatorsFansBack) {

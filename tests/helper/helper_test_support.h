@@ -149,12 +149,14 @@ private:
     std::size_t received_ = 0;
 };
 
-// The daemon in this process over a simulated two-fan laptop (fan 0: 1200...5800 RPM, fan 1:
-// 1300...6300) on a manual clock; it lets everyone in unless `options` say otherwise. Make a
-// QCoreApplication first.
+// The daemon in this process over a simulated Mac, by default the two-fan laptop (fan 0:
+// 1200...5800 RPM, fan 1: 1300...6300), on a manual clock; it lets everyone in unless `options`
+// say otherwise. Make a QCoreApplication first.
 struct SimulatedDaemon {
-    explicit SimulatedDaemon(HelperServer::Options options = {})
-        : daemon(writer, timers, withPath(std::move(options))) {
+    explicit SimulatedDaemon(HelperServer::Options options = {},
+                             MachineProfile profile = *MachineProfile::builtIn("apple-silicon-laptop-2fan"))
+        : mac(std::make_shared<SimulatedMac>(std::move(profile), clock, 7, idleLoad()))
+        , daemon(writer, timers, withPath(std::move(options))) {
         daemon.start();
     }
 
@@ -180,10 +182,9 @@ struct SimulatedDaemon {
     std::string socketPath = (directory / "helper.sock").string();
     ManualClock clock;
     ManualTimerSource timers{clock};
-    std::shared_ptr<SimulatedMac> mac = std::make_shared<SimulatedMac>(
-        *MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 7, idleLoad());
+    std::shared_ptr<SimulatedMac> mac;
     SMCFanWriter writer{std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
-                        "simulated"};
+                        "simulated", clock};
     HelperDaemon daemon;
 };
 
@@ -220,9 +221,9 @@ private:
 };
 
 // What a client of another user got from the daemon.
-enum class Exchange { answered = 0, cannotConnect = 1, noAnswer = 2, cannotBecomeUser = 3 };
+enum class Reach { answered = 0, cannotConnect = 1, noAnswer = 2, cannotBecomeUser = 3 };
 
-inline void PrintTo(Exchange exchange, std::ostream* out) {
+inline void PrintTo(Reach exchange, std::ostream* out) {
     static constexpr const char* names[] = {"answered", "cannot connect", "no answer",
                                             "cannot become the user"};
     *out << names[static_cast<int>(exchange)];
@@ -236,26 +237,26 @@ inline bool runningAsRoot() {
 // `path`, sends a heartbeat and waits for the answer. The parent runs the event loop until the
 // child is done, since an in-process daemon lives on this thread. Needs root; after fork() the
 // child makes only system calls, on buffers made before.
-inline Exchange exchangeAs(uid_t uid, const std::string& path) {
+inline Reach exchangeAs(uid_t uid, const std::string& path) {
     sockaddr_un address{};
     UnixSocket::makeAddress(path, address);
     const std::string frame = frameBytes(call(1, "heartbeat"));
     const pid_t pid = ::fork();
     if (pid == 0) {
         if (::setgroups(0, nullptr) < 0 || ::setgid(uid) < 0 || ::setuid(uid) < 0) {
-            ::_exit(static_cast<int>(Exchange::cannotBecomeUser));
+            ::_exit(static_cast<int>(Reach::cannotBecomeUser));
         }
         const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
         if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-            ::_exit(static_cast<int>(Exchange::cannotConnect));
+            ::_exit(static_cast<int>(Reach::cannotConnect));
         }
         char reply[64];
         pollfd entry{fd, POLLIN, 0};
         if (::write(fd, frame.data(), frame.size()) != static_cast<long>(frame.size()) ||
             ::poll(&entry, 1, 5000) != 1 || ::read(fd, reply, sizeof reply) <= 4) {
-            ::_exit(static_cast<int>(Exchange::noAnswer));
+            ::_exit(static_cast<int>(Reach::noAnswer));
         }
-        ::_exit(static_cast<int>(Exchange::answered));
+        ::_exit(static_cast<int>(Reach::answered));
     }
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + 2 * patience;
@@ -268,7 +269,7 @@ inline Exchange exchangeAs(uid_t uid, const std::string& path) {
         TestClient::pump();
         ::usleep(1000);
     }
-    return pid > 0 && WIFEXITED(status) ? static_cast<Exchange>(WEXITSTATUS(status)) : Exchange::noAnswer;
+    return pid > 0 && WIFEXITED(status) ? static_cast<Reach>(WEXITSTATUS(status)) : Reach::noAnswer;
 }
 
 } // namespace halvoren::test

@@ -92,7 +92,7 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
     EXPECT_EQ(familyRuns(laptop, "Te"), 4);
     EXPECT_GE(familyRuns(laptop, "Tg") + familyRuns(laptop, "TG"), 5);
     for (const auto* key : {"TB0T", "TB1T", "TB2T", "TW0P", "TPD0", "TPD1", "TPD2", "TPD3", "TPSP", "TDeL",
-                            "TDeR", "TH0x", "PSTR", "PPBR", "PDTR", "VD0R", "ID0R", "Ftst"}) {
+                            "TDeR", "TH0x", "PSTR", "PPBR", "PDTR", "VD0R", "ID0R"}) {
         EXPECT_NE(laptop.key(key), nullptr) << key;
     }
     const auto typeOf = [](const MachineProfile& p, const std::string& key) {
@@ -118,6 +118,10 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
     EXPECT_EQ(desktop.thermal.fans.size(), 1u);
     EXPECT_NE(desktop.key("Tex3"), nullptr);
     EXPECT_EQ(desktop.key("F1Ac"), nullptr);
+    // How each forces its fans: the laptop directly, the desktop after Ftst, Intel by bits.
+    EXPECT_EQ(laptop.key("Ftst"), nullptr);
+    EXPECT_NE(desktop.key("Ftst"), nullptr);
+    EXPECT_EQ(desktop.thermal.firmware.releaseDelay, 4.0);
 
     const auto fanless = test::builtIn("apple-silicon-laptop-fanless");
     EXPECT_TRUE(fanless.thermal.fans.empty());
@@ -132,6 +136,8 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
     EXPECT_EQ(typeOf(intel, "TC0P"), "sp78");
     EXPECT_EQ(typeOf(intel, "PC0C"), "sp96");
     EXPECT_EQ(typeOf(intel, "PSTR"), "flt ");
+    EXPECT_EQ(typeOf(intel, "FS! "), "ui16");
+    EXPECT_EQ(intel.key("F0Md"), nullptr);
 }
 
 // The ProfileError that `load` raises, as its message, or "none".
@@ -208,6 +214,9 @@ TEST(MachineProfile, ParseRefusesCorruptOrInconsistentProfilesWithAClearMessage)
     light.replace(light.find("\"heatCapacity\": 10"), 18, "\"heatCapacity\": 0.1");
     EXPECT_EQ(parseError(light),
               "nodes[0]: \"heatCapacity\" is too small for its conductances to integrate stably");
+    std::string instant = profileWith("");
+    instant.replace(instant.find("\"full\": 80}"), 11, "\"full\": 80, \"releaseDelay\": -1}");
+    EXPECT_EQ(parseError(instant), "firmware: \"releaseDelay\" is negative: -1.0");
 }
 
 TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {

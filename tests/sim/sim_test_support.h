@@ -69,6 +69,23 @@ inline MachineProfile builtIn(const std::string& name) {
     return *profile;
 }
 
+// The profile as a controller of another generation lists it: mode keys spelt "F<n>md" (M5),
+// and a "Ftst" switch beside them (M2 to M4).
+inline MachineProfile asGeneration(MachineProfile profile, bool lowerCaseMode, bool unlockSwitch) {
+    for (auto& key : profile.keys) {
+        const auto* fan = std::get_if<KeySource::Fan>(&key.source);
+        if (lowerCaseMode && fan && fan->field == KeySource::FanField::mode) {
+            key.name[2] = 'm';
+            key.code = FourCC::code(key.name);
+        }
+    }
+    if (unlockSwitch && !profile.key("Ftst")) {
+        profile.keys.push_back(
+            {"Ftst", FourCC::code("Ftst"), SMCDataType::ui8Code, 1, {0}, KeySource::FanTest{}});
+    }
+    return profile;
+}
+
 // Advances the clock in sub-minute strides, reading the machine after each so that its
 // lazy catch-up is exercised the way a poller would.
 inline void run(ManualClock& clock, SimulatedMac& mac, double seconds, double stride = 10.0) {

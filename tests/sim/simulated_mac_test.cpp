@@ -106,6 +106,25 @@ TEST(SimulatedMac, ForcedFanFollowsItsTargetAtTheSpinRateWithinItsRange) {
     EXPECT_FALSE(mac.fans()[0].forced);
 }
 
+// The writer's tests follow the unlock through; here, what only the controller shows.
+TEST(SimulatedMac, TheSystemHoldsTheFansOfAnM2ToM4UntilFtstAndTakesThemBackWithout) {
+    ManualClock clock;
+    SimulatedMac mac(test::builtIn("apple-silicon-desktop-1fan"), clock, 1, idleLoad());
+    Exchange ex{mac};
+    EXPECT_EQ(ex.read("F0Md"), 3.0);
+    EXPECT_EQ(ex.write("F0Md", 1), 0x82);
+    EXPECT_EQ(ex.write("F0Md", 0), 0) << "leaving the fan to the system changes nothing";
+    ASSERT_EQ(ex.write("Ftst", 1), 0);
+    clock.advance(3.9);
+    ASSERT_EQ(ex.write("Ftst", 1), 0) << "a second 1 does not start the wait again";
+    clock.advance(0.1);
+    ASSERT_EQ(ex.write("F0Md", 1), 0);
+    EXPECT_TRUE(mac.fans()[0].forced);
+    ASSERT_EQ(ex.write("Ftst", 0), 0);
+    EXPECT_EQ(ex.read("F0Md"), 3.0);
+    EXPECT_FALSE(mac.fans()[0].forced);
+}
+
 TEST(SimulatedMac, FirmwareCurveSpeedsUpUnderLoadAndSlowsDownAtIdle) {
     for (const auto* name : {"apple-silicon-laptop-2fan", "apple-silicon-desktop-1fan", "intel-laptop"}) {
         SCOPED_TRACE(name);
@@ -166,8 +185,6 @@ TEST(SimulatedMac, AnswersEachCommandWithTheControllersResultCodes) {
             << key;
     }
     EXPECT_EQ(ex.read("F0Mn"), 1200.0) << "a refused write changes nothing";
-    EXPECT_EQ(ex.write("Ftst", 1), 0);
-    EXPECT_EQ(ex.read("Ftst"), 1.0);
 
     for (const auto* unknown : {"ZZZZ", "TC0P"}) {
         EXPECT_EQ(ex.info(unknown).result, 132);

@@ -94,7 +94,7 @@ TEST_F(SimulatedMachineHostTest, TheHelperDrivesTheHostedMacAndAKilledHelperLeav
 
 TEST_F(SimulatedMachineHostTest, EveryFanGoesBackEachTimeTheLastSocketClientLeaves) {
     ManualClock clock;
-    SimulatedMachineHost host("intel-laptop", clock, 3, idleLoad(), smcSocket);
+    SimulatedMachineHost host("apple-silicon-laptop-2fan", clock, 3, idleLoad(), smcSocket);
     auto first = socketClient(smcSocket);
     auto second = socketClient(smcSocket);
     first->write("F0Md", 1.0);
@@ -126,6 +126,34 @@ TEST_F(SimulatedMachineHostTest, EveryFanGoesBackEachTimeTheLastSocketClientLeav
     host.openBridge()->write("F1Md", 1.0);
     EXPECT_EQ(socketClient(smcSocket)->read("F1Md"), 1.0);
     EXPECT_TRUE(waitUntil(after(5000ms), [&] { return !host.mac().fans()[1].forced; }));
+}
+
+TEST_F(SimulatedMachineHostTest, HandsBackInTheMachinesOwnProtocol) {
+    struct Case {
+        const char* profile;
+        std::vector<std::pair<const char*, double>> forcing; // writes in order, with a wait after Ftst
+        const char* handedBackKey;
+        double handedBack;
+    };
+    const Case cases[] = {
+        {"intel-laptop", {{"FS! ", 3.0}}, "FS! ", 0.0},
+        {"apple-silicon-desktop-1fan", {{"Ftst", 1.0}, {"F0Md", 1.0}}, "F0Md", 3.0},
+    };
+    for (const auto& [profile, forcing, key, handedBack] : cases) {
+        SCOPED_TRACE(profile);
+        ManualClock clock;
+        SimulatedMachineHost host(profile, clock, 3, idleLoad(), smcSocket);
+        {
+            auto client = socketClient(smcSocket);
+            for (const auto& [written, value] : forcing) {
+                client->write(written, value);
+                clock.advance(5.0);
+            }
+            ASSERT_TRUE(host.mac().fans()[0].forced);
+        }
+        EXPECT_TRUE(waitUntil(after(5000ms), [&] { return !host.mac().fans()[0].forced; }));
+        EXPECT_EQ(host.openBridge()->read(key), handedBack);
+    }
 }
 
 TEST_F(SimulatedMachineHostTest, RefusesWhatItCannotHostWithAClearMessage) {

@@ -83,7 +83,7 @@ TEST(SMCFanReader, WarmReadOfAllFansCostsOneExchangePerKey) {
     Fixture f;
     f.fake->setValue("FNum", Kind::ui8, 2);
     f.addFan(0, 1800.0, 1200.0, 5700.0, 2000.0, 0.0);
-    f.addFan(1, 1900.0, 1300.0, 6000.0, 1900.0, 3.0);
+    f.addFan(1, 1900.0, 1300.0, 6000.0, 1900.0, 1.0);
     const auto cold = f.reader.allFans();
     f.fake->resetCounts();
     EXPECT_EQ(f.reader.allFans(), cold);
@@ -91,6 +91,36 @@ TEST(SMCFanReader, WarmReadOfAllFansCostsOneExchangePerKey) {
     EXPECT_EQ(f.fake->calls(SMCCommand::keyInformation), 0);
     EXPECT_FALSE(cold[0].isManaged);
     EXPECT_TRUE(cold[1].isManaged);
+}
+
+TEST(SMCFanReader, ManagedMeansForcedInTheControllersOwnProtocol) {
+    struct Case {
+        const char* key;
+        Kind kind;
+        double value;
+        std::vector<bool> managed; // fans 0 and 1
+    };
+    const Case cases[] = {
+        {"Md", Kind::ui8, 1.0, {true, true}},
+        {"Md", Kind::ui8, 3.0, {false, false}}, // held by the system's thermal control
+        {"md", Kind::ui8, 1.0, {true, true}},   // the M5 spelling
+        {"FS! ", Kind::ui16, 2.0, {false, true}},
+    };
+    for (const auto& [key, kind, value, managed] : cases) {
+        Fixture f;
+        f.fake->setValue("FNum", Kind::ui8, 2);
+        for (int fan = 0; fan < 2; ++fan) {
+            f.fake->setValue("F" + std::to_string(fan) + "Ac", Kind::fpe2, 2000.0);
+            if (std::string(key).size() == 2) {
+                f.fake->setValue("F" + std::to_string(fan) + key, kind, value);
+            }
+        }
+        if (std::string(key).size() == 4) {
+            f.fake->setValue(key, kind, value);
+        }
+        const auto fans = f.reader.allFans();
+        EXPECT_EQ((std::vector<bool>{fans[0].isManaged, fans[1].isManaged}), managed) << key << " " << value;
+    }
 }
 
 } // namespace

@@ -1,0 +1,159 @@
+// The controller-key writer against a simulated Mac of each generation.
+
+#include "../sim/sim_test_support.h"
+#include "helper/smc_fan_writer.h"
+#include "sim/load_scenario.h"
+#include "sim/simulated_smc_transport.h"
+
+#include <gtest/gtest.h>
+
+namespace halvoren {
+namespace {
+
+struct Rig {
+    explicit Rig(MachineProfile profile)
+        : mac(std::make_shared<SimulatedMac>(std::move(profile), clock, 1, idleLoad())) {}
+
+    std::vector<bool> forced() {
+        std::vector<bool> result;
+        for (const auto& fan : mac->fans()) {
+            result.push_back(fan.forced);
+        }
+        return result;
+    }
+    double read(const std::string& key) { return test::Exchange{*mac}.read(key); }
+
+    // setTarget until the system has let go of the fan, in half-second steps of model time.
+    double force(int fan, double rpm) {
+        for (int attempt = 0; attempt < 40; ++attempt) {
+            try {
+                return writer.setTarget(fan, rpm);
+            } catch (const FanWritePending&) {
+                clock.advance(0.5);
+            }
+        }
+        ADD_FAILURE() << "fan " << fan << " stayed pending";
+        return 0.0;
+    }
+
+    ManualClock clock;
+    std::shared_ptr<SimulatedMac> mac;
+    std::shared_ptr<SMCKernelBridge> bridge =
+        std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac));
+    SMCFanWriter writer{bridge, "simulated", clock};
+};
+
+MachineProfile laptop() {
+    return test::builtIn("apple-silicon-laptop-2fan");
+}
+
+TEST(SMCFanWriter, ForcesVerifiesAndHandsBackOnEveryGeneration) {
+    struct Generation {
+        const char* name;
+        MachineProfile profile;
+        FanControl kind;
+        const char* switchKey; // "FS! " or "Ftst"; none for the mode key alone
+    };
+    const Generation generations[] = {
+        {"Intel before the T2", test::builtIn("intel-laptop"), FanControl::forceBits, "FS! "},
+        {"M1", laptop(), FanControl::modeKey, nullptr},
+        {"M2 to M4", test::asGeneration(laptop(), false, true), FanControl::unlockModeKey, "Ftst"},
+        {"M5", test::asGeneration(laptop(), true, false), FanControl::modeKey, nullptr},
+    };
+    for (const auto& generation : generations) {
+        SCOPED_TRACE(generation.name);
+        Rig rig(generation.profile);
+        ASSERT_EQ(rig.writer.protocol().kind, generation.kind);
+        const auto switchReads = [&] { return generation.switchKey ? rig.read(generation.switchKey) : 0.0; };
+
+        EXPECT_EQ(rig.force(0, 3000.0), 3000.0);
+        EXPECT_EQ(rig.force(1, 4000.0), 4000.0);
+        EXPECT_EQ(rig.forced(), (std::vector<bool>{true, true}));
+        EXPECT_EQ(rig.mac->fans()[1].target, 4000.0);
+        const double bothForced = switchReads(); // FS! 3, Ftst 1
+
+        // One fan back leaves the other as it was, and its switch bit or Ftst with it.
+        rig.writer.setAutomatic(0);
+        EXPECT_EQ(rig.forced(), (std::vector<bool>{false, true}));
+        EXPECT_EQ(switchReads(), generation.kind == FanControl::forceBits ? 2.0 : bothForced);
+        rig.writer.setAutomatic(1);
+        EXPECT_EQ(rig.forced(), (std::vector<bool>{false, false}));
+        EXPECT_EQ(switchReads(), 0.0);
+
+        // A new run clears what an earlier one left forced.
+        EXPECT_EQ(rig.force(0, 2500.0), 2500.0);
+        EXPECT_EQ(rig.force(1, 2500.0), 2500.0);
+        SMCFanWriter(rig.bridge, "next run", rig.clock).restoreAutomatic();
+        EXPECT_EQ(rig.forced(), (std::vector<bool>{false, false}));
+        EXPECT_EQ(switchReads(), 0.0);
+    }
+}
+
+TEST(SMCFanWriter, UnlockWaitsForTheSystemWithoutBlockingAndGivesUpAfterTheDeadline) {
+    Rig rig(test::asGeneration(laptop(), false, true));
+    try {
+        rig.writer.setTarget(0, 3000.0);
+        FAIL() << "the system still holds the fan";
+    } catch (const FanWritePending& pending) {
+        EXPECT_STREQ(pending.what(), "fan 0 is being released by the system's thermal control");
+    }
+    EXPECT_EQ(rig.read("Ftst"), 1.0);
+    EXPECT_EQ(rig.read("F0Md"), 3.0);
+    rig.clock.advance(3.9);
+    EXPECT_THROW(rig.writer.setTarget(0, 3000.0), FanWritePending);
+    rig.clock.advance(0.1);
+    EXPECT_EQ(rig.writer.setTarget(0, 3000.0), 3000.0);
+    EXPECT_EQ(rig.read("F0Md"), 1.0);
+    // Released, the other fan needs no wait of its own.
+    EXPECT_EQ(rig.writer.setTarget(1, 3500.0), 3500.0);
+
+    // Taken back by the system (someone cleared Ftst): the next write starts over.
+    test::Exchange{*rig.mac}.write("Ftst", 0);
+    EXPECT_THROW(rig.writer.setTarget(0, 3000.0), FanWritePending);
+    EXPECT_EQ(rig.read("Ftst"), 1.0);
+
+    // A system that never lets go: refused after the deadline, the unlock undone, and refused
+    // at once, with no write, for the cool-off.
+    auto stubborn = test::asGeneration(laptop(), false, true);
+    stubborn.thermal.firmware.releaseDelay = 1000.0;
+    Rig held(stubborn);
+    EXPECT_THROW(held.writer.setTarget(1, 3000.0), FanWritePending);
+    held.clock.advance(SMCFanWriter::releaseDeadline - 0.5);
+    EXPECT_THROW(held.writer.setTarget(1, 3000.0), FanWritePending);
+    held.clock.advance(0.5);
+    const std::string refusal = "fan 1 cannot be forced: the system's thermal control did not let go of it "
+                                "within 10.0 s of Ftst = 1";
+    for (const double wait : {0.0, SMCFanWriter::coolOff - 0.1}) {
+        held.clock.advance(wait);
+        try {
+            held.writer.setTarget(1, 3000.0);
+            FAIL() << "refused";
+        } catch (const FanWritePending&) {
+            FAIL() << "refused, not pending";
+        } catch (const FanWriteError& error) {
+            EXPECT_EQ(error.what(), refusal);
+        }
+        EXPECT_EQ(held.read("Ftst"), 0.0);
+    }
+    held.clock.advance(0.1);
+    EXPECT_THROW(held.writer.setTarget(1, 3000.0), FanWritePending) << "tried again after the cool-off";
+}
+
+TEST(SMCFanWriter, AControllerWithoutForcingKeysRefusesEveryWriteAndHasNothingToHandBack) {
+    auto profile = laptop();
+    std::erase_if(profile.keys,
+                  [](const ProfileKey& key) { return key.name == "F0Md" || key.name == "F1Md"; });
+    Rig rig(profile);
+    EXPECT_EQ(rig.writer.protocol().kind, FanControl::none);
+    try {
+        rig.writer.setTarget(0, 3000.0);
+        FAIL() << "refused";
+    } catch (const FanWriteError& error) {
+        EXPECT_EQ(std::string(error.what()),
+                  R"(fan 0 cannot be forced: the controller has no F0Md, F0md or "FS! " key)");
+    }
+    EXPECT_NO_THROW(rig.writer.restoreAutomatic());
+}
+
+} // namespace
+} // namespace halvoren
