@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -43,6 +44,9 @@ public:
     // written, which may differ from `rpm` by the rounding of the hardware's unit. Throws
     // FanWritePending when taking the fan needs more calls.
     virtual double setTarget(int fan, double rpm) = 0;
+    // Why `fan` is not to be forced at all for now, when the hardware has refused it lately; a
+    // write would only fail again, so nothing is written and nothing needs handing back.
+    virtual std::optional<std::string> refusal(int /*fan*/) const { return std::nullopt; }
     // Hands one fan back to the firmware.
     virtual void setAutomatic(int fan) = 0;
     // Hands every fan back, trying each even when an earlier one failed; throws afterwards

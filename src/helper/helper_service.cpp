@@ -83,6 +83,9 @@ HelperReply::Outcome HelperService::setTarget(ClientId client, int fan, double r
     if (verdict.isReject()) {
         return HelperReply::Failure{"fan " + std::to_string(fan) + ": " + verdict.reason()};
     }
+    if (auto refusal = writer_.refusal(fan)) {
+        return HelperReply::Failure{std::move(*refusal)};
+    }
     safety_.noteForcing(client, fan);
     try {
         const double applied = writer_.setTarget(fan, *verdict.rpm());

@@ -36,6 +36,14 @@ FanLimits SMCFanWriter::limits(int fan) {
     }
 }
 
+std::optional<std::string> SMCFanWriter::refusal(int fan) const {
+    const auto found = refused_.find(fan);
+    if (found == refused_.end() || clock_.monotonicNow() >= found->second.until) {
+        return std::nullopt;
+    }
+    return found->second.text;
+}
+
 double SMCFanWriter::setTarget(int fan, double rpm) {
     if (const auto refusal = refused_.find(fan); refusal != refused_.end()) {
         if (clock_.monotonicNow() < refusal->second.until) {

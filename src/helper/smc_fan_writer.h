@@ -35,6 +35,7 @@ public:
     int fanCount() const override { return fanCount_; }
     FanLimits limits(int fan) override;
     double setTarget(int fan, double rpm) override;
+    std::optional<std::string> refusal(int fan) const override;
     void setAutomatic(int fan) override;
     // Every fan, then "Ftst": also what a previous run may have left set.
     void restoreAutomatic() override;

@@ -134,8 +134,10 @@ TEST(SMCFanWriter, UnlockWaitsForTheSystemWithoutBlockingAndGivesUpAfterTheDeadl
             EXPECT_EQ(error.what(), refusal);
         }
         EXPECT_EQ(held.read("Ftst"), 0.0);
+        EXPECT_EQ(held.writer.refusal(1), refusal) << "the daemon asks first and writes nothing";
     }
     held.clock.advance(0.1);
+    EXPECT_EQ(held.writer.refusal(1), std::nullopt);
     EXPECT_THROW(held.writer.setTarget(1, 3000.0), FanWritePending) << "tried again after the cool-off";
 }
 
