@@ -11,6 +11,7 @@
 #include "core/power_telemetry.h"
 #include "core/preset_power_caps.h"
 #include "core/sensor.h"
+#include "core/sensor_selection.h"
 #include "core/target_deadband.h"
 #include "core/uuid.h"
 #include "engine/helper_state.h"
@@ -290,6 +291,8 @@ private:
     Observable<bool> menuBarIconAnimated_;
     Observable<bool> hasCompletedFirstRunSetup_;
     Observable<std::optional<SMCSensor>> cachedMenuBarHottestSensor_;
+    // How long each of `availableSensors_` has held its value, for telling parked cores.
+    SensorSelection::ReadingHistory readingHistory_;
     Observable<double> controlTemperature_{0.0};
     Observable<std::vector<DeviceSensorReading>> deviceSensors_;
     Observable<std::vector<DeviceSensorReading>> deviceSensorsDisplay_;
