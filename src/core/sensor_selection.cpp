@@ -1,6 +1,9 @@
 #include "core/sensor_selection.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <vector>
 
 namespace halvoren::SensorSelection {
 
@@ -26,6 +29,49 @@ Placement placement(SensorCategory category) {
 
 bool isCandidate(const SMCSensor& sensor) {
     return sensor.sensorClass == SensorClass::temperature && isNamed(sensor);
+}
+
+// The same sensor repeated over a chip's blocks shares its family letters and its last
+// character ("Tf06", "Tf16", "Tf26"): one family. Keys of another shape are families alone.
+std::uint64_t familyOf(const SMCSensor& sensor, std::size_t index) {
+    const std::string_view key = sensor.key;
+    if (key.size() != 4) {
+        return (std::uint64_t{1} << 32U) + index;
+    }
+    const auto byte = [&](std::size_t i) {
+        return static_cast<std::uint64_t>(static_cast<unsigned char>(key[i]));
+    };
+    return (byte(0) << 16U) | (byte(1) << 8U) | byte(3);
+}
+
+struct FamilyReading {
+    std::uint64_t family;
+    double value;
+};
+
+// Leaves one entry per family, holding its middle reading (the lower of two middles).
+void keepFamilyMedians(std::vector<FamilyReading>& readings) {
+    std::sort(readings.begin(), readings.end(), [](const FamilyReading& a, const FamilyReading& b) {
+        return a.family != b.family ? a.family < b.family : a.value < b.value;
+    });
+    std::size_t kept = 0;
+    for (std::size_t begin = 0; begin < readings.size();) {
+        std::size_t end = begin;
+        while (end < readings.size() && readings[end].family == readings[begin].family) {
+            ++end;
+        }
+        readings[kept++] = readings[begin + (end - begin - 1) / 2];
+        begin = end;
+    }
+    readings.resize(kept);
+}
+
+double familyMedian(const std::vector<FamilyReading>& medians, std::uint64_t family) {
+    const auto it =
+        std::lower_bound(medians.begin(), medians.end(), family,
+                         [](const FamilyReading& entry, std::uint64_t f) { return entry.family < f; });
+    // Every live reading's family is there; a dead one's is not, and it is never asked for.
+    return it != medians.end() && it->family == family ? it->value : 0.0;
 }
 
 } // namespace
@@ -86,19 +132,34 @@ std::optional<std::size_t> trustedHottest(std::span<const SMCSensor> sensors, co
     const bool parkingKnown = movingReference.has_value();
     const std::optional<double> reference = parkingKnown ? movingReference : anyReference;
 
+    // Every other live reading is held, alone and as a family, to the reference plus its margin.
+    const auto bound = [&](const SMCSensor& sensor) {
+        return *reference + (placement(sensor.category) == Placement::onDie ? onDieMargin : offDieMargin);
+    };
+    std::vector<FamilyReading> families;
+    if (reference) {
+        for (std::size_t i = 0; i < sensors.size(); ++i) {
+            const SMCSensor& sensor = sensors[i];
+            if (isCandidate(sensor) && placement(sensor.category) != Placement::die &&
+                isLive(sensor.currentTemp)) {
+                families.push_back({familyOf(sensor, i), sensor.currentTemp});
+            }
+        }
+        keepFamilyMedians(families);
+    }
+
     const auto believed = [&](std::size_t i, const SMCSensor& sensor) {
         if (!isLive(sensor.currentTemp)) {
             return false;
         }
-        const Placement where = placement(sensor.category);
-        if (where == Placement::die) {
+        if (placement(sensor.category) == Placement::die) {
             return !parkingKnown || history.stillFor(i, sensor) < parkedAfter;
         }
         if (!reference) {
             return true;
         }
-        const double margin = where == Placement::onDie ? onDieMargin : offDieMargin;
-        return sensor.currentTemp <= *reference + margin;
+        const double limit = bound(sensor);
+        return sensor.currentTemp <= limit && familyMedian(families, familyOf(sensor, i)) <= limit;
     };
 
     std::optional<std::size_t> hottest;

@@ -60,9 +60,10 @@ private:
 // Candidates are named temperature sensors, as ever. The machine's own die and core readings
 // (CPU and GPU families) are the reference: with history, one that holds still while another
 // moves is parked and left out. Any other reading more than its margin above the hottest live
-// reference is an offset or a different quantity, not a temperature, and is left out too.
-// Without a live reference (no die sensors, all parked) nothing is compared; when no live
-// candidate remains, the largest named reading answers, however low.
+// reference, or of a key family whose middle reading is, holds an offset or another quantity
+// rather than a temperature, and is left out too. Without a live reference (no die sensors, all
+// parked) nothing is compared; when no live candidate remains, the largest named reading
+// answers, however low.
 std::optional<std::size_t> trustedHottest(std::span<const SMCSensor> sensors,
                                           const ReadingHistory& history = {});
 

@@ -64,6 +64,19 @@ INSTANTIATE_TEST_SUITE_P(
                     38.3},
         // Under load the same family comes within a few degrees of the dies and may lead.
         HottestCase{"fabric near loaded dies", {{"TCMz", 92.0}, {"Tg0X", 80.0}, {"Tf06", 95.0}}, 95.0},
+        // A family is judged by its middle reading: its members come and go together.
+        HottestCase{"family mostly far above",
+                    {{"TCMz", 63.0},
+                     {"Tf06", 94.0},
+                     {"Tf16", 89.0},
+                     {"Tf26", 90.0},
+                     {"Tf36", 75.0},
+                     {"Tf46", 71.0},
+                     {"Tf04", 47.0}},
+                    63.0},
+        HottestCase{"one member of a close family far above",
+                    {{"TCMz", 90.0}, {"Tf06", 93.0}, {"Tf16", 94.0}, {"Tf26", 92.0}, {"Tf46", 120.0}},
+                    94.0},
         HottestCase{"on-die margin is inclusive", {{"TCMz", 40.0}, {"Tf06", 50.0}}, 50.0},
         HottestCase{"just beyond the on-die margin", {{"TCMz", 40.0}, {"Tf06", 50.5}}, 40.0},
         // Off-die parts heat on their own and keep the wider margin.
