@@ -56,6 +56,7 @@ public:
         TimerSource& timers; // all time, sleeps and debounces go through it
         QSettings& settings; // the user's settings store
         // Asked once, on first use; the machine's performance and efficiency core counts.
+        // Empty: the host's own (platform/core_counts.h).
         std::function<CoreCounts()> coreCounts = {};
         // Empty: the platform's own source of HID temperatures.
         SensorPoller::HIDSourceFactory hidFactory = {};
