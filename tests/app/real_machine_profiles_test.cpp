@@ -1,23 +1,14 @@
-#include "core/helper_constants.h"
 #include "core/sensor_selection.h"
-#include "engine/engine_test_support.h"
-#include "engine/halvoren_engine.h"
-#include "fakes/fake_fan_driver.h"
-#include "platform/clock.h"
-#include "platform/timer_source.h"
+#include "engine/engine_fixture.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
 #include "sim/simulated_smc_transport.h"
-#include "smc/hid_sensor_source.h"
 #include "smc/smc_kernel_bridge.h"
 
-#include <QCoreApplication>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
-#include <gtest/gtest.h>
-#include <memory>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -25,50 +16,41 @@ namespace halvoren {
 namespace {
 
 // Key tables of real machines, kept beside the checkout rather than in it.
-const std::filesystem::path realMacs =
-    std::filesystem::path(HALVOREN_SOURCE_DIR) / ".." / "shared" / "real-macs";
+std::filesystem::path realMacs() {
+    return std::filesystem::path(HALVOREN_SOURCE_DIR) / ".." / "shared" / "real-macs";
+}
 
-// The engine on "Balanced" over an in-process simulated Mac, on a manual clock. Fan targets go to
-// the scripted driver; the machine's own fans stay with its firmware.
-class RealMachineProfileTest : public ::testing::Test {
+// The engine on "Balanced" over an in-process simulated Mac, on the fixture's manual clock. Fan
+// targets go to the scripted driver; the machine's own fans stay with its firmware.
+class RealMachineProfileTest : public EngineTest {
 protected:
     void TearDown() override {
         if (engine) {
             engine->stop();
-            // A poll still on the poller's worker ends through the event loop; let it.
-            pumpFor(200);
+            pumpFor(200); // a poll still on the poller's worker ends through the event loop
         }
     }
 
-    // The profile at `name` under the shared folder, or a built-in one; skips when the folder is absent.
-    std::optional<MachineProfile> profile(const std::string& name) {
-        if (const auto builtIn = MachineProfile::builtIn(name)) {
+    // A built-in profile, or one of the shared folder; none when that folder is absent.
+    static std::optional<MachineProfile> profile(const std::string& name) {
+        if (auto builtIn = MachineProfile::builtIn(name);
+            builtIn || !std::filesystem::is_directory(realMacs())) {
             return builtIn;
         }
-        if (!std::filesystem::is_directory(realMacs)) {
-            return std::nullopt;
-        }
-        return MachineProfile::load(realMacs / (name + ".json"));
+        return MachineProfile::load(realMacs() / (name + ".json"));
     }
 
-    // Runs `seconds` of the control loop on "Balanced" under `load`.
     void runBalanced(const MachineProfile& machine, std::unique_ptr<LoadScenario> load, double seconds) {
         mac = std::make_shared<SimulatedMac>(machine, clock, 7, std::move(load));
         driver.bridge = std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac));
         driver.version = std::string(helperBuildVersion);
-        const DeviceSensorMap::CoreCounts counts = machine.coreCounts;
         engine = std::make_unique<HalvorenEngine>(
             FanProfile::appleAuto(),
             HalvorenEngine::Environment{.driver = driver,
                                         .timers = timers,
                                         .settings = settings,
-                                        .coreCounts = [counts] { return counts; },
-                                        .hidFactory =
-                                            [] {
-                                                return std::make_unique<HIDSensorSource>([] {
-                                                    return std::vector<std::pair<std::string, double>>{};
-                                                });
-                                            }});
+                                        .coreCounts = [counts = machine.coreCounts] { return counts; },
+                                        .hidFactory = noHIDSensors});
         engine->start();
         ASSERT_TRUE(pumpUntil([&] { return engine->passCount() >= 1; }, 20000));
         // The preset takes over at the end of the first pass's long sleep.
@@ -79,10 +61,12 @@ protected:
 
     // Moves the clock on in `step`s, letting the pass that falls due at each run to its end.
     void runFor(double seconds, double step) {
-        for (double t = 0.0; t < seconds; t += step) {
+        const auto steps = static_cast<int>(std::ceil(seconds / step));
+        for (int i = 0; i < steps; ++i) {
             const std::uint64_t before = engine->passCount();
             timers.advance(step);
-            ASSERT_TRUE(pumpUntil([&] { return engine->passCount() > before; }, 5000)) << "no pass at " << t;
+            ASSERT_TRUE(pumpUntil([&] { return engine->passCount() > before; }, 5000))
+                << "no pass at step " << i;
         }
     }
 
@@ -91,15 +75,14 @@ protected:
         std::vector<double> fractions;
         for (const SimulatedFan& fan : mac->fans()) {
             const std::vector<double> writes = driver.writesTo(static_cast<int>(fractions.size()));
-            const double rpm = writes.empty() ? fan.minimum : writes.back();
-            fractions.push_back((rpm - fan.minimum) / (fan.maximum - fan.minimum));
+            fractions.push_back(((writes.empty() ? fan.minimum : writes.back()) - fan.minimum) /
+                                (fan.maximum - fan.minimum));
         }
         return fractions;
     }
 
-    // The hottest live reading among the named sensors of `keep`.
-    template <class Keep>
-    double hottestLive(Keep keep) const {
+    // The hottest live reading among the named sensors that `keep`.
+    double hottestLive(const std::function<bool(const SMCSensor&)>& keep) const {
         double hottest = 0.0;
         for (const SMCSensor& sensor : engine->availableSensors().value()) {
             if (SensorSelection::isNamed(sensor) && SensorSelection::isLive(sensor.currentTemp) &&
@@ -109,26 +92,16 @@ protected:
         }
         return hottest;
     }
-
     double cpuDieMax() const {
         return hottestLive([](const SMCSensor& s) { return s.category == SensorCategory::cpu; });
     }
-
     // Everything but the GPU-fabric family `Tf?6`, which these machines report far above their dies.
     double hottestRealComponent() const {
         return hottestLive(
             [](const SMCSensor& s) { return !(s.key.starts_with("Tf") && s.key.ends_with("6")); });
     }
 
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-    QTemporaryDir dir;
-    QSettings settings{dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
-    ManualClock clock;
-    ManualTimerSource timers{clock};
-    FakeFanDriver driver;
     std::shared_ptr<SimulatedMac> mac;
-    std::unique_ptr<HalvorenEngine> engine;
 };
 
 constexpr const char* skipText =

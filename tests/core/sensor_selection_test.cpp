@@ -27,96 +27,69 @@ std::vector<SMCSensor> sensorsOf(const Readings& readings) {
     return sensors;
 }
 
-struct HottestCase {
-    const char* what;
-    Readings readings;
-    std::optional<double> expected;
-};
-
-class TrustedHottest : public ::testing::TestWithParam<HottestCase> {};
-
-TEST_P(TrustedHottest, FollowsRealComponents) {
-    const HottestCase& c = GetParam();
-    const std::vector<SMCSensor> sensors = sensorsOf(c.readings);
-    EXPECT_EQ(trustedMaxTemperature(sensors), c.expected);
-    // The menu bar names the sensor the control source follows.
-    if (c.expected) {
-        EXPECT_EQ(MenuBarItemRenderer::hottestSensor(sensors)->currentTemp, *c.expected);
+TEST(SensorSelection, TheHottestSourceFollowsRealComponents) {
+    const struct {
+        const char* what;
+        Readings readings;
+        std::optional<double> expected;
+    } cases[] = {
+        // The idle M2 Max: a fabric family 19-42 °C above every die reading, parked P-cores.
+        {"idle fabric offset",
+         {{"TCMz", 38.3},
+          {"Te06", 38.2},
+          {"Tg0X", 36.8},
+          {"Tf04", 33.4},
+          {"Tf06", 80.3},
+          {"Tf26", 76.0},
+          {"Tf46", 57.2},
+          {"Tf21", 12.8},
+          {"TB0T", 25.9},
+          {"Tp01", 6.7},
+          {"Tp00", 0.0}},
+         38.3},
+        // Under load the same family comes within a few degrees of the dies and may lead.
+        {"fabric near loaded dies", {{"TCMz", 92.0}, {"Tg0X", 80.0}, {"Tf06", 95.0}}, 95.0},
+        // A family is judged by its middle reading: one member just inside does not lead for it.
+        {"family mostly far above",
+         {{"TCMz", 63.0}, {"Tf06", 94.0}, {"Tf16", 89.0}, {"Tf26", 90.0}, {"Tf36", 75.0}, {"Tf46", 71.0}},
+         63.0},
+        {"one member of a close family far above",
+         {{"TCMz", 90.0}, {"Tf06", 93.0}, {"Tf16", 94.0}, {"Tf26", 92.0}, {"Tf46", 120.0}},
+         94.0},
+        {"on-die margin is inclusive", {{"TCMz", 40.0}, {"Tf06", 50.0}}, 50.0},
+        {"just beyond the on-die margin", {{"TCMz", 40.0}, {"Tf06", 50.5}}, 40.0},
+        // Off-die parts heat on their own and get the wider margin.
+        {"hot battery beside idle dies", {{"Tp01", 35.0}, {"TB0T", 50.0}, {"TB1T", 49.0}}, 50.0},
+        {"hot storage", {{"TC0P", 45.0}, {"TH0x", 64.0}, {"Ts0P", 30.0}}, 64.0},
+        {"off-die reading far beyond anything", {{"TC0P", 35.0}, {"TB0T", 56.0}}, 35.0},
+        // A loaded GPU is itself a reference and lifts the bound of its neighbours.
+        {"gpu under load", {{"Tp01", 50.0}, {"Tg05", 90.0}, {"Tf06", 97.0}}, 97.0},
+        {"intel cores far apart", {{"TC0P", 55.0}, {"TC3C", 82.0}, {"TM0P", 58.0}, {"TB0T", 31.0}}, 82.0},
+        // Without a live die reading nothing is compared: the old rule.
+        {"no die reference", {{"TB0T", 30.0}, {"Ts0P", 28.0}, {"Tf06", 80.0}}, 80.0},
+        {"parked cores are no reference", {{"Tp01", 8.0}, {"TB0T", 30.0}, {"Tf06", 70.0}}, 70.0},
+        // Nothing live: the largest named reading still answers.
+        {"all parked", {{"Tp01", 6.7}, {"Tp02", 8.4}, {"Te04", 0.0}, {"Tf02", -7.0}}, 8.4},
+        {"unnamed keys never count", {{"TZ0P", 99.0}, {"TVM4", 60.0}, {"TB0T", 30.0}}, 30.0},
+        {"nothing named", {{"TZ0P", 99.0}}, std::nullopt},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::vector<SMCSensor> sensors = sensorsOf(c.readings);
+        EXPECT_EQ(trustedMaxTemperature(sensors), c.expected);
+        EXPECT_EQ(DeviceSensorMap::aggregate(ControlSource::hottest, sensors, {}), c.expected);
+        if (c.expected) { // the menu bar names the sensor the control source follows
+            EXPECT_EQ(MenuBarItemRenderer::hottestSensor(sensors)->currentTemp, *c.expected);
+        }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    SensorSelection, TrustedHottest,
-    ::testing::Values(
-        // The idle M2 Max: a fabric family 19-42 °C above every die reading, parked P-cores.
-        HottestCase{"idle fabric offset",
-                    {{"TCMz", 38.3},
-                     {"Te06", 38.2},
-                     {"Tg0X", 36.8},
-                     {"Tf04", 33.4},
-                     {"Tf06", 80.3},
-                     {"Tf26", 76.0},
-                     {"Tf46", 57.2},
-                     {"Tf21", 12.8},
-                     {"TB0T", 25.9},
-                     {"Tp01", 6.7},
-                     {"Tp00", 0.0}},
-                    38.3},
-        // Under load the same family comes within a few degrees of the dies and may lead.
-        HottestCase{"fabric near loaded dies", {{"TCMz", 92.0}, {"Tg0X", 80.0}, {"Tf06", 95.0}}, 95.0},
-        // A family is judged by its middle reading: its members come and go together.
-        HottestCase{"family mostly far above",
-                    {{"TCMz", 63.0},
-                     {"Tf06", 94.0},
-                     {"Tf16", 89.0},
-                     {"Tf26", 90.0},
-                     {"Tf36", 75.0},
-                     {"Tf46", 71.0},
-                     {"Tf04", 47.0}},
-                    63.0},
-        HottestCase{"one member of a close family far above",
-                    {{"TCMz", 90.0}, {"Tf06", 93.0}, {"Tf16", 94.0}, {"Tf26", 92.0}, {"Tf46", 120.0}},
-                    94.0},
-        HottestCase{"on-die margin is inclusive", {{"TCMz", 40.0}, {"Tf06", 50.0}}, 50.0},
-        HottestCase{"just beyond the on-die margin", {{"TCMz", 40.0}, {"Tf06", 50.5}}, 40.0},
-        // Off-die parts heat on their own and keep the wider margin.
-        HottestCase{"hot battery beside idle dies", {{"Tp01", 35.0}, {"TB0T", 50.0}, {"TB1T", 49.0}}, 50.0},
-        HottestCase{"hot storage", {{"TC0P", 45.0}, {"TH0x", 64.0}, {"Ts0P", 30.0}}, 64.0},
-        HottestCase{"off-die reading far beyond anything", {{"TC0P", 35.0}, {"TB0T", 56.0}}, 35.0},
-        // A loaded GPU is itself a reference and lifts the bound of its neighbours.
-        HottestCase{"gpu under load", {{"Tp01", 50.0}, {"Tg05", 90.0}, {"Tf06", 97.0}}, 97.0},
-        // Intel: core readings far apart are all references; nothing changes.
-        HottestCase{"intel cores", {{"TC0P", 55.0}, {"TC3C", 82.0}, {"TM0P", 58.0}, {"TB0T", 31.0}}, 82.0},
-        // Without a live die reading nothing is compared: the old rule.
-        HottestCase{"no die reference", {{"TB0T", 30.0}, {"Ts0P", 28.0}, {"Tf06", 80.0}}, 80.0},
-        HottestCase{"parked cores are no reference", {{"Tp01", 8.0}, {"TB0T", 30.0}, {"Tf06", 70.0}}, 70.0},
-        // Nothing live: the largest named reading still answers.
-        HottestCase{"all parked", {{"Tp01", 6.7}, {"Tp02", 8.4}, {"Te04", 0.0}, {"Tf02", -7.0}}, 8.4},
-        HottestCase{"unnamed keys never count", {{"TZ0P", 99.0}, {"TVM4", 60.0}, {"TB0T", 30.0}}, 30.0},
-        HottestCase{"nothing named", {{"TZ0P", 99.0}}, std::nullopt}, HottestCase{"empty", {}, std::nullopt}),
-    [](const ::testing::TestParamInfo<HottestCase>& info) {
-        std::string name = info.param.what;
-        for (char& c : name) {
-            c = (c == ' ' || c == '-') ? '_' : c;
-        }
-        return name;
-    });
-
-TEST(SensorSelection, OnlyTemperatureSensorsAreCandidates) {
+TEST(SensorSelection, OnlyTemperaturesCountAndTheMenuBarFallsBackToUnnamedSensors) {
     std::vector<SMCSensor> sensors = sensorsOf({{"TC0P", 40.0}, {"TB0T", 45.0}});
     sensors[1].sensorClass = SensorClass::other;
     EXPECT_EQ(trustedMaxTemperature(sensors), 40.0);
-    // The control source follows the same rule.
-    EXPECT_EQ(
-        DeviceSensorMap::aggregate(ControlSource::hottest, sensorsOf({{"TCMz", 38.0}, {"Tf06", 80.0}}), {}),
-        38.0);
-}
-
-TEST(SensorSelection, MenuBarFallsBackToUnnamedSensorsWhenNoneIsNamed) {
-    const std::vector<SMCSensor> sensors = sensorsOf({{"TZ0P", 41.0}, {"TZ1P", 44.0}});
-    EXPECT_EQ(MenuBarItemRenderer::hottestSensor(sensors)->key, "TZ1P");
+    EXPECT_EQ(MenuBarItemRenderer::hottestSensor(sensorsOf({{"TZ0P", 41.0}, {"TZ1P", 44.0}}))->key, "TZ1P");
     EXPECT_EQ(MenuBarItemRenderer::hottestSensor({}), std::nullopt);
-    // Ties go to the first.
     EXPECT_EQ(MenuBarItemRenderer::hottestSensor(sensorsOf({{"TB0T", 40.0}, {"TB1T", 40.0}}))->key, "TB0T");
 }
 
@@ -178,17 +151,13 @@ TEST(SensorSelection, HoldingStillIsParkingOnlyForDieReadingsOnAMovingMachine) {
     EXPECT_EQ(parked.stillFor(0, other[0]), 60.0);
     EXPECT_EQ(parked.stillFor(0, reordered[0]), 0.0);
     EXPECT_EQ(parked.stillFor(7, other[0]), 0.0);
-}
 
-TEST(SensorSelection, ANewSensorListStartsTheHistoryAfresh) {
-    std::vector<SMCSensor> sensors = sensorsOf({{"Tp01", 40.0}, {"Tp05", 36.0}});
-    ReadingHistory history = sweepFor(60, sensors, 0);
-    EXPECT_EQ(history.stillFor(0, sensors[0]), 60.0);
-    sensors.push_back(sensorsOf({{"TB0T", 30.0}})[0]);
-    history.record(sensors, 61);
-    EXPECT_EQ(history.stillFor(0, sensors[0]), 0.0);
-    history.record(sensors, 70);
-    EXPECT_EQ(history.stillFor(0, sensors[0]), 9.0);
+    // A sweep of other keys starts afresh.
+    ReadingHistory shorter = parked;
+    other.pop_back();
+    shorter.record(other, 61);
+    shorter.record(other, 70);
+    EXPECT_EQ(shorter.stillFor(0, other[0]), 9.0);
 }
 
 } // namespace

@@ -197,7 +197,7 @@ std::vector<Core> kindsInDeviceTree(const fs::path& cpusNode) {
         std::optional<std::string> kind = firstCompatible(it->path() / "compatible");
         const std::optional<std::int64_t> address = leadingNumber(std::string_view(name).substr(4), 16);
         if (kind && address) {
-            found.push_back({*address, Core{std::move(*kind), std::nullopt}});
+            found.emplace_back(*address, Core{std::move(*kind), std::nullopt});
         }
     }
     std::sort(found.begin(), found.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
