@@ -1,9 +1,7 @@
 #include "core/sensor_selection.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <string_view>
-#include <vector>
 
 namespace halvoren::SensorSelection {
 
@@ -33,45 +31,27 @@ bool isCandidate(const SMCSensor& sensor) {
 
 // The same sensor repeated over a chip's blocks shares its family letters and its last
 // character ("Tf06", "Tf16", "Tf26"): one family. Keys of another shape are families alone.
-std::uint64_t familyOf(const SMCSensor& sensor, std::size_t index) {
-    const std::string_view key = sensor.key;
-    if (key.size() != 4) {
-        return (std::uint64_t{1} << 32U) + index;
+bool sameFamily(const SMCSensor& a, const SMCSensor& b) {
+    const std::string_view x = a.key;
+    const std::string_view y = b.key;
+    if (x.size() != 4 || y.size() != 4) {
+        return &a == &b;
     }
-    const auto byte = [&](std::size_t i) {
-        return static_cast<std::uint64_t>(static_cast<unsigned char>(key[i]));
-    };
-    return (byte(0) << 16U) | (byte(1) << 8U) | byte(3);
+    return x[0] == y[0] && x[1] == y[1] && x[3] == y[3];
 }
 
-struct FamilyReading {
-    std::uint64_t family;
-    double value;
-};
-
-// Leaves one entry per family, holding its middle reading (the lower of two middles).
-void keepFamilyMedians(std::vector<FamilyReading>& readings) {
-    std::sort(readings.begin(), readings.end(), [](const FamilyReading& a, const FamilyReading& b) {
-        return a.family != b.family ? a.family < b.family : a.value < b.value;
-    });
-    std::size_t kept = 0;
-    for (std::size_t begin = 0; begin < readings.size();) {
-        std::size_t end = begin;
-        while (end < readings.size() && readings[end].family == readings[begin].family) {
-            ++end;
+// Whether the middle live reading of `sensor`'s family (the lower of two middles) is at most
+// `limit`: at least half of the family, rounded up, is.
+bool familyWithin(std::span<const SMCSensor> sensors, const SMCSensor& sensor, double limit) {
+    int members = 0;
+    int within = 0;
+    for (const SMCSensor& other : sensors) {
+        if (isCandidate(other) && isLive(other.currentTemp) && sameFamily(sensor, other)) {
+            ++members;
+            within += other.currentTemp <= limit ? 1 : 0;
         }
-        readings[kept++] = readings[begin + (end - begin - 1) / 2];
-        begin = end;
     }
-    readings.resize(kept);
-}
-
-double familyMedian(const std::vector<FamilyReading>& medians, std::uint64_t family) {
-    const auto it =
-        std::lower_bound(medians.begin(), medians.end(), family,
-                         [](const FamilyReading& entry, std::uint64_t f) { return entry.family < f; });
-    // Every live reading's family is there; a dead one's is not, and it is never asked for.
-    return it != medians.end() && it->family == family ? it->value : 0.0;
+    return within >= (members + 1) / 2;
 }
 
 } // namespace
@@ -132,22 +112,6 @@ std::optional<std::size_t> trustedHottest(std::span<const SMCSensor> sensors, co
     const bool parkingKnown = movingReference.has_value();
     const std::optional<double> reference = parkingKnown ? movingReference : anyReference;
 
-    // Every other live reading is held, alone and as a family, to the reference plus its margin.
-    const auto bound = [&](const SMCSensor& sensor) {
-        return *reference + (placement(sensor.category) == Placement::onDie ? onDieMargin : offDieMargin);
-    };
-    std::vector<FamilyReading> families;
-    if (reference) {
-        for (std::size_t i = 0; i < sensors.size(); ++i) {
-            const SMCSensor& sensor = sensors[i];
-            if (isCandidate(sensor) && placement(sensor.category) != Placement::die &&
-                isLive(sensor.currentTemp)) {
-                families.push_back({familyOf(sensor, i), sensor.currentTemp});
-            }
-        }
-        keepFamilyMedians(families);
-    }
-
     const auto believed = [&](std::size_t i, const SMCSensor& sensor) {
         if (!isLive(sensor.currentTemp)) {
             return false;
@@ -158,8 +122,10 @@ std::optional<std::size_t> trustedHottest(std::span<const SMCSensor> sensors, co
         if (!reference) {
             return true;
         }
-        const double limit = bound(sensor);
-        return sensor.currentTemp <= limit && familyMedian(families, familyOf(sensor, i)) <= limit;
+        // Held, alone and as a family, to the reference plus the margin of its place.
+        const double limit =
+            *reference + (placement(sensor.category) == Placement::onDie ? onDieMargin : offDieMargin);
+        return sensor.currentTemp <= limit && familyWithin(sensors, sensor, limit);
     };
 
     std::optional<std::size_t> hottest;
