@@ -15,6 +15,7 @@
 #include <QSettings>
 #include <QTimer>
 #include <cstdio>
+#include <functional>
 #include <iostream>
 #include <set>
 
@@ -84,7 +85,8 @@ HeadlessRun::~HeadlessRun() {
 int HeadlessRun::exec() {
     Parts& parts = *parts_;
     FanDriver* driver = nullptr;
-    HalvorenEngine::CoreCounts counts{};
+    // Empty for a real machine: the engine asks the host.
+    std::function<HalvorenEngine::CoreCounts()> coreCounts;
     if (options_.simulateProfile) {
         try {
             parts.simulated =
@@ -94,7 +96,7 @@ int HeadlessRun::exec() {
             return 2;
         }
         driver = &parts.simulated->driver();
-        counts = parts.simulated->coreCounts();
+        coreCounts = [counts = parts.simulated->coreCounts()] { return counts; };
     } else {
 #if defined(__linux__)
         parts.services = std::make_unique<SystemdHelperServiceManager>(*timers_);
@@ -118,7 +120,7 @@ int HeadlessRun::exec() {
         FanProfile::appleAuto(), HalvorenEngine::Environment{.driver = *driver,
                                                              .timers = *timers_,
                                                              .settings = *parts.settings,
-                                                             .coreCounts = [counts] { return counts; },
+                                                             .coreCounts = std::move(coreCounts),
                                                              .hidFactory = {}});
     HalvorenEngine& engine = *parts.engine;
 

@@ -382,10 +382,11 @@ std::vector<DeviceSensorReading> fixedList(std::span<const SMCSensor> sensors, C
     return rows;
 }
 
-std::optional<double> aggregate(ControlSource source, std::span<const SMCSensor> sensors, CoreCounts counts) {
+std::optional<double> aggregate(ControlSource source, std::span<const SMCSensor> sensors, CoreCounts counts,
+                                const SensorSelection::ReadingHistory& history) {
     switch (source) {
     case ControlSource::hottest:
-        return SensorSelection::trustedMaxTemperature(sensors);
+        return SensorSelection::trustedMaxTemperature(sensors, history);
     case ControlSource::cpuAverage: {
         const auto performance = detail::performanceCores(sensors, counts.performance);
         const auto efficiency = detail::efficiencyCores(sensors, counts.efficiency);

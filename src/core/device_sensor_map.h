@@ -2,6 +2,7 @@
 
 #include "core/control_source.h"
 #include "core/sensor.h"
+#include "core/sensor_selection.h"
 
 #include <optional>
 #include <span>
@@ -37,7 +38,9 @@ struct CoreCounts {
 std::vector<DeviceSensorReading> fixedList(std::span<const SMCSensor> sensors, CoreCounts counts);
 
 // The one number the fan curve follows for `source`, or none when nothing live backs it.
-std::optional<double> aggregate(ControlSource source, std::span<const SMCSensor> sensors, CoreCounts counts);
+// `history` lets the hottest source tell parked die readings from live ones.
+std::optional<double> aggregate(ControlSource source, std::span<const SMCSensor> sensors, CoreCounts counts,
+                                const SensorSelection::ReadingHistory& history = {});
 
 } // namespace DeviceSensorMap
 

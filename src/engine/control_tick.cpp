@@ -65,8 +65,10 @@ void HalvorenEngine::apply(const SensorPoller::Snapshot& snapshot) {
         availableSensors_.set(snapshot.temperatures);
         allSensors_.set(snapshot.allSensors);
         hasDiscoveredSensors_.set(!allSensors_->empty());
+        readingHistory_.record(availableSensors_.value(), timers_.clock().monotonicNow());
         refreshDerivedSensorState(true);
-        cachedMenuBarHottestSensor_.set(MenuBarItemRenderer::hottestSensor(snapshot.temperatures));
+        cachedMenuBarHottestSensor_.set(
+            MenuBarItemRenderer::hottestSensor(availableSensors_.value(), readingHistory_));
     }
 
     FanMap fresh;
@@ -89,7 +91,7 @@ void HalvorenEngine::apply(const SensorPoller::Snapshot& snapshot) {
 std::optional<double> HalvorenEngine::readingValue(const ModeSensor& sensor,
                                                    const std::vector<DeviceSensorReading>& readings) const {
     if (const std::optional<ControlSource> source = sensor.controlSource()) {
-        return DeviceSensorMap::aggregate(*source, availableSensors_.value(), coreCounts());
+        return DeviceSensorMap::aggregate(*source, availableSensors_.value(), coreCounts(), readingHistory_);
     }
     const std::string id = sensor.sensorID().value_or(std::string{});
     for (const DeviceSensorReading& reading : readings) {
@@ -120,9 +122,9 @@ void HalvorenEngine::refreshDerivedSensorState(bool recordHistory) {
     const std::optional<CustomMode> mode = activeCustomMode();
     // The user's control source, whatever a custom mode follows.
     const std::optional<double> sourceReading =
-        DeviceSensorMap::aggregate(controlSource_.value(), sensors, counts);
+        DeviceSensorMap::aggregate(controlSource_.value(), sensors, counts, readingHistory_);
     const std::optional<double> control = mode ? readingValue(mode->controlSensor, readings) : sourceReading;
-    const std::optional<double> trustedMax = SensorSelection::trustedMaxTemperature(sensors);
+    const std::optional<double> trustedMax = SensorSelection::trustedMaxTemperature(sensors, readingHistory_);
     controlSourceUnavailable_.set(!control.has_value());
     controlTemperature_.set(control.value_or(trustedMax.value_or(0.0)));
 
@@ -132,7 +134,8 @@ void HalvorenEngine::refreshDerivedSensorState(bool recordHistory) {
         displayed = readingValue(mode->displaySensor.value_or(mode->controlSensor), readings)
                         .value_or(trustedMax.value_or(0.0));
     } else if (const std::optional<ControlSource> source = controlSourceFor(menuBarTempSource_.value())) {
-        displayed = DeviceSensorMap::aggregate(*source, sensors, counts).value_or(trustedMax.value_or(0.0));
+        displayed = DeviceSensorMap::aggregate(*source, sensors, counts, readingHistory_)
+                        .value_or(trustedMax.value_or(0.0));
     } else {
         displayed = sourceTemperature;
     }

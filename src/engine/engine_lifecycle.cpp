@@ -1,5 +1,6 @@
 #include "engine/fan_driver.h"
 #include "engine/halvoren_engine.h"
+#include "platform/core_counts.h"
 #include "platform/timer_source.h"
 
 #include <QSettings>
@@ -115,7 +116,7 @@ void HalvorenEngine::warmUpInBackground(std::shared_ptr<SensorPoller> poller) {
 
 HalvorenEngine::CoreCounts HalvorenEngine::coreCounts() const {
     if (!coreCounts_) {
-        coreCounts_ = coreCountsSource_ ? coreCountsSource_() : CoreCounts{};
+        coreCounts_ = coreCountsSource_ ? coreCountsSource_() : hostCoreCounts();
     }
     return *coreCounts_;
 }

@@ -11,6 +11,7 @@
 #include "core/power_telemetry.h"
 #include "core/preset_power_caps.h"
 #include "core/sensor.h"
+#include "core/sensor_selection.h"
 #include "core/target_deadband.h"
 #include "core/uuid.h"
 #include "engine/helper_state.h"
@@ -55,6 +56,7 @@ public:
         TimerSource& timers; // all time, sleeps and debounces go through it
         QSettings& settings; // the user's settings store
         // Asked once, on first use; the machine's performance and efficiency core counts.
+        // Empty: the host's own (platform/core_counts.h).
         std::function<CoreCounts()> coreCounts = {};
         // Empty: the platform's own source of HID temperatures.
         SensorPoller::HIDSourceFactory hidFactory = {};
@@ -292,6 +294,8 @@ private:
     Observable<bool> menuBarIconAnimated_;
     Observable<bool> hasCompletedFirstRunSetup_;
     Observable<std::optional<SMCSensor>> cachedMenuBarHottestSensor_;
+    // How long each of `availableSensors_` has held its value, for telling parked cores.
+    SensorSelection::ReadingHistory readingHistory_;
     Observable<double> controlTemperature_{0.0};
     Observable<std::vector<DeviceSensorReading>> deviceSensors_;
     Observable<std::vector<DeviceSensorReading>> deviceSensorsDisplay_;
