@@ -66,7 +66,7 @@ double numberOr(const Json& object, std::string_view key, double fallback, const
 double nonNegative(const Json& object, std::string_view key, double fallback, const std::string& where) {
     const double value = numberOr(object, key, fallback, where);
     if (value < 0.0) {
-        fail(where, "\"" + std::string(key) + "\" is negative: " + doubleText(value));
+        fail(where, std::string(1, '"').append(key) + "\" is negative: " + doubleText(value));
     }
     return value;
 }
