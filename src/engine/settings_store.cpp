@@ -224,7 +224,7 @@ std::vector<CustomMode> SettingsStore::loadCustomModes() const {
         return decodeCustomModes(std::string_view(data.constData(), static_cast<std::size_t>(data.size())));
     } catch (const DecodeError&) {
         return {};
-    } catch (const nlohmann::json::exception&) {
+    } catch (const Json::exception&) {
         return {};
     }
 }

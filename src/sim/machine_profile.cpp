@@ -17,8 +17,6 @@
 namespace halvoren {
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr std::size_t maximumFans = 10; // fan keys carry one digit
 
 [[noreturn]] void fail(const std::string& where, const std::string& why) {
