@@ -31,10 +31,10 @@ void FanSafety::noteForcing(int fan) {
 
 void FanSafety::noteHandedBack(int fan, std::string_view reason) {
     forced_.erase(fan);
-    qCInfo(logHelper).noquote() << QStringLiteral("Handed fan %1 back to the firmware: %2")
-                                       .arg(fan)
-                                       .arg(QString::fromUtf8(reason.data(),
-                                                              static_cast<qsizetype>(reason.size())));
+    HALVOREN_LOG_DEFAULT(logHelper).noquote()
+        << QStringLiteral("Handed fan %1 back to the firmware: %2")
+               .arg(fan)
+               .arg(QString::fromUtf8(reason.data(), static_cast<qsizetype>(reason.size())));
 }
 
 std::optional<std::string> FanSafety::restoreAll(std::string_view reason) {
@@ -53,7 +53,8 @@ std::optional<std::string> FanSafety::restoreAll(std::string_view reason) {
     }
     uncertain_ = false;
     forced_.clear();
-    qCInfo(logHelper).noquote() << QStringLiteral("Handed every fan back to the firmware: %1").arg(why);
+    HALVOREN_LOG_DEFAULT(logHelper).noquote()
+        << QStringLiteral("Handed every fan back to the firmware: %1").arg(why);
     return std::nullopt;
 }
 
