@@ -52,11 +52,11 @@ public:
 
     QCoro::Task<HelperState> currentState() override {
         ++stateCalls;
-        co_return state;
+        co_return HelperState(state); // a copy: co_return of a member would move it out
     }
     QCoro::Task<HelperState> registerHelper() override {
         ++registerCalls;
-        co_return state;
+        co_return HelperState(state);
     }
     QCoro::Task<HelperState> unregisterHelper() override {
         ++unregisterCalls;
@@ -64,11 +64,11 @@ public:
     }
     QCoro::Task<HelperState> bounceHelper() override {
         ++bounceCalls;
-        co_return state;
+        co_return HelperState(state);
     }
     QCoro::Task<std::string> daemonVersion() override {
         ++versionCalls;
-        co_return version;
+        co_return std::string(version);
     }
     QCoro::Task<double> setTargetRPM(int fan, double rpm) override {
         writes.push_back({fan, rpm});
