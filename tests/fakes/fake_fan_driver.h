@@ -44,6 +44,7 @@ public:
     int versionCalls = 0;
     int reopenCalls = 0;
     std::function<void()> lossHandler;
+    std::function<void()> onUnregister; // run as the helper is let go
 
     std::shared_ptr<SMCKernelBridge> sharedBridge() const override { return bridge; }
     void setConnectionLossHandler(std::function<void()> handler) override {
@@ -60,6 +61,9 @@ public:
     }
     QCoro::Task<HelperState> unregisterHelper() override {
         ++unregisterCalls;
+        if (onUnregister) {
+            onUnregister();
+        }
         co_return HelperState::notRegistered();
     }
     QCoro::Task<HelperState> bounceHelper() override {
