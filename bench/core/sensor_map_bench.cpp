@@ -75,8 +75,8 @@ std::vector<SMCSensor> appleSiliconSensors() {
     addSensor(sensors, "F1Ac", SMCDataType::Kind::flt, readings.next(1200, 5000));
     for (int i = 0; sensors.size() < sensorCount; ++i) {
         const char letter = "PVI"[i % 3];
-        addSensor(sensors, std::string(1, letter) + suffix(i / 3 + 100) + "R", SMCDataType::Kind::flt,
-                  readings.next(0, 20));
+        const std::string key = std::string(1, letter).append(suffix(i / 3 + 100)).append("R");
+        addSensor(sensors, key, SMCDataType::Kind::flt, readings.next(0, 20));
     }
     std::sort(sensors.begin(), sensors.end(),
               [](const SMCSensor& a, const SMCSensor& b) { return a.key < b.key; });

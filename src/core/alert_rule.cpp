@@ -6,13 +6,13 @@
 
 namespace halvoren {
 
-void to_json(nlohmann::json& j, const AlertRule& rule) {
-    j = nlohmann::json{{"enabled", rule.enabled},
-                       {"thresholdCelsius", json::finite(rule.thresholdCelsius)},
-                       {"autoBoost", rule.autoBoost}};
+void to_json(Json& j, const AlertRule& rule) {
+    j = Json{{"enabled", rule.enabled},
+             {"thresholdCelsius", json::finite(rule.thresholdCelsius)},
+             {"autoBoost", rule.autoBoost}};
 }
 
-void from_json(const nlohmann::json& j, AlertRule& rule) {
+void from_json(const Json& j, AlertRule& rule) {
     rule = AlertRule{json::requireBool(j, "enabled"), json::requireDouble(j, "thresholdCelsius"),
                      json::requireBool(j, "autoBoost")};
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include "core/json_value.h"
 
 namespace halvoren {
 
@@ -13,7 +13,7 @@ struct AlertRule {
     friend bool operator==(const AlertRule&, const AlertRule&) = default;
 };
 
-void to_json(nlohmann::json& j, const AlertRule& rule);
-void from_json(const nlohmann::json& j, AlertRule& rule);
+void to_json(Json& j, const AlertRule& rule);
+void from_json(const Json& j, AlertRule& rule);
 
 } // namespace halvoren

@@ -20,10 +20,10 @@ std::string_view displayName(ControlSource source) {
     return {};
 }
 
-void to_json(nlohmann::json& j, ControlSource source) {
+void to_json(Json& j, ControlSource source) {
     j = json::enumToJson(source);
 }
-void from_json(const nlohmann::json& j, ControlSource& source) {
+void from_json(const Json& j, ControlSource& source) {
     source = json::enumFromJson<ControlSource>(j, "controlSource");
 }
 

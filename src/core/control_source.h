@@ -1,9 +1,9 @@
 #pragma once
 
 #include "core/json_support.h"
+#include "core/json_value.h"
 
 #include <array>
-#include <nlohmann/json_fwd.hpp>
 #include <string_view>
 #include <utility>
 
@@ -25,7 +25,7 @@ struct EnumTable<ControlSource> {
 
 std::string_view displayName(ControlSource source);
 
-void to_json(nlohmann::json& j, ControlSource source);
-void from_json(const nlohmann::json& j, ControlSource& source);
+void to_json(Json& j, ControlSource source);
+void from_json(const Json& j, ControlSource& source);
 
 } // namespace halvoren

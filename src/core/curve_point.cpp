@@ -6,13 +6,13 @@
 
 namespace halvoren {
 
-void to_json(nlohmann::json& j, const CurvePoint& point) {
-    j = nlohmann::json{{"id", point.id},
-                       {"temperature", json::finite(point.temperature)},
-                       {"rpmPercentage", json::finite(point.rpmPercentage)}};
+void to_json(Json& j, const CurvePoint& point) {
+    j = Json{{"id", point.id},
+             {"temperature", json::finite(point.temperature)},
+             {"rpmPercentage", json::finite(point.rpmPercentage)}};
 }
 
-void from_json(const nlohmann::json& j, CurvePoint& point) {
+void from_json(const Json& j, CurvePoint& point) {
     point = CurvePoint{json::requireKey(j, "id").get<Uuid>(), json::requireDouble(j, "temperature"),
                        json::requireDouble(j, "rpmPercentage")};
 }

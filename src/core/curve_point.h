@@ -1,8 +1,7 @@
 #pragma once
 
+#include "core/json_value.h"
 #include "core/uuid.h"
-
-#include <nlohmann/json_fwd.hpp>
 
 namespace halvoren {
 
@@ -21,7 +20,7 @@ struct CurvePoint {
     friend bool operator==(const CurvePoint&, const CurvePoint&) = default;
 };
 
-void to_json(nlohmann::json& j, const CurvePoint& point);
-void from_json(const nlohmann::json& j, CurvePoint& point);
+void to_json(Json& j, const CurvePoint& point);
+void from_json(const Json& j, CurvePoint& point);
 
 } // namespace halvoren

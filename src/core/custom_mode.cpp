@@ -12,7 +12,7 @@ constexpr const char* invalidKeyCount = "Invalid number of keys found, expected 
 
 // The value under `key`, or null when the key is absent or holds null: the lenient
 // keys of a mode treat both alike.
-const nlohmann::json* presentValue(const nlohmann::json& object, std::string_view key) {
+const Json* presentValue(const Json& object, std::string_view key) {
     const auto it = object.find(key);
     if (it == object.end() || it->is_null()) {
         return nullptr;
@@ -23,10 +23,10 @@ const nlohmann::json* presentValue(const nlohmann::json& object, std::string_vie
 // An enumeration with a payload is an object whose single case key holds the payload.
 // Keys that name no case are ignored like any unknown key, so an object naming no
 // case, or more than one, fails.
-std::pair<std::string_view, const nlohmann::json*> singleCase(const nlohmann::json& j, std::string_view what,
-                                                              std::initializer_list<std::string_view> cases) {
+std::pair<std::string_view, const Json*> singleCase(const Json& j, std::string_view what,
+                                                    std::initializer_list<std::string_view> cases) {
     json::requireObject(j, what);
-    std::pair<std::string_view, const nlohmann::json*> found{{}, nullptr};
+    std::pair<std::string_view, const Json*> found{{}, nullptr};
     std::size_t count = 0;
     for (const auto name : cases) {
         const auto it = j.find(name);
@@ -107,26 +107,26 @@ const std::vector<CustomMode>& CustomMode::templates() {
     return all;
 }
 
-void to_json(nlohmann::json& j, const ModeSpeed& speed) {
+void to_json(Json& j, const ModeSpeed& speed) {
     const char* key = speed.kind() == ModeSpeed::Kind::floor ? "floor" : "fixed";
-    j = nlohmann::json{{key, {{"percentage", json::finite(speed.percentage())}}}};
+    j = Json{{key, {{"percentage", json::finite(speed.percentage())}}}};
 }
 
-void from_json(const nlohmann::json& j, ModeSpeed& speed) {
+void from_json(const Json& j, ModeSpeed& speed) {
     const auto [kind, payload] = singleCase(j, "speed", {"floor", "fixed"});
     const double percentage = json::requireDouble(*payload, "percentage");
     speed = kind == "floor" ? ModeSpeed::floor(percentage) : ModeSpeed::fixed(percentage);
 }
 
-void to_json(nlohmann::json& j, const ModeSensor& sensor) {
+void to_json(Json& j, const ModeSensor& sensor) {
     if (const auto source = sensor.controlSource()) {
-        j = nlohmann::json{{"source", {{"_0", *source}}}};
+        j = Json{{"source", {{"_0", *source}}}};
     } else {
-        j = nlohmann::json{{"sensor", {{"id", *sensor.sensorID()}}}};
+        j = Json{{"sensor", {{"id", *sensor.sensorID()}}}};
     }
 }
 
-void from_json(const nlohmann::json& j, ModeSensor& sensor) {
+void from_json(const Json& j, ModeSensor& sensor) {
     const auto [kind, payload] = singleCase(j, "sensor", {"source", "sensor"});
     if (kind == "source") {
         sensor =
@@ -136,19 +136,19 @@ void from_json(const nlohmann::json& j, ModeSensor& sensor) {
     }
 }
 
-void to_json(nlohmann::json& j, const CustomMode& mode) {
-    j = nlohmann::json{{"id", mode.id},
-                       {"name", mode.name},
-                       {"symbolName", mode.symbolName},
-                       {"speed", mode.speed},
-                       {"controlSensor", mode.controlSensor},
-                       {"drivesMainReadout", mode.drivesMainReadout}};
+void to_json(Json& j, const CustomMode& mode) {
+    j = Json{{"id", mode.id},
+             {"name", mode.name},
+             {"symbolName", mode.symbolName},
+             {"speed", mode.speed},
+             {"controlSensor", mode.controlSensor},
+             {"drivesMainReadout", mode.drivesMainReadout}};
     if (mode.displaySensor) {
         j["displaySensor"] = *mode.displaySensor;
     }
 }
 
-void from_json(const nlohmann::json& j, CustomMode& mode) {
+void from_json(const Json& j, CustomMode& mode) {
     json::requireObject(j, "custom mode");
     auto id = json::requireKey(j, "id").get<Uuid>();
     auto name = json::requireString(j, "name");
@@ -195,10 +195,10 @@ std::vector<CustomMode> decodeCustomModes(std::string_view jsonText) {
 }
 
 std::string encodeCustomModes(const std::vector<CustomMode>& modes) {
-    const nlohmann::json list = modes;
+    const Json list = modes;
     try {
         return list.dump();
-    } catch (const nlohmann::json::type_error&) {
+    } catch (const Json::type_error&) {
         // A name that is not valid UTF-8 cannot be written as JSON text.
         throw EncodeError("custom mode text is not valid UTF-8");
     }

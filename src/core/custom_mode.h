@@ -1,10 +1,10 @@
 #pragma once
 
 #include "core/control_source.h"
+#include "core/json_value.h"
 #include "core/uuid.h"
 
 #include <array>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -102,14 +102,14 @@ struct CustomMode {
     static const std::vector<CustomMode>& templates();
 };
 
-void to_json(nlohmann::json& j, const ModeSpeed& speed);
-void from_json(const nlohmann::json& j, ModeSpeed& speed);
-void to_json(nlohmann::json& j, const ModeSensor& sensor);
-void from_json(const nlohmann::json& j, ModeSensor& sensor);
+void to_json(Json& j, const ModeSpeed& speed);
+void from_json(const Json& j, ModeSpeed& speed);
+void to_json(Json& j, const ModeSensor& sensor);
+void from_json(const Json& j, ModeSensor& sensor);
 // Decoding accepts data from earlier versions: a missing speed falls back to the old
 // "floorPercentage", and the optional fields take their defaults when absent.
-void to_json(nlohmann::json& j, const CustomMode& mode);
-void from_json(const nlohmann::json& j, CustomMode& mode);
+void to_json(Json& j, const CustomMode& mode);
+void from_json(const Json& j, CustomMode& mode);
 
 // The stored list. One malformed mode fails the whole list with DecodeError.
 std::vector<CustomMode> decodeCustomModes(std::string_view jsonText);

@@ -1,9 +1,10 @@
 #include "core/double_text.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
+#include <cstdint>
 
 namespace halvoren {
 
@@ -15,8 +16,8 @@ std::string doubleText(double value) {
         return value < 0 ? "-inf" : "inf";
     }
     const double magnitude = std::fabs(value);
-    constexpr double positionalLimit = 9007199254740992.0; // 2^53
-    const bool positional = magnitude == 0.0 || (magnitude >= 1e-4 && magnitude < positionalLimit);
+    constexpr double positionalLimit = 9007199254740992.0; // 2^53, itself still positional
+    const bool positional = magnitude == 0.0 || (magnitude >= 1e-4 && magnitude <= positionalLimit);
 
     std::array<char, 64> buffer{};
     const auto format = positional ? std::chars_format::fixed : std::chars_format::scientific;
@@ -36,6 +37,23 @@ std::string doubleText(double value) {
     const auto e = text.find('e');
     if (e != std::string::npos && text.size() - e == 3) {
         return text.substr(0, e + 2) + '0' + text.back();
+    }
+    return text;
+}
+
+std::string doubleDebugText(double value) {
+    if (!std::isnan(value)) {
+        return doubleText(value);
+    }
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    constexpr std::uint64_t quietBit = std::uint64_t{1} << 51;
+    const std::uint64_t payload = bits & (quietBit - 1);
+    std::string text = (bits >> 63) != 0 ? "-" : "";
+    text += (bits & quietBit) != 0 ? "nan" : "snan";
+    if (payload != 0) {
+        std::array<char, 16> hex{};
+        const auto written = std::to_chars(hex.data(), hex.data() + hex.size(), payload, 16);
+        text += "(0x" + std::string(hex.data(), written.ptr) + ")";
     }
     return text;
 }

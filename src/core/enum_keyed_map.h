@@ -19,11 +19,11 @@ using EnumKeyedMap = std::vector<std::pair<E, V>>;
 
 // Throws EncodeError when a value cannot be written (a non-finite number).
 template <class E, class V>
-nlohmann::json encodeEnumKeyedMap(const EnumKeyedMap<E, V>& entries) {
-    auto array = nlohmann::json::array();
+Json encodeEnumKeyedMap(const EnumKeyedMap<E, V>& entries) {
+    auto array = Json::array();
     for (const auto& [key, value] : entries) {
         array.push_back(json::enumToJson(key));
-        array.push_back(nlohmann::json(value));
+        array.push_back(Json(value));
     }
     return array;
 }
@@ -32,7 +32,7 @@ nlohmann::json encodeEnumKeyedMap(const EnumKeyedMap<E, V>& entries) {
 // of E and whose values decode as V. A key given twice keeps its last value, in the
 // place of its first.
 template <class E, class V>
-EnumKeyedMap<E, V> decodeEnumKeyedMap(const nlohmann::json& array) {
+EnumKeyedMap<E, V> decodeEnumKeyedMap(const Json& array) {
     if (!array.is_array()) {
         throw DecodeError("expected an array of alternating keys and values");
     }
@@ -45,7 +45,7 @@ EnumKeyedMap<E, V> decodeEnumKeyedMap(const nlohmann::json& array) {
         V value;
         try {
             value = array[i + 1].template get<V>();
-        } catch (const nlohmann::json::exception& error) {
+        } catch (const Json::exception& error) {
             throw DecodeError(std::string("bad value: ") + error.what());
         }
         auto existing = entries.begin();

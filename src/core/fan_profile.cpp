@@ -16,11 +16,11 @@ std::vector<CurvePoint> curve(std::initializer_list<std::pair<double, double>> p
 
 } // namespace
 
-void to_json(nlohmann::json& j, ControlMode mode) {
+void to_json(Json& j, ControlMode mode) {
     j = static_cast<int>(mode);
 }
 
-void from_json(const nlohmann::json& j, ControlMode& mode) {
+void from_json(const Json& j, ControlMode& mode) {
     const auto raw = json::asInt(j, "mode");
     if (raw < 0 || raw > 2) {
         throw DecodeError("unknown control mode " + std::to_string(raw));
@@ -74,16 +74,16 @@ const std::vector<FanProfile>& FanProfile::builtins() {
     return all;
 }
 
-void to_json(nlohmann::json& j, const FanProfile& profile) {
-    j = nlohmann::json{{"id", profile.id},
-                       {"name", profile.name},
-                       {"mode", profile.mode},
-                       {"constantTargetRPM", profile.constantTargetRPM},
-                       {"targetSensorGroupID", profile.targetSensorGroupID},
-                       {"curvePoints", profile.curvePoints}};
+void to_json(Json& j, const FanProfile& profile) {
+    j = Json{{"id", profile.id},
+             {"name", profile.name},
+             {"mode", profile.mode},
+             {"constantTargetRPM", profile.constantTargetRPM},
+             {"targetSensorGroupID", profile.targetSensorGroupID},
+             {"curvePoints", profile.curvePoints}};
 }
 
-void from_json(const nlohmann::json& j, FanProfile& profile) {
+void from_json(const Json& j, FanProfile& profile) {
     FanProfile decoded;
     decoded.id = json::requireKey(j, "id").get<Uuid>();
     decoded.name = json::requireString(j, "name");
@@ -110,10 +110,10 @@ std::string_view displayName(FanPreset preset) {
     return {};
 }
 
-void to_json(nlohmann::json& j, FanPreset preset) {
+void to_json(Json& j, FanPreset preset) {
     j = json::enumToJson(preset);
 }
-void from_json(const nlohmann::json& j, FanPreset& preset) {
+void from_json(const Json& j, FanPreset& preset) {
     preset = json::enumFromJson<FanPreset>(j, "preset");
 }
 

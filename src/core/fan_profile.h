@@ -2,11 +2,11 @@
 
 #include "core/curve_point.h"
 #include "core/json_support.h"
+#include "core/json_value.h"
 #include "core/uuid.h"
 
 #include <cstdint>
 #include <limits>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,8 +20,8 @@ enum class ControlMode : int {
     adaptiveCurve = 2, // speed follows a temperature curve through the control pipeline
 };
 
-void to_json(nlohmann::json& j, ControlMode mode);
-void from_json(const nlohmann::json& j, ControlMode& mode);
+void to_json(Json& j, ControlMode mode);
+void from_json(const Json& j, ControlMode& mode);
 
 // A complete policy for the fans.
 struct FanProfile {
@@ -47,8 +47,8 @@ struct FanProfile {
     static const std::vector<FanProfile>& builtins();
 };
 
-void to_json(nlohmann::json& j, const FanProfile& profile);
-void from_json(const nlohmann::json& j, FanProfile& profile);
+void to_json(Json& j, const FanProfile& profile);
+void from_json(const Json& j, FanProfile& profile);
 
 // The three speed presets offered to the user. `auto_` (raw value "auto") is the
 // curve the user sees as "Balanced", not the firmware's own control.
@@ -65,7 +65,7 @@ struct EnumTable<FanPreset> {
 
 std::string_view displayName(FanPreset preset);
 
-void to_json(nlohmann::json& j, FanPreset preset);
-void from_json(const nlohmann::json& j, FanPreset& preset);
+void to_json(Json& j, FanPreset preset);
+void from_json(const Json& j, FanPreset& preset);
 
 } // namespace halvoren

@@ -7,16 +7,16 @@
 
 namespace halvoren {
 
-void to_json(nlohmann::json& j, const FanStatus& fan) {
-    j = nlohmann::json{{"id", fan.id},
-                       {"currentRPM", json::finite(fan.currentRPM)},
-                       {"minRPM", json::finite(fan.minRPM)},
-                       {"maxRPM", json::finite(fan.maxRPM)},
-                       {"targetRPM", json::finite(fan.targetRPM)},
-                       {"isManaged", fan.isManaged}};
+void to_json(Json& j, const FanStatus& fan) {
+    j = Json{{"id", fan.id},
+             {"currentRPM", json::finite(fan.currentRPM)},
+             {"minRPM", json::finite(fan.minRPM)},
+             {"maxRPM", json::finite(fan.maxRPM)},
+             {"targetRPM", json::finite(fan.targetRPM)},
+             {"isManaged", fan.isManaged}};
 }
 
-void from_json(const nlohmann::json& j, FanStatus& fan) {
+void from_json(const Json& j, FanStatus& fan) {
     const auto id = json::requireInt(j, "id");
     if (id < std::numeric_limits<int>::min() || id > std::numeric_limits<int>::max()) {
         throw DecodeError("\"id\" is out of range");

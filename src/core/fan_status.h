@@ -1,6 +1,6 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include "core/json_value.h"
 
 namespace halvoren {
 
@@ -18,7 +18,7 @@ struct FanStatus {
     friend bool operator==(const FanStatus&, const FanStatus&) = default;
 };
 
-void to_json(nlohmann::json& j, const FanStatus& fan);
-void from_json(const nlohmann::json& j, FanStatus& fan);
+void to_json(Json& j, const FanStatus& fan);
+void from_json(const Json& j, FanStatus& fan);
 
 } // namespace halvoren

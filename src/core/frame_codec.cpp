@@ -25,11 +25,10 @@ std::string frameBytes(std::string_view json) {
 void FrameReader::append(std::string_view bytes) {
     while (!bytes.empty() && !failed()) {
         if (!inPayload_) {
-            const auto take = std::min(header_.size() - headerFill_, bytes.size());
-            std::copy_n(bytes.begin(), take, header_.begin() + static_cast<std::ptrdiff_t>(headerFill_));
-            headerFill_ += take;
-            bytes.remove_prefix(take);
-            if (headerFill_ == header_.size()) {
+            // The prefix is shifted in byte by byte: no buffer, so no index to get wrong.
+            length_ = (length_ << 8) | static_cast<unsigned char>(bytes.front());
+            bytes.remove_prefix(1);
+            if (++headerFill_ == headerBytes) {
                 finishHeader();
             }
         } else {
@@ -46,9 +45,9 @@ void FrameReader::append(std::string_view bytes) {
 }
 
 void FrameReader::finishHeader() {
+    const std::uint32_t length = length_;
     headerFill_ = 0;
-    const std::uint32_t length = (std::uint32_t{header_[0]} << 24) | (std::uint32_t{header_[1]} << 16) |
-                                 (std::uint32_t{header_[2]} << 8) | std::uint32_t{header_[3]};
+    length_ = 0;
     if (length > HelperConstants::maxFrameBytes) {
         error_ = "declared frame length " + std::to_string(length) + " exceeds the limit of " +
                  std::to_string(HelperConstants::maxFrameBytes);

@@ -3,7 +3,6 @@
 // Framing of the helper socket: a 4-byte unsigned big-endian length, then that many bytes of
 // one JSON message. Lengths above HelperConstants::maxFrameBytes are refused on both sides.
 
-#include <array>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -34,7 +33,8 @@ public:
 private:
     void finishHeader();
 
-    std::array<unsigned char, 4> header_{};
+    static constexpr std::size_t headerBytes = 4;
+    std::uint32_t length_ = 0; // the prefix read so far, most significant byte first
     std::size_t headerFill_ = 0;
     bool inPayload_ = false;
     std::size_t expected_ = 0;

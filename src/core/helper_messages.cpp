@@ -9,23 +9,20 @@
 namespace halvoren {
 namespace {
 
-// Keys go out in the order written, id first, which keeps logged frames readable.
-using OrderedJson = nlohmann::ordered_json;
-
-std::string dumpText(const OrderedJson& object) {
-    return object.dump(-1, ' ', false, OrderedJson::error_handler_t::replace);
+std::string dumpText(const Json& object) {
+    return object.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-double finiteNumber(double value, std::string_view key) {
+Json finiteNumber(double value, std::string_view key) {
     if (!std::isfinite(value)) {
         throw EncodeError("\"" + std::string(key) + "\" must be finite, not " + doubleText(value));
     }
-    return value;
+    return json::finite(value);
 }
 
 // Ids are tokens echoed back exactly, so only integer literals from 0 to 2^64 - 1 qualify:
 // a fraction or exponent form could not be repeated faithfully.
-std::optional<std::uint64_t> idValue(const nlohmann::json& value) {
+std::optional<std::uint64_t> idValue(const Json& value) {
     if (value.is_number_unsigned()) {
         return value.get<std::uint64_t>();
     }
@@ -36,7 +33,7 @@ std::optional<std::uint64_t> idValue(const nlohmann::json& value) {
 }
 
 struct Envelope {
-    nlohmann::json object;
+    Json object;
     std::uint64_t id = 0;
 };
 
@@ -58,7 +55,7 @@ Envelope openEnvelope(std::string_view text) {
     return Envelope{std::move(object), *id};
 }
 
-int requireFan(const nlohmann::json& object) {
+int requireFan(const Json& object) {
     const auto fan = json::requireInt(object, "fan");
     if (fan < std::numeric_limits<int>::min() || fan > std::numeric_limits<int>::max()) {
         throw DecodeError("\"fan\" is out of range");
@@ -97,7 +94,7 @@ HelperRequest readRequest(const Envelope& envelope) {
     return request;
 }
 
-HelperReply::Outcome readOutcome(const nlohmann::json& object, HelperMethod expected) {
+HelperReply::Outcome readOutcome(const Json& object, HelperMethod expected) {
     if (const auto error = object.find("error"); error != object.end()) {
         return HelperReply::Failure{json::asString(*error, "error")};
     }
@@ -118,7 +115,7 @@ HelperReply::Outcome readOutcome(const nlohmann::json& object, HelperMethod expe
 } // namespace
 
 std::string encodeRequest(const HelperRequest& request) {
-    OrderedJson object{{"id", request.id}, {"method", std::string(rawValue(request.method))}};
+    Json object{{"id", request.id}, {"method", std::string(rawValue(request.method))}};
     switch (request.method) {
     case HelperMethod::setTargetRPM:
         object["fan"] = request.fan;
@@ -163,7 +160,7 @@ DecodedRequest decodeRequest(std::string_view json) {
 }
 
 std::string encodeReply(const HelperReply& reply) {
-    OrderedJson object{{"id", reply.id}};
+    Json object{{"id", reply.id}};
     const auto& outcome = reply.outcome;
     if (const auto* applied = std::get_if<HelperReply::Applied>(&outcome)) {
         object["applied"] = finiteNumber(applied->rpm, "applied");

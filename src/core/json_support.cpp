@@ -12,7 +12,7 @@ namespace {
 
 } // namespace
 
-const nlohmann::json& requireKey(const nlohmann::json& object, std::string_view key) {
+const Json& requireKey(const Json& object, std::string_view key) {
     if (!object.is_object()) {
         throw DecodeError("expected an object holding \"" + std::string(key) + "\"");
     }
@@ -23,21 +23,21 @@ const nlohmann::json& requireKey(const nlohmann::json& object, std::string_view 
     return *it;
 }
 
-const nlohmann::json& requireObject(const nlohmann::json& value, std::string_view what) {
+const Json& requireObject(const Json& value, std::string_view what) {
     if (!value.is_object()) {
         wrongType(what, "an object");
     }
     return value;
 }
 
-double asDouble(const nlohmann::json& value, std::string_view key) {
+double asDouble(const Json& value, std::string_view key) {
     if (!value.is_number()) {
         wrongType(key, "a number");
     }
     return value.get<double>();
 }
 
-std::int64_t asInt(const nlohmann::json& value, std::string_view key) {
+std::int64_t asInt(const Json& value, std::string_view key) {
     if (value.is_number_integer() && !value.is_number_unsigned()) {
         return value.get<std::int64_t>();
     }
@@ -59,29 +59,34 @@ std::int64_t asInt(const nlohmann::json& value, std::string_view key) {
     wrongType(key, "an integer");
 }
 
-bool asBool(const nlohmann::json& value, std::string_view key) {
+bool asBool(const Json& value, std::string_view key) {
     if (!value.is_boolean()) {
         wrongType(key, "a boolean");
     }
     return value.get<bool>();
 }
 
-std::string asString(const nlohmann::json& value, std::string_view key) {
+std::string asString(const Json& value, std::string_view key) {
     if (!value.is_string()) {
         wrongType(key, "a string");
     }
     return value.get<std::string>();
 }
 
-nlohmann::json finite(double value) {
+Json finite(double value) {
     if (!std::isfinite(value)) {
         throw EncodeError("cannot encode a non-finite number");
+    }
+    constexpr double wholeLimit = 9007199254740992.0; // 2^53: beyond it the exponent form
+    if (std::trunc(value) == value && std::fabs(value) <= wholeLimit &&
+        !(value == 0.0 && std::signbit(value))) {
+        return static_cast<std::int64_t>(value);
     }
     return value;
 }
 
-nlohmann::json parse(std::string_view text) {
-    auto result = nlohmann::json::parse(text, nullptr, false);
+Json parse(std::string_view text) {
+    auto result = Json::parse(text, nullptr, false);
     if (result.is_discarded()) {
         throw DecodeError("malformed JSON");
     }

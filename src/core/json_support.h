@@ -3,6 +3,8 @@
 // Strict JSON decoding shared by the value types: every listed key is required, a
 // value of the wrong type fails the whole decode, unknown keys are ignored.
 
+#include "core/json_value.h"
+
 #include <array>
 #include <cstdint>
 #include <nlohmann/json.hpp>
@@ -27,32 +29,35 @@ public:
 
 namespace json {
 
-const nlohmann::json& requireKey(const nlohmann::json& object, std::string_view key);
-const nlohmann::json& requireObject(const nlohmann::json& value, std::string_view what);
+const Json& requireKey(const Json& object, std::string_view key);
+const Json& requireObject(const Json& value, std::string_view what);
 
-double asDouble(const nlohmann::json& value, std::string_view key);
-std::int64_t asInt(const nlohmann::json& value, std::string_view key);
-bool asBool(const nlohmann::json& value, std::string_view key);
-std::string asString(const nlohmann::json& value, std::string_view key);
+double asDouble(const Json& value, std::string_view key);
+std::int64_t asInt(const Json& value, std::string_view key);
+bool asBool(const Json& value, std::string_view key);
+std::string asString(const Json& value, std::string_view key);
 
-inline double requireDouble(const nlohmann::json& o, std::string_view key) {
+inline double requireDouble(const Json& o, std::string_view key) {
     return asDouble(requireKey(o, key), key);
 }
-inline std::int64_t requireInt(const nlohmann::json& o, std::string_view key) {
+inline std::int64_t requireInt(const Json& o, std::string_view key) {
     return asInt(requireKey(o, key), key);
 }
-inline bool requireBool(const nlohmann::json& o, std::string_view key) {
+inline bool requireBool(const Json& o, std::string_view key) {
     return asBool(requireKey(o, key), key);
 }
-inline std::string requireString(const nlohmann::json& o, std::string_view key) {
+inline std::string requireString(const Json& o, std::string_view key) {
     return asString(requireKey(o, key), key);
 }
 
-// A number for the output; non-finite values cannot be represented and throw EncodeError.
-nlohmann::json finite(double value);
+// A Double for the output, as the platform's encoder writes one: a whole number up to 2^53
+// in magnitude without a fraction (1, not 1.0), anything else in its shortest form that reads
+// back exactly. -0.0 keeps its sign. Non-finite values cannot be represented and throw
+// EncodeError.
+Json finite(double value);
 
 // Parses text into JSON, turning a syntax error into DecodeError.
-nlohmann::json parse(std::string_view text);
+Json parse(std::string_view text);
 
 } // namespace json
 
@@ -95,12 +100,12 @@ constexpr auto allCases() {
 namespace json {
 
 template <class E>
-nlohmann::json enumToJson(E value) {
+Json enumToJson(E value) {
     return std::string(rawValue(value));
 }
 
 template <class E>
-E enumFromJson(const nlohmann::json& value, std::string_view key) {
+E enumFromJson(const Json& value, std::string_view key) {
     const auto parsed = fromRawValue<E>(asString(value, key));
     if (!parsed) {
         throw DecodeError("unknown raw value for \"" + std::string(key) + "\"");

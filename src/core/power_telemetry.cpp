@@ -28,22 +28,22 @@ double PowerTelemetry::estimatedBatteryImpactMinutes(double batteryWh, double ba
     return (batteryWh / baselineW - batteryWh / (baselineW + deltaW)) * 60.0;
 }
 
-void to_json(nlohmann::json& j, PowerSource source) {
+void to_json(Json& j, PowerSource source) {
     j = json::enumToJson(source);
 }
-void from_json(const nlohmann::json& j, PowerSource& source) {
+void from_json(const Json& j, PowerSource& source) {
     source = json::enumFromJson<PowerSource>(j, "source");
 }
 
-void to_json(nlohmann::json& j, const PowerTelemetry& power) {
-    j = nlohmann::json{{"source", power.source},
-                       {"systemWatts", json::finite(power.systemWatts)},
-                       {"isCharging", power.isCharging},
-                       {"isClamshell", power.isClamshell},
-                       {"batteryWattHours", json::finite(power.batteryWattHours)}};
+void to_json(Json& j, const PowerTelemetry& power) {
+    j = Json{{"source", power.source},
+             {"systemWatts", json::finite(power.systemWatts)},
+             {"isCharging", power.isCharging},
+             {"isClamshell", power.isClamshell},
+             {"batteryWattHours", json::finite(power.batteryWattHours)}};
 }
 
-void from_json(const nlohmann::json& j, PowerTelemetry& power) {
+void from_json(const Json& j, PowerTelemetry& power) {
     power = PowerTelemetry{json::requireKey(j, "source").get<PowerSource>(),
                            json::requireDouble(j, "systemWatts"), json::requireBool(j, "isCharging"),
                            json::requireBool(j, "isClamshell"), json::requireDouble(j, "batteryWattHours")};

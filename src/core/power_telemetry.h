@@ -1,9 +1,9 @@
 #pragma once
 
 #include "core/json_support.h"
+#include "core/json_value.h"
 
 #include <array>
-#include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -47,9 +47,9 @@ struct PowerTelemetry {
     friend bool operator==(const PowerTelemetry&, const PowerTelemetry&) = default;
 };
 
-void to_json(nlohmann::json& j, PowerSource source);
-void from_json(const nlohmann::json& j, PowerSource& source);
-void to_json(nlohmann::json& j, const PowerTelemetry& power);
-void from_json(const nlohmann::json& j, PowerTelemetry& power);
+void to_json(Json& j, PowerSource source);
+void from_json(const Json& j, PowerSource& source);
+void to_json(Json& j, const PowerTelemetry& power);
+void from_json(const Json& j, PowerTelemetry& power);
 
 } // namespace halvoren

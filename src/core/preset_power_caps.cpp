@@ -6,11 +6,11 @@
 
 namespace halvoren {
 
-void to_json(nlohmann::json& j, const PresetPowerCaps& caps) {
-    j = nlohmann::json{{"ac", json::finite(caps.ac)}, {"battery", json::finite(caps.battery)}};
+void to_json(Json& j, const PresetPowerCaps& caps) {
+    j = Json{{"ac", json::finite(caps.ac)}, {"battery", json::finite(caps.battery)}};
 }
 
-void from_json(const nlohmann::json& j, PresetPowerCaps& caps) {
+void from_json(const Json& j, PresetPowerCaps& caps) {
     caps = PresetPowerCaps{json::requireDouble(j, "ac"), json::requireDouble(j, "battery")};
 }
 

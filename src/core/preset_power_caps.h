@@ -2,8 +2,7 @@
 
 #include "core/enum_keyed_map.h"
 #include "core/fan_profile.h"
-
-#include <nlohmann/json_fwd.hpp>
+#include "core/json_value.h"
 
 namespace halvoren {
 
@@ -17,8 +16,8 @@ struct PresetPowerCaps {
 };
 
 // Both keys are required.
-void to_json(nlohmann::json& j, const PresetPowerCaps& caps);
-void from_json(const nlohmann::json& j, PresetPowerCaps& caps);
+void to_json(Json& j, const PresetPowerCaps& caps);
+void from_json(const Json& j, PresetPowerCaps& caps);
 
 using PresetPowerCapsMap = EnumKeyedMap<FanPreset, PresetPowerCaps>;
 

@@ -41,30 +41,30 @@ std::string_view unit(SensorClass sensorClass) {
     return {};
 }
 
-void to_json(nlohmann::json& j, SensorCategory category) {
+void to_json(Json& j, SensorCategory category) {
     j = json::enumToJson(category);
 }
-void from_json(const nlohmann::json& j, SensorCategory& category) {
+void from_json(const Json& j, SensorCategory& category) {
     category = json::enumFromJson<SensorCategory>(j, "category");
 }
-void to_json(nlohmann::json& j, SensorClass sensorClass) {
+void to_json(Json& j, SensorClass sensorClass) {
     j = json::enumToJson(sensorClass);
 }
-void from_json(const nlohmann::json& j, SensorClass& sensorClass) {
+void from_json(const Json& j, SensorClass& sensorClass) {
     sensorClass = json::enumFromJson<SensorClass>(j, "sensorClass");
 }
 
-void to_json(nlohmann::json& j, const SMCSensor& sensor) {
-    j = nlohmann::json{{"id", sensor.id},
-                       {"key", sensor.key},
-                       {"name", sensor.name},
-                       {"category", sensor.category},
-                       {"currentTemp", json::finite(sensor.currentTemp)},
-                       {"sensorClass", sensor.sensorClass},
-                       {"unit", sensor.unit}};
+void to_json(Json& j, const SMCSensor& sensor) {
+    j = Json{{"id", sensor.id},
+             {"key", sensor.key},
+             {"name", sensor.name},
+             {"category", sensor.category},
+             {"currentTemp", json::finite(sensor.currentTemp)},
+             {"sensorClass", sensor.sensorClass},
+             {"unit", sensor.unit}};
 }
 
-void from_json(const nlohmann::json& j, SMCSensor& sensor) {
+void from_json(const Json& j, SMCSensor& sensor) {
     sensor = SMCSensor{
         json::requireString(j, "id"),          json::requireString(j, "key"),
         json::requireString(j, "name"),        json::requireKey(j, "category").get<SensorCategory>(),

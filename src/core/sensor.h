@@ -1,10 +1,10 @@
 #pragma once
 
 #include "core/json_support.h"
+#include "core/json_value.h"
 
 #include <array>
 #include <cstddef>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -58,12 +58,12 @@ struct SMCSensor {
     friend bool operator==(const SMCSensor&, const SMCSensor&) = default;
 };
 
-void to_json(nlohmann::json& j, SensorCategory category);
-void from_json(const nlohmann::json& j, SensorCategory& category);
-void to_json(nlohmann::json& j, SensorClass sensorClass);
-void from_json(const nlohmann::json& j, SensorClass& sensorClass);
-void to_json(nlohmann::json& j, const SMCSensor& sensor);
-void from_json(const nlohmann::json& j, SMCSensor& sensor);
+void to_json(Json& j, SensorCategory category);
+void from_json(const Json& j, SensorCategory& category);
+void to_json(Json& j, SensorClass sensorClass);
+void from_json(const Json& j, SensorClass& sensorClass);
+void to_json(Json& j, const SMCSensor& sensor);
+void from_json(const Json& j, SMCSensor& sensor);
 
 } // namespace halvoren
 

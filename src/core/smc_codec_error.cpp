@@ -73,7 +73,7 @@ SMCCodecError SMCCodecError::unsupportedType(std::string type) {
 SMCCodecError SMCCodecError::valueOutOfRange(double value) {
     SMCCodecError error(Kind::valueOutOfRange);
     error.value_ = value;
-    error.text_ = "valueOutOfRange(" + doubleText(value) + ")";
+    error.text_ = "valueOutOfRange(" + doubleDebugText(value) + ")";
     return error;
 }
 

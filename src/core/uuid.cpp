@@ -105,11 +105,11 @@ bool Uuid::isNil() const {
     return true;
 }
 
-void to_json(nlohmann::json& j, const Uuid& uuid) {
+void to_json(Json& j, const Uuid& uuid) {
     j = uuid.toString();
 }
 
-void from_json(const nlohmann::json& j, Uuid& uuid) {
+void from_json(const Json& j, Uuid& uuid) {
     if (!j.is_string()) {
         throw DecodeError("expected a UUID string");
     }

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "core/json_value.h"
+
 #include <array>
 #include <compare>
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,8 +35,8 @@ private:
     std::array<std::uint8_t, 16> bytes_{};
 };
 
-void to_json(nlohmann::json& j, const Uuid& uuid);
-void from_json(const nlohmann::json& j, Uuid& uuid);
+void to_json(Json& j, const Uuid& uuid);
+void from_json(const Json& j, Uuid& uuid);
 
 } // namespace halvoren
 

@@ -124,8 +124,13 @@ void HalvorenEngine::setCooldownDuration(double seconds) {
     store_.storeCooldownDuration(seconds);
 }
 
-void HalvorenEngine::setPinnedSensorKeys(std::set<std::string> keys) {
-    pinnedSensorKeys_.set(std::move(keys));
+void HalvorenEngine::togglePin(const std::string& key) {
+    pinnedSensorKeys_.modify([&key](std::set<std::string>& keys) {
+        if (keys.erase(key) == 0) {
+            keys.insert(key);
+        }
+        return true;
+    });
     pinnedSensorStore_.save(pinnedSensorKeys_.value());
 }
 

@@ -199,7 +199,10 @@ public:
     // --- Sensors ---------------------------------------------------------------------------
     // The stored values for a device reading, oldest first; empty if none.
     std::vector<double> history(const std::string& id) const;
-    void setPinnedSensorKeys(std::set<std::string> keys);
+    bool isPinned(const std::string& key) const { return pinnedSensorKeys_->contains(key); }
+    // Pins an unpinned sensor and unpins a pinned one, then stores the whole set, which
+    // replaces whatever was stored before, unreadable data included.
+    void togglePin(const std::string& key);
 
     // --- Helper supervision ----------------------------------------------------------------
     void refreshHelperState();

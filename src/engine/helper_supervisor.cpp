@@ -53,8 +53,9 @@ QCoro::Task<void> HelperSupervisor::checkVersion() {
         co_return;
     }
     helperBounceAttempted_ = true;
-    qCInfo(logDriver, "resident helper %s ≠ app %s — relaunching daemon to load the updated binary",
-           version.c_str(), std::string(helperBuildVersion).c_str());
+    HALVOREN_LOG_DEFAULT(logDriver,
+                         "resident helper %s ≠ app %s — relaunching daemon to load the updated binary",
+                         version.c_str(), std::string(helperBuildVersion).c_str());
     co_await driver_.bounceHelper();
     if (alive.expired()) {
         co_return;
@@ -93,7 +94,7 @@ void HelperSupervisor::helperConnectionLost() {
         return;
     }
     lastConnectionLossHandled_ = now;
-    qCInfo(logDriver, "helper XPC connection lost — refreshing helper state");
+    HALVOREN_LOG_DEFAULT(logDriver, "helper XPC connection lost — refreshing helper state");
     refreshHelperState();
 }
 

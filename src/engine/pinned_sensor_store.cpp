@@ -36,8 +36,8 @@ std::set<std::string> PinnedSensorStore::load() const {
 void PinnedSensorStore::save(const std::set<std::string>& keys) {
     std::string text;
     try {
-        text = nlohmann::json(keys).dump();
-    } catch (const nlohmann::json::exception&) {
+        text = Json(keys).dump();
+    } catch (const Json::exception&) {
         return; // text that is not UTF-8 cannot be stored; keep the old data
     }
     defaults_.setValue(storageKey_, QByteArray(text.data(), static_cast<qsizetype>(text.size())));

@@ -7,6 +7,8 @@
 #include <QSettings>
 #include <QString>
 #include <QVariant>
+#include <cctype>
+#include <charconv>
 #include <cmath>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -16,62 +18,76 @@ namespace halvoren {
 namespace {
 
 // Values come back in two forms: typed, as written in this run (or from a native
-// store), and as text, as an INI file gives them after a relaunch. Both are read
-// strictly, so text such as "abc" under a number key is the wrong kind and yields the
-// default instead of converting to 0.
+// store), and as text, as an INI file gives them after a relaunch. Scalars are read the
+// way the platform's typed getters read them: a number or numeric text converts, and a
+// value of any other kind (text that is no number, data, a list) reads as 0 or false.
+// The setting's bounds apply after that, so "abc" under the spool rate loads as 120.
 
 bool isIntegerType(int typeId) {
     return typeId == QMetaType::Int || typeId == QMetaType::UInt || typeId == QMetaType::LongLong ||
            typeId == QMetaType::ULongLong;
 }
 
-std::optional<bool> asBool(const QVariant& value) {
-    if (value.typeId() == QMetaType::Bool) {
-        return value.toBool();
-    }
-    if (isIntegerType(value.typeId())) {
-        return value.toLongLong() != 0;
-    }
-    if (value.typeId() == QMetaType::QString) {
-        const QString text = value.toString();
-        if (text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0) {
-            return true;
-        }
-        if (text.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0) {
-            return false;
-        }
-    }
-    return std::nullopt;
+bool isNumberType(int typeId) {
+    return isIntegerType(typeId) || typeId == QMetaType::Double || typeId == QMetaType::Float ||
+           typeId == QMetaType::Bool;
 }
 
-// Non-finite numbers are refused: a NaN spool rate or duration would pass every clamp.
-std::optional<double> asDouble(const QVariant& value) {
-    bool ok = false;
+// Leading white space, then an optional sign, as text getters skip them.
+std::string_view afterBlanks(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())) != 0) {
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+// The number at the start of the text, or 0: "12abc" reads 12, "abc" 0.
+double leadingDouble(const QString& text) {
+    const std::string utf8 = text.toStdString();
+    std::string_view rest = afterBlanks(utf8);
+    if (rest.starts_with('+')) {
+        rest.remove_prefix(1);
+    }
     double number = 0.0;
-    if (value.typeId() == QMetaType::Double || value.typeId() == QMetaType::Float ||
-        isIntegerType(value.typeId())) {
-        number = value.toDouble(&ok);
-    } else if (value.typeId() == QMetaType::QString) {
-        number = value.toString().toDouble(&ok);
-    }
-    if (!ok || !std::isfinite(number)) {
-        return std::nullopt;
-    }
+    std::from_chars(rest.data(), rest.data() + rest.size(), number);
     return number;
 }
 
-std::optional<long long> asWholeNumber(const QVariant& value) {
-    bool ok = false;
-    long long number = 0;
-    if (isIntegerType(value.typeId())) {
-        number = value.toLongLong(&ok);
+// The typed getter for a number. A NaN reads as 0, since it would pass every clamp.
+double doubleValue(const QVariant& value) {
+    double number = 0.0;
+    if (isNumberType(value.typeId())) {
+        number = value.toDouble();
     } else if (value.typeId() == QMetaType::QString) {
-        number = value.toString().toLongLong(&ok);
+        number = leadingDouble(value.toString());
     }
-    if (!ok) {
-        return std::nullopt;
+    return std::isnan(number) ? 0.0 : number;
+}
+
+// The typed getter for a whole number: a fraction is cut towards zero, "12.7" reads 12.
+double wholeValue(const QVariant& value) {
+    if (isIntegerType(value.typeId())) {
+        return static_cast<double>(value.toLongLong());
     }
-    return number;
+    return std::trunc(doubleValue(value));
+}
+
+// The typed getter for a flag: a non-zero number is true; text is true when it starts with
+// "Y", "y", "T", "t" or a digit 1 to 9 after blanks, a sign and leading zeros ("true", "YES", "1").
+bool boolValue(const QVariant& value) {
+    if (value.typeId() == QMetaType::QString) {
+        const std::string utf8 = value.toString().toStdString();
+        std::string_view rest = afterBlanks(utf8);
+        if (rest.starts_with('+') || rest.starts_with('-')) {
+            rest.remove_prefix(1);
+        }
+        while (rest.starts_with('0')) {
+            rest.remove_prefix(1);
+        }
+        return !rest.empty() &&
+               std::string_view("YyTt123456789").find(rest.front()) != std::string_view::npos;
+    }
+    return doubleValue(value) != 0.0;
 }
 
 QString toQString(std::string_view text) {
@@ -94,21 +110,20 @@ std::optional<QVariant> SettingsStore::stored(const char* key) const {
 
 bool SettingsStore::loadBool(const char* key, bool fallback) const {
     const auto value = stored(key);
-    return value ? asBool(*value).value_or(fallback) : fallback;
+    return value ? boolValue(*value) : fallback;
 }
 
 double SettingsStore::loadDouble(const char* key, double fallback) const {
     const auto value = stored(key);
-    return value ? asDouble(*value).value_or(fallback) : fallback;
+    return value ? doubleValue(*value) : fallback;
 }
 
 int SettingsStore::loadMinuteOfDay(const char* key, int fallback) const {
     const auto value = stored(key);
-    const auto number = value ? asWholeNumber(*value) : std::nullopt;
-    if (!number) {
+    if (!value) {
         return fallback;
     }
-    return static_cast<int>(clampTo(static_cast<double>(*number), 0.0, lastMinuteOfDay));
+    return static_cast<int>(clampTo(wholeValue(*value), 0.0, lastMinuteOfDay));
 }
 
 std::optional<QString> SettingsStore::loadString(const char* key) const {
@@ -224,7 +239,7 @@ std::vector<CustomMode> SettingsStore::loadCustomModes() const {
         return decodeCustomModes(std::string_view(data.constData(), static_cast<std::size_t>(data.size())));
     } catch (const DecodeError&) {
         return {};
-    } catch (const nlohmann::json::exception&) {
+    } catch (const Json::exception&) {
         return {};
     }
 }

@@ -43,8 +43,9 @@ struct RestorableDefaults {
 };
 
 // Every persisted user setting, one key each in the settings store. Loaders give the
-// default for an absent key or a value of the wrong kind, and clamp to the setting's
-// bounds without writing the correction back. Writers store at once and never clamp:
+// default for an absent key; a scalar of the wrong kind reads as 0 or false, as the
+// platform's typed getters read it, and an enumeration's unknown text gives the default.
+// Bounds clamp after that, without writing the correction back. Writers store at once and never clamp:
 // user input is bounded by the controls that produce it. Main thread only.
 class SettingsStore {
 public:

@@ -72,7 +72,7 @@ std::shared_ptr<SMCKernelBridge> SMCDriverActor::openRealBridge() {
     try {
         return std::make_shared<SMCKernelBridge>(openSystemTransport());
     } catch (const std::exception& error) {
-        qCCritical(logSMC, "SMC bridge open attempt failed: %s", error.what());
+        HALVOREN_LOG_ERROR(logSMC, "SMC bridge open attempt failed: %s", error.what());
         return nullptr;
     }
 }
@@ -86,12 +86,13 @@ SMCDriverActor::SMCDriverActor(TimerSource& timers, QString helperSocketPath, He
     sharedBridge_ = bridgeFactory_ ? bridgeFactory_() : nullptr;
     if (sharedBridge_) {
         useBridge(sharedBridge_);
-        qCInfo(logSMC, "SMC read connection opened at launch (direct, in-process, unprivileged)");
+        HALVOREN_LOG_DEFAULT(logSMC,
+                             "SMC read connection opened at launch (direct, in-process, unprivileged)");
     } else {
-        qCCritical(logSMC,
-                   "SMC unavailable at launch — initial AppleSMC open failed (see the prior log line, "
-                   "if any, for the IOKit reason); the tick-driven reopen will retry on a debounce "
-                   "while unavailable");
+        HALVOREN_LOG_ERROR(
+            logSMC, "SMC unavailable at launch — initial AppleSMC open failed (see the prior log line, "
+                    "if any, for the IOKit reason); the tick-driven reopen will retry on a debounce "
+                    "while unavailable");
     }
 }
 
@@ -117,11 +118,12 @@ std::shared_ptr<SMCKernelBridge> SMCDriverActor::reopenBridgeIfNeeded() {
     }
     auto bridge = bridgeFactory_ ? bridgeFactory_() : nullptr;
     if (!bridge) {
-        qCInfo(logSMC, "SMC bridge reopen attempt failed — still unavailable, will retry");
+        HALVOREN_LOG_DEFAULT(logSMC, "SMC bridge reopen attempt failed — still unavailable, will retry");
         return nullptr;
     }
     useBridge(bridge);
-    qCInfo(logSMC, "SMC read connection reopened — a competing fan-control app likely released AppleSMC");
+    HALVOREN_LOG_DEFAULT(
+        logSMC, "SMC read connection reopened — a competing fan-control app likely released AppleSMC");
     return bridge;
 }
 
@@ -162,10 +164,10 @@ QCoro::Task<HelperState> SMCDriverActor::handshake() {
             resultOf<HelperReply::Uptime>(co_await withHelperProxy(HelperMethod::heartbeat)).seconds;
         lastKnownUptime_ = uptime;
         startHeartbeatLoopIfNeeded();
-        qCInfo(logDriver, "helper handshake OK (XPC)");
+        HALVOREN_LOG_DEFAULT(logDriver, "helper handshake OK (XPC)");
         co_return HelperState::connected();
     } catch (const DriverFailure& failure) {
-        qCCritical(logDriver, "helper handshake failed: %s", failure.what());
+        HALVOREN_LOG_ERROR(logDriver, "helper handshake failed: %s", failure.what());
         co_return HelperState::unavailable("helper handshake failed: " + failure.message());
     }
 }
@@ -175,7 +177,7 @@ QCoro::Task<HelperState> SMCDriverActor::registerHelper() {
     if (status == HelperServiceStatus::notRegistered || status == HelperServiceStatus::notFound) {
         const auto failure = co_await services_.registerService();
         if (failure) {
-            qCCritical(logDriver, "SMAppService register failed: %s", failure->c_str());
+            HALVOREN_LOG_ERROR(logDriver, "SMAppService register failed: %s", failure->c_str());
             co_return HelperState::unavailable("register failed: " + *failure);
         }
     }
@@ -191,7 +193,7 @@ QCoro::Task<HelperState> SMCDriverActor::unregisterHelper() {
     teardownConnection();
     const auto failure = co_await services_.unregisterService();
     if (failure) {
-        qCCritical(logDriver, "SMAppService unregister failed: %s", failure->c_str());
+        HALVOREN_LOG_ERROR(logDriver, "SMAppService unregister failed: %s", failure->c_str());
     }
     co_return co_await resolveState();
 }
@@ -304,9 +306,9 @@ std::shared_ptr<HelperConnection> SMCDriverActor::ensureConnection() {
         .dropped =
             [this, alive, weak](bool interrupted) {
                 if (interrupted) {
-                    qCInfo(logDriver, "helper XPC connection interrupted");
+                    HALVOREN_LOG_DEFAULT(logDriver, "helper XPC connection interrupted");
                 } else {
-                    qCInfo(logDriver, "helper XPC connection invalidated");
+                    HALVOREN_LOG_DEFAULT(logDriver, "helper XPC connection invalidated");
                 }
                 const auto dropped = weak.lock();
                 if (!alive.expired() && dropped) {
@@ -387,7 +389,7 @@ QCoro::Task<void> SMCDriverActor::runHeartbeatLoop(std::shared_ptr<HeartbeatLoop
             if (alive.expired()) {
                 co_return;
             }
-            qCCritical(logDriver, "heartbeat failed: %s", failure.what());
+            HALVOREN_LOG_ERROR(logDriver, "heartbeat failed: %s", failure.what());
         }
     }
 }
@@ -396,7 +398,8 @@ bool SMCDriverActor::recordUptime(double uptime) {
     const auto previous = std::exchange(lastKnownUptime_, uptime);
     const bool restarted = previous && uptime < *previous;
     if (restarted) {
-        qCInfo(logDriver, "helper daemon restarted (uptime reset) — manual state must be re-engaged");
+        HALVOREN_LOG_DEFAULT(logDriver,
+                             "helper daemon restarted (uptime reset) — manual state must be re-engaged");
     }
     return restarted;
 }

@@ -45,7 +45,7 @@ void FanSafety::noteForcing(ClientId client, int fan) {
 
 void FanSafety::noteHandedBack(int fan, std::string_view reason) {
     forced_.erase(fan);
-    qCInfo(logHelper).noquote()
+    HALVOREN_LOG_DEFAULT(logHelper).noquote()
         << QStringLiteral("Handed fan %1 back to the firmware: %2").arg(fan).arg(text(reason));
 }
 
@@ -78,7 +78,7 @@ std::optional<std::string> FanSafety::restoreAll(std::string_view reason) {
         return error.what();
     }
     forced_.clear();
-    qCInfo(logHelper).noquote()
+    HALVOREN_LOG_DEFAULT(logHelper).noquote()
         << QStringLiteral("Handed every fan back to the firmware: %1").arg(text(reason));
     return std::nullopt;
 }

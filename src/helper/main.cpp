@@ -132,10 +132,10 @@ int run(const HelperOptions& options) {
     } catch (const std::system_error& error) {
         quit("cannot listen on " + options.socketPath + ": " + error.what());
     }
-    qCInfo(logHelper).noquote() << QStringLiteral("Serving %1 fans of %2 on %3")
-                                       .arg(writer->fanCount())
-                                       .arg(QString::fromStdString(writer->description()),
-                                            QString::fromStdString(options.socketPath));
+    HALVOREN_LOG_DEFAULT(logHelper).noquote() << QStringLiteral("Serving %1 fans of %2 on %3")
+                                                     .arg(writer->fanCount())
+                                                     .arg(QString::fromStdString(writer->description()),
+                                                          QString::fromStdString(options.socketPath));
     return QCoreApplication::exec();
 }
 

@@ -78,20 +78,20 @@ std::string formatText(const Report& report) {
 }
 
 std::string formatJson(const Report& report) {
-    nlohmann::json sensors = nlohmann::json::array();
+    Json sensors = Json::array();
     for (const auto& s : report.sensors) {
-        nlohmann::json j = s;
+        Json j = s;
         sensors.push_back(std::move(j));
     }
-    nlohmann::json fans = nlohmann::json::array();
+    Json fans = Json::array();
     for (const auto& f : report.fans) {
-        nlohmann::json j = f;
+        Json j = f;
         j["currentRPMValid"] = f.currentRPMValid; // the probe shows it; the stored form leaves it out
         fans.push_back(std::move(j));
     }
-    nlohmann::json document{{"source", report.source}, {"sensors", sensors}, {"fans", fans}};
+    Json document{{"source", report.source}, {"sensors", sensors}, {"fans", fans}};
     // Key text from the controller may not be UTF-8: replace rather than fail.
-    return document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    return document.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 } // namespace halvoren::probe

@@ -17,8 +17,6 @@
 namespace halvoren {
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr std::size_t maximumFans = 10; // fan keys carry one digit
 
 [[noreturn]] void fail(const std::string& where, const std::string& why) {
@@ -66,7 +64,7 @@ double numberOr(const Json& object, std::string_view key, double fallback, const
 double nonNegative(const Json& object, std::string_view key, double fallback, const std::string& where) {
     const double value = numberOr(object, key, fallback, where);
     if (value < 0.0) {
-        fail(where, "\"" + std::string(key) + "\" is negative: " + doubleText(value));
+        fail(where, std::string(1, '"').append(key) + "\" is negative: " + doubleText(value));
     }
     return value;
 }

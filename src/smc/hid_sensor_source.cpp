@@ -21,7 +21,8 @@ std::string integerText(std::string_view text) {
         !std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; })) {
         return {};
     }
-    const std::string signedDigits = (negative ? "-" : "") + std::string(digits);
+    std::string signedDigits(negative ? 1 : 0, '-');
+    signedDigits.append(digits);
     std::int64_t value = 0;
     const char* end = signedDigits.data() + signedDigits.size();
     const auto [stop, error] = std::from_chars(signedDigits.data(), end, value);

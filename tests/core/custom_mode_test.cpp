@@ -11,8 +11,6 @@
 namespace halvoren {
 namespace {
 
-using Json = nlohmann::json;
-
 const Uuid modeID = Uuid::fromLiteral("11111111-2222-3333-4444-555555555555");
 
 // The message of the DecodeError raised by decoding `text` as T, or "" when none is raised.

@@ -10,21 +10,14 @@
 namespace halvoren {
 namespace {
 
-using Json = nlohmann::json;
-
 TEST(PresetPowerCapsMapTest, TheStoredExampleDecodesToTheDefaultsAndEncodesBackInOrder) {
     const char* stored =
         R"(["quiet",{"ac":0.55,"battery":0.35},"auto",{"ac":1,"battery":0.7},"max",{"ac":1,"battery":1}])";
     EXPECT_EQ((decodeEnumKeyedMap<FanPreset, PresetPowerCaps>(json::parse(stored))),
               defaultPresetPowerCaps());
 
-    // The encoder writes 1.0 where the example has 1; both must read the same.
-    const std::string written = encodeEnumKeyedMap(defaultPresetPowerCaps()).dump();
-    EXPECT_EQ(
-        written,
-        R"(["quiet",{"ac":0.55,"battery":0.35},"auto",{"ac":1.0,"battery":0.7},"max",{"ac":1.0,"battery":1.0}])");
-    EXPECT_EQ((decodeEnumKeyedMap<FanPreset, PresetPowerCaps>(json::parse(written))),
-              defaultPresetPowerCaps());
+    // Written back exactly as stored, with 1 rather than 1.0.
+    EXPECT_EQ(encodeEnumKeyedMap(defaultPresetPowerCaps()).dump(), stored);
 
     // The caller's order is kept, not the declaration order.
     const PresetPowerCapsMap reversed{{FanPreset::max, {0.9, 0.8}}, {FanPreset::quiet, {0.3, 0.2}}};

@@ -70,6 +70,7 @@ TEST(SMCDataCodec, DecodeRejectsShortInputUnsupportedTypesAndNonFiniteSingles) {
     EXPECT_EQ(decodeError({0x00, 0x00, 0x80, 0x7F}, Kind::flt), "valueOutOfRange(inf)");
     EXPECT_EQ(decodeError({0x00, 0x00, 0x80, 0xFF}, Kind::flt), "valueOutOfRange(-inf)");
     EXPECT_EQ(decodeError({0x00, 0x00, 0xC0, 0x7F}, Kind::flt), "valueOutOfRange(nan)");
+    EXPECT_EQ(decodeError({0x01, 0x00, 0xC0, 0x7F}, Kind::flt), "valueOutOfRange(nan(0x20000000))");
 }
 
 TEST(SMCDataCodec, EncodesEachTypeWithItsByteOrder) {
@@ -157,6 +158,7 @@ TEST(SMCCodecError, ComparesByCaseAndPayloadAndReadsAsItsCase) {
     EXPECT_EQ(error.kind(), SMCCodecError::Kind::unsupportedType);
     EXPECT_EQ(error.description(), R"(unsupportedType("a\"\\\'\t\n\r\u{01}\u{7F}"))");
     EXPECT_EQ(SMCCodecError::valueOutOfRange(2000).description(), "valueOutOfRange(2000.0)");
+    EXPECT_EQ(SMCCodecError::valueOutOfRange(-nan).description(), "valueOutOfRange(-nan)");
 
     try {
         decode(Bytes{}, Kind::ui32);

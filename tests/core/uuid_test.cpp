@@ -96,11 +96,11 @@ TEST(Uuid, HashAgreesWithEquality) {
 
 TEST(Uuid, JsonIsTheUpperCaseString) {
     const auto uuid = Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8");
-    EXPECT_EQ(nlohmann::json(uuid), "6BA7B810-9DAD-11D1-80B4-00C04FD430C8");
-    EXPECT_EQ(nlohmann::json("6ba7b810-9dad-11d1-80b4-00c04fd430c8").get<Uuid>(), uuid);
-    EXPECT_THROW(nlohmann::json(42).get<Uuid>(), DecodeError);
-    EXPECT_THROW(nlohmann::json(nullptr).get<Uuid>(), DecodeError);
-    EXPECT_THROW(nlohmann::json("6ba7b810").get<Uuid>(), DecodeError);
+    EXPECT_EQ(Json(uuid), "6BA7B810-9DAD-11D1-80B4-00C04FD430C8");
+    EXPECT_EQ(Json("6ba7b810-9dad-11d1-80b4-00c04fd430c8").get<Uuid>(), uuid);
+    EXPECT_THROW(Json(42).get<Uuid>(), DecodeError);
+    EXPECT_THROW(Json(nullptr).get<Uuid>(), DecodeError);
+    EXPECT_THROW(Json("6ba7b810").get<Uuid>(), DecodeError);
 }
 
 } // namespace

@@ -147,6 +147,19 @@ TEST_F(ControlTickTest, AnEmptyCurveRunsOnTheCurveOfLastResort) {
     EXPECT_NEAR(driver.writes.back().rpm, fanMin + 0.2 * 6400.0, 1e-6);
 }
 
+TEST_F(ControlTickTest, WithNoReadingAtAllTheCurveRunsAt0DegreesItsLowestSpeed) {
+    engine->setSpoolRate(9000.0);
+    engine->selectPreset(FanPreset::auto_);
+    engine->setAcousticAlpha(1.0);
+    tickAt(85.0, fans());
+    EXPECT_EQ(driver.writes.back().rpm, fanMax);
+    engine->apply(sweep({}, fans())); // every sensor gone
+    EXPECT_TRUE(engine->controlSourceUnavailable().value());
+    EXPECT_EQ(engine->controlTemperature().value(), 0.0);
+    tick(fans());
+    EXPECT_EQ(driver.writes.back().rpm, fanMin);
+}
+
 TEST_F(ControlTickTest, ATimeoutSkipsTheRestOfTheTickAndRefreshesTheHelperState) {
     engine->setSpoolRate(9000.0);
     lockAt(3000, twoFans());
@@ -252,6 +265,22 @@ TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {
     run(engine->applyControlTick(*engine->activeProfile().value(), {})); // an empty push succeeds too
     EXPECT_FALSE(engine->lastError().value().has_value());
     EXPECT_EQ(driver.writes.size(), 1U);
+}
+
+TEST_F(ControlTickTest, UninstallingHandsOurFansBackBeforeTheHelperIsLetGo) {
+    std::vector<int> restoresAtUnregister;
+    driver.onUnregister = [&] { restoresAtUnregister.push_back(driver.restoreCalls); };
+    lockAt(3000, fans());
+    tick(fans());
+    ASSERT_TRUE(engine->isControlling());
+    engine->uninstallHelper();
+    ASSERT_TRUE(pumpUntil([&] { return restoresAtUnregister.size() == 1; }));
+    EXPECT_FALSE(engine->isControlling());
+    // Controlling nothing, the engine leaves the hand-back to the driver's own unregister.
+    engine->uninstallHelper();
+    ASSERT_TRUE(pumpUntil([&] { return restoresAtUnregister.size() == 2; }));
+    EXPECT_EQ(restoresAtUnregister, (std::vector<int>{1, 1}));
+    EXPECT_EQ(engine->helperState().value(), HelperState::notRegistered());
 }
 
 TEST_F(ControlTickTest, WithoutAConnectedHelperNothingIsWrittenAndTheStateIsAskedForAtMostEvery2s) {

@@ -112,6 +112,29 @@ TEST_F(EngineRunLoopTest, StartTwiceRunsOneLoopAndStopEndsASleepingLoopAtOnce) {
     EXPECT_EQ(advance(1.0), 4U);
 }
 
+TEST_F(EngineRunLoopTest, EveryStartRebuildsThePipelinesBeforeTheFirstPass) {
+    const FakeBridge machine = forcedFanMachine();
+    machine.fake->setValue(FanKey::mode(0), Flt::ui8, 0);
+    machine.fake->setValue("TC0P", Flt::sp78, 85.0);
+    driver.bridge = machine.bridge;
+    makeEngine();
+    engine->setSpoolRate(9000.0); // writes are the committed targets
+    engine->selectPreset(FanPreset::auto_);
+    startLoop();
+    advance(0.1);
+    EXPECT_EQ(driver.writes.back().rpm, 5800.0);
+
+    // Restarted at 35 degrees, the first pass starts with a fresh filter and deadband: the curve's
+    // lowest speed at once, not a step smoothed from the old state.
+    engine->stop();
+    machine.fake->setValue("TC0P", Flt::sp78, 35.0);
+    timers.advance(1.0); // the next poll sweeps again
+    const std::uint64_t passes = engine->passCount();
+    engine->start();
+    ASSERT_TRUE(pumpUntil([&] { return engine->passCount() > passes; }));
+    EXPECT_EQ(driver.writes.back().rpm, 1200.0);
+}
+
 TEST_F(EngineRunLoopTest, TheControllerIsReopenedAtMostEvery5sUntilItComesBack) {
     makeEngine();
     engine->selectPreset(FanPreset::auto_); // the fast rhythm: 50 passes in 5 s

@@ -43,7 +43,9 @@ protected:
         engine->setMenuBarIconAnimated(false);
         engine->setFanHealthWarningsEnabled(false);
         engine->setHasCompletedFirstRunSetup(true);
-        engine->setPinnedSensorKeys({"TC0P", "TB0T"});
+        for (const char* key : {"TC0P", "TB0T", "Tp01", "Tp01"}) {
+            engine->togglePin(key); // the second toggle unpins
+        }
     }
 
     void expectKeptSettings(const HalvorenEngine& e) {
@@ -55,6 +57,8 @@ protected:
         EXPECT_FALSE(e.fanHealthWarningsEnabled().value());
         EXPECT_TRUE(e.hasCompletedFirstRunSetup().value());
         EXPECT_EQ(e.pinnedSensorKeys().value(), (std::set<std::string>{"TC0P", "TB0T"}));
+        EXPECT_TRUE(e.isPinned("TB0T"));
+        EXPECT_FALSE(e.isPinned("Tp01"));
     }
 
     // An engine on a second settings object over the same file, as the next launch sees it.
@@ -168,7 +172,9 @@ TEST_F(EngineSettingsTest, CorruptStoredDataFallsBackUntilTheNextChangeOverwrite
     engine.reset();
     settings.setValue(QStringLiteral("com.halvoren.presetPowerCaps"), QByteArray(R"(["quiet",{"ac":0.1}])"));
     settings.setValue(QStringLiteral("com.halvoren.customModes"), QByteArray("[{\"id\":"));
+    settings.setValue(QStringLiteral("com.halvoren.pinnedSensorKeys"), QByteArray("[\"TC0P\", 3]"));
     makeEngine();
+    EXPECT_FALSE(engine->isPinned("TC0P"));
     EXPECT_EQ(engine->presetPowerCaps().value(), defaultPresetPowerCaps());
     EXPECT_TRUE(engine->customModes().value().empty());
     engine->selectPreset(FanPreset::quiet);
@@ -178,7 +184,9 @@ TEST_F(EngineSettingsTest, CorruptStoredDataFallsBackUntilTheNextChangeOverwrite
     const CustomMode mode(Uuid::random(), "Mode", "bolt.fill", ModeSpeed::fixed(0.5),
                           ModeSensor::source(ControlSource::hottest));
     engine->addCustomMode(mode);
+    engine->togglePin("TB0T");
     const auto next = relaunch();
+    EXPECT_EQ(next->pinnedSensorKeys().value(), std::set<std::string>{"TB0T"});
     EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::auto_), (PresetPowerCaps{0.9, 0.7}));
     EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::quiet), (PresetPowerCaps{0.55, 0.35}));
     EXPECT_EQ(next->customModes().value(), std::vector<CustomMode>{mode});

@@ -21,12 +21,12 @@ public:
 
     QCoro::Task<HelperServiceStatus> status() override {
         calls.emplace_back("status");
-        co_return currentStatus;
+        co_return HelperServiceStatus{currentStatus}; // a copy: co_return of a member would move it out
     }
     QCoro::Task<Failure> registerService() override {
         calls.emplace_back("register");
         if (registerFailure) {
-            co_return registerFailure;
+            co_return Failure(registerFailure);
         }
         currentStatus = HelperServiceStatus::enabled;
         if (onRegister) {
@@ -37,7 +37,7 @@ public:
     QCoro::Task<Failure> unregisterService() override {
         calls.emplace_back("unregister");
         if (unregisterFailure) {
-            co_return unregisterFailure;
+            co_return Failure(unregisterFailure);
         }
         currentStatus = HelperServiceStatus::notRegistered;
         if (onUnregister) {

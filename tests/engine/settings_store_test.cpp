@@ -162,66 +162,74 @@ TEST_F(SettingsStoreTest, BoundsClampOnLoadButTheStoredValueStaysAsItWas) {
     EXPECT_EQ(later.loadGlassFrost(), 1);
 }
 
-TEST_F(SettingsStoreTest, AValueOfTheWrongKindGivesTheDefault) {
-    using Check = std::function<bool(const Store&)>;
-    const QVariant text = QStringLiteral("abc");
-    const QVariant data = QByteArray("1");
-    const QVariant nan = std::numeric_limits<double>::quiet_NaN();
-    const QVariant fraction = 12.5;
-    const QVariant boolean = true;
-    // Typed values of other kinds; "abc" as INI text is tried for every key as well.
-    const std::vector<QVariant> notNumbers{text, data, boolean, nan};
-    const std::vector<QVariant> notWholeNumbers{text, data, boolean, nan, fraction};
-    const std::vector<QVariant> notBools{text, data, fraction};
-    const std::vector<QVariant> notRawValues{text, QByteArray("graphite"), QVariant(1), boolean};
+// A scalar is read as the platform's typed getters read it, and then the bounds apply; only
+// an enumeration falls back to its default.
+TEST_F(SettingsStoreTest, AValueOfTheWrongKindReadsAsZeroOrFalseBeforeTheBounds) {
+    using Load = std::function<double(const Store&)>;
+    // Text is what an INI file gives after a relaunch.
+    const std::vector<QVariant> stored{
+        QStringLiteral("abc"),      QByteArray("1"), true, std::numeric_limits<double>::quiet_NaN(), 12.5,
+        QStringLiteral(" +12.7abc")};
     struct Case {
         const char* key;
-        Check isDefault;
-        const std::vector<QVariant>& wrong;
+        Load load;
+        std::vector<double> readings; // one per stored value
     };
+    const std::vector<double> flag{0, 0, 1, 0, 1, 1};
     const std::vector<Case> cases{
-        {Store::spoolRateKey, [](const Store& s) { return s.loadSpoolRate() == 900; }, notNumbers},
-        {Store::glassFrostKey, [](const Store& s) { return s.loadGlassFrost() == 0; }, notNumbers},
-        {Store::overheatThresholdKey, [](const Store& s) { return s.loadOverheatThreshold() == 90; },
-         notNumbers},
-        {Store::cooldownDurationKey, [](const Store& s) { return s.loadCooldownDuration() == 300; },
-         notNumbers},
-        {Store::quietHoursStartKey, [](const Store& s) { return s.loadQuietHoursStart() == 1320; },
-         notWholeNumbers},
-        {Store::quietHoursEndKey, [](const Store& s) { return s.loadQuietHoursEnd() == 480; },
-         notWholeNumbers},
-        {Store::useFahrenheitKey, [](const Store& s) { return !s.loadUseFahrenheit(); }, notBools},
-        {Store::preciseTemperaturesKey, [](const Store& s) { return s.loadPreciseTemperatures(); }, notBools},
-        {Store::showDockIconKey, [](const Store& s) { return s.loadShowDockIcon(); }, notBools},
-        {Store::menuBarIconAnimatedKey, [](const Store& s) { return s.loadMenuBarIconAnimated(); }, notBools},
+        {Store::spoolRateKey,
+         [](const Store& s) { return s.loadSpoolRate(); },
+         {120, 120, 120, 120, 120, 120}},
+        {Store::glassFrostKey, [](const Store& s) { return s.loadGlassFrost(); }, {0, 0, 1, 0, 1, 1}},
+        {Store::overheatThresholdKey,
+         [](const Store& s) { return s.loadOverheatThreshold(); },
+         {0, 0, 1, 0, 12.5, 12.7}},
+        {Store::cooldownDurationKey,
+         [](const Store& s) { return s.loadCooldownDuration(); },
+         {60, 60, 60, 60, 60, 60}},
+        {Store::quietHoursStartKey,
+         [](const Store& s) { return s.loadQuietHoursStart(); },
+         {0, 0, 1, 0, 12, 12}},
+        {Store::quietHoursEndKey, [](const Store& s) { return s.loadQuietHoursEnd(); }, {0, 0, 1, 0, 12, 12}},
+        {Store::useFahrenheitKey, [](const Store& s) { return s.loadUseFahrenheit(); }, flag},
+        {Store::preciseTemperaturesKey, [](const Store& s) { return s.loadPreciseTemperatures(); }, flag},
+        {Store::showDockIconKey, [](const Store& s) { return s.loadShowDockIcon(); }, flag},
+        {Store::menuBarIconAnimatedKey, [](const Store& s) { return s.loadMenuBarIconAnimated(); }, flag},
         {Store::hasCompletedFirstRunSetupKey,
-         [](const Store& s) { return !s.loadHasCompletedFirstRunSetup(); }, notBools},
+         [](const Store& s) { return s.loadHasCompletedFirstRunSetup(); }, flag},
         {Store::fanHealthWarningsEnabledKey, [](const Store& s) { return s.loadFanHealthWarningsEnabled(); },
-         notBools},
-        {Store::preSpoolEnabledKey, [](const Store& s) { return !s.loadPreSpoolEnabled(); }, notBools},
-        {Store::quietHoursEnabledKey, [](const Store& s) { return !s.loadQuietHoursEnabled(); }, notBools},
-        {Store::meetingQuietEnabledKey, [](const Store& s) { return !s.loadMeetingQuietEnabled(); },
-         notBools},
-        {Store::backdropSceneKey,
-         [](const Store& s) { return s.loadBackdropScene() == BackdropScene::aurora; }, notRawValues},
-        {Store::controlSourceKey,
-         [](const Store& s) { return s.loadControlSource() == ControlSource::hottest; }, notRawValues},
-        {Store::accentChoiceKey, [](const Store& s) { return s.loadAccentChoice() == AccentChoice::system; },
-         notRawValues},
-        {Store::menuBarReadoutKey,
-         [](const Store& s) { return s.loadMenuBarReadout() == MenuBarReadout::controlTemperature; },
-         notRawValues},
-        {Store::menuBarTempSourceKey,
-         [](const Store& s) { return s.loadMenuBarTempSource() == MenuBarTempSource::control; },
-         notRawValues},
+         flag},
+        {Store::preSpoolEnabledKey, [](const Store& s) { return s.loadPreSpoolEnabled(); }, flag},
+        {Store::quietHoursEnabledKey, [](const Store& s) { return s.loadQuietHoursEnabled(); }, flag},
+        {Store::meetingQuietEnabledKey, [](const Store& s) { return s.loadMeetingQuietEnabled(); }, flag},
     };
     for (const auto& c : cases) {
-        const QByteArray line = QByteArray(c.key) + "=abc";
-        EXPECT_TRUE(c.isDefault(Store(fromIni(line)))) << line.constData();
-        for (const QVariant& value : c.wrong) {
+        for (std::size_t i = 0; i < stored.size(); ++i) {
             QSettings& typed = fromIni("");
-            typed.setValue(QString::fromLatin1(c.key), value);
-            EXPECT_TRUE(c.isDefault(Store(typed))) << c.key << " holding " << value.toString().toStdString();
+            typed.setValue(QString::fromLatin1(c.key), stored[i]);
+            EXPECT_EQ(c.load(Store(typed)), c.readings[i])
+                << c.key << " holding " << stored[i].toString().toStdString();
+        }
+    }
+
+    using Check = std::function<bool(const Store&)>;
+    const std::vector<std::pair<const char*, Check>> enumerations{
+        {Store::backdropSceneKey,
+         [](const Store& s) { return s.loadBackdropScene() == BackdropScene::aurora; }},
+        {Store::controlSourceKey,
+         [](const Store& s) { return s.loadControlSource() == ControlSource::hottest; }},
+        {Store::accentChoiceKey, [](const Store& s) { return s.loadAccentChoice() == AccentChoice::system; }},
+        {Store::menuBarReadoutKey,
+         [](const Store& s) { return s.loadMenuBarReadout() == MenuBarReadout::controlTemperature; }},
+        {Store::menuBarTempSourceKey,
+         [](const Store& s) { return s.loadMenuBarTempSource() == MenuBarTempSource::control; }},
+    };
+    for (const auto& [key, isDefault] : enumerations) {
+        for (const QVariant& value : {QVariant(QStringLiteral("fanSpeed")), QVariant(QByteArray("graphite")),
+                                      QVariant(1), QVariant(true)}) {
+            QSettings& typed = fromIni("");
+            typed.setValue(QString::fromLatin1(key), value);
+            EXPECT_TRUE(isDefault(Store(typed))) << key << " holding " << value.toString().toStdString();
         }
     }
 }

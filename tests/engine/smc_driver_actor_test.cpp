@@ -310,6 +310,7 @@ TEST_F(DriverTest, ReopenUsesTheFactoryOnlyWithoutABridgeAndStartsTheCachesAfres
     const auto opened = logs.find("SMC read connection opened at launch (direct, in-process, unprivileged)");
     ASSERT_TRUE(opened);
     EXPECT_EQ(opened->category, "smc");
+    EXPECT_EQ(opened->type, QtWarningMsg); // the platform log keeps it at its default settings
 
     std::shared_ptr<SMCKernelBridge> next;
     makeDriver([&next] { return next; });

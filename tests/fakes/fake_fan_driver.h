@@ -44,6 +44,7 @@ public:
     int versionCalls = 0;
     int reopenCalls = 0;
     std::function<void()> lossHandler;
+    std::function<void()> onUnregister; // run as the helper is let go
 
     std::shared_ptr<SMCKernelBridge> sharedBridge() const override { return bridge; }
     void setConnectionLossHandler(std::function<void()> handler) override {
@@ -52,23 +53,26 @@ public:
 
     QCoro::Task<HelperState> currentState() override {
         ++stateCalls;
-        co_return state;
+        co_return HelperState(state); // a copy: co_return of a member would move it out
     }
     QCoro::Task<HelperState> registerHelper() override {
         ++registerCalls;
-        co_return state;
+        co_return HelperState(state);
     }
     QCoro::Task<HelperState> unregisterHelper() override {
         ++unregisterCalls;
+        if (onUnregister) {
+            onUnregister();
+        }
         co_return HelperState::notRegistered();
     }
     QCoro::Task<HelperState> bounceHelper() override {
         ++bounceCalls;
-        co_return state;
+        co_return HelperState(state);
     }
     QCoro::Task<std::string> daemonVersion() override {
         ++versionCalls;
-        co_return version;
+        co_return std::string(version);
     }
     QCoro::Task<double> setTargetRPM(int fan, double rpm) override {
         writes.push_back({fan, rpm});

@@ -160,7 +160,7 @@ TEST(HelperService, AnswersFramesOrAsksToCloseThem) {
     rig.service.handleFrame(1, R"({"id":5,"method":"setTargetRPM"})");
     rig.timers.advance(4.0);
     EXPECT_TRUE(rig.writer.forced[0]);
-    EXPECT_EQ(*rig.service.handleFrame(1, R"({"id":6,"method":"heartbeat"})"), R"({"id":6,"uptime":8.0})");
+    EXPECT_EQ(*rig.service.handleFrame(1, R"({"id":6,"method":"heartbeat"})"), R"({"id":6,"uptime":8})");
 }
 
 } // namespace
