@@ -16,7 +16,12 @@ if ! [[ "$seconds" =~ ^[0-9]+$ ]] || [ "$seconds" -lt 1 ]; then
   exit 2
 fi
 
-cmake --workflow --preset fuzz >/dev/null
+mkdir -p build
+if ! cmake --workflow --preset fuzz >build/fuzz-build.log 2>&1; then
+  tail -60 build/fuzz-build.log >&2
+  echo "fuzz: the build failed; the whole log is build/fuzz-build.log" >&2
+  exit 1
+fi
 bin=build/fuzz/bin
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
