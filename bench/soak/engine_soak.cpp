@@ -154,7 +154,7 @@ private:
 // The helper in-process: its request handling and fan safety over its own bridge to the machine,
 // on timers of its own that move with the engine's.
 struct Helper {
-    Helper(std::shared_ptr<SimulatedMac> mac, const NaNInjector& nan, Violations& violations)
+    Helper(const std::shared_ptr<SimulatedMac>& mac, const NaNInjector& nan, Violations& violations)
         : bridge(std::make_shared<SMCKernelBridge>(std::make_unique<NaNTransport>(mac, nan)))
         , smcWriter(bridge, "simulated controller")
         , writer(smcWriter, mac->profile().thermal.fans, violations)
@@ -496,7 +496,7 @@ void Soak::changeUserChoices() {
         engine_->selectProfile(FanProfile::appleAuto());
         break;
     case 4:
-        engine_->selectProfile(FanProfile::builtins()[static_cast<std::size_t>(1 + below(3))]);
+        engine_->selectProfile(FanProfile::builtins()[1 + static_cast<std::size_t>(below(3))]);
         break;
     case 5:
         engine_->setConstantRPM(below(9000));
