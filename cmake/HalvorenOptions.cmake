@@ -3,8 +3,8 @@ add_library(halvoren_options INTERFACE)
 target_compile_options(halvoren_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
 target_include_directories(halvoren_options INTERFACE "${PROJECT_SOURCE_DIR}/src")
 
-if(HALVOREN_SANITIZE AND HALVOREN_TSAN)
-  message(FATAL_ERROR "HALVOREN_SANITIZE and HALVOREN_TSAN cannot be combined")
+if((HALVOREN_SANITIZE AND HALVOREN_TSAN) OR (HALVOREN_FUZZ AND (HALVOREN_SANITIZE OR HALVOREN_TSAN)))
+  message(FATAL_ERROR "HALVOREN_SANITIZE, HALVOREN_TSAN and HALVOREN_FUZZ cannot be combined")
 endif()
 
 if(HALVOREN_SANITIZE)
@@ -16,6 +16,18 @@ endif()
 if(HALVOREN_TSAN)
   set(_san -fsanitize=thread -fno-omit-frame-pointer)
   target_compile_options(halvoren_options INTERFACE ${_san})
+  target_link_options(halvoren_options INTERFACE ${_san})
+endif()
+
+# Coverage for libFuzzer in every object, with AddressSanitizer and UndefinedBehaviorSanitizer;
+# only the fuzz targets link the fuzzer's own main (fuzz/CMakeLists.txt). Optimised a little, as
+# executions per second decide how far a fuzzing run gets.
+if(HALVOREN_FUZZ)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "HALVOREN_FUZZ needs clang (libFuzzer)")
+  endif()
+  set(_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(halvoren_options INTERFACE ${_san} -fsanitize=fuzzer-no-link -O1)
   target_link_options(halvoren_options INTERFACE ${_san})
 endif()
 

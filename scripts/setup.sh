@@ -17,6 +17,8 @@ packages=(
   libbenchmark-dev
   clang-format
   clang-tidy
+  clang                # the fuzz targets: libFuzzer is clang's
+  libclang-rt-14-dev   # libFuzzer and the sanitizer runtimes for clang 14
 )
 
 missing=()

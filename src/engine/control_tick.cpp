@@ -234,6 +234,11 @@ QCoro::Task<void> HalvorenEngine::applyControlTick(FanProfile profile, std::vect
     std::vector<std::pair<int, double>> targets;
     targets.reserve(snapshotFans.size());
     for (const FanStatus& fan : snapshotFans) {
+        // A limit whose read failed comes as 0, which leaves no range to place the curve's
+        // fraction in: the fan keeps its last target until its limits read again.
+        if (!(fan.maxRPM > 0.0 && fan.minRPM <= fan.maxRPM)) {
+            continue;
+        }
         const double rpm = ControlPipeline::percentageToRPM(fraction, fan.minRPM, fan.maxRPM);
         const double committed = deadbands_[fan.id].commit(rpm);
         targets.emplace_back(fan.id, committed);

@@ -439,8 +439,9 @@ MachineProfile MachineProfile::parse(std::string_view text) {
     Json root;
     try {
         root = Json::parse(text);
-    } catch (const Json::parse_error& error) {
+    } catch (const Json::exception& error) {
         // nlohmann's own parser, for the line and column of the fault; drop its exception tag.
+        // A number too large for a double is its out_of_range, not a parse_error.
         std::string message = error.what();
         if (const auto tag = message.find("] ");
             message.starts_with("[json.exception") && tag != std::string::npos) {

@@ -52,7 +52,10 @@ std::string friendlyHIDName(std::string_view raw) {
 
 std::vector<HIDSensorReading> aggregateHID(const std::vector<std::pair<std::string, double>>& readings) {
     std::vector<std::pair<std::string, std::vector<double>>> groups;
-    for (const auto& [name, value] : readings) {
+    for (const auto& reading : readings) {
+        // Named, not a structured binding: clang before 16 cannot capture bindings in lambdas.
+        const std::string& name = reading.first;
+        const double value = reading.second;
         if (name.empty() || name == "?" || std::isnan(value) || value < -40.0 || value > 130.0) {
             continue;
         }

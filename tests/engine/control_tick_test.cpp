@@ -160,6 +160,19 @@ TEST_F(ControlTickTest, WithNoReadingAtAllTheCurveRunsAt0DegreesItsLowestSpeed) 
     EXPECT_EQ(driver.writes.back().rpm, fanMin);
 }
 
+TEST_F(ControlTickTest, AFanWhoseLimitsCouldNotBeReadKeepsItsTargetAndTheOthersAreWritten) {
+    engine->setSpoolRate(9000.0);
+    engine->selectProfile(linearCurve());
+    engine->setAcousticAlpha(1.0);
+    // The reader gives 0 for a limit it could not read: the maximum alone, or both.
+    tickAt(40.0, {fan(0, 2000.0, fanMin, 0.0), fan(1, 2000.0, 0.0, 0.0), fan(2, 2000.0, fanMin, fanMax)});
+    EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{2, 3000.0}}));
+
+    // Once the limits read again, the fan is driven as before.
+    tickAt(40.0, {fan(0, 2000.0, fanMin, fanMax)});
+    EXPECT_EQ(driver.writesTo(0), (std::vector<double>{3000.0}));
+}
+
 TEST_F(ControlTickTest, ATimeoutSkipsTheRestOfTheTickAndRefreshesTheHelperState) {
     engine->setSpoolRate(9000.0);
     lockAt(3000, twoFans());

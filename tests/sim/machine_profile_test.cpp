@@ -173,6 +173,7 @@ TEST(MachineProfile, ParseRefusesCorruptOrInconsistentProfilesWithAClearMessage)
               "not valid JSON: parse error at line 2, column 11: syntax error while parsing value - "
               "unexpected '}'; "
               "expected '[', '{', or a literal");
+    EXPECT_EQ(parseError(R"({"ambient": 1e333})"), "not valid JSON: number overflow parsing '1e333'");
     EXPECT_EQ(parseError("[]"), "profile: is not an object");
     EXPECT_EQ(parseError(R"({"name": "t"})"), "profile: missing key \"coreCounts\"");
 
