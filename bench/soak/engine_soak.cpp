@@ -151,12 +151,15 @@ private:
     Violations& violations_;
 };
 
+// The one connection the engine's driver holds to the helper.
+constexpr ClientId engineClient = 1;
+
 // The helper in-process: its request handling and fan safety over its own bridge to the machine,
 // on timers of its own that move with the engine's.
 struct Helper {
     Helper(const std::shared_ptr<SimulatedMac>& mac, const NaNInjector& nan, Violations& violations)
         : bridge(std::make_shared<SMCKernelBridge>(std::make_unique<NaNTransport>(mac, nan)))
-        , smcWriter(bridge, "simulated controller")
+        , smcWriter(bridge, "simulated controller", clock)
         , writer(smcWriter, mac->profile().thermal.fans, violations)
         , safety(writer, timers)
         , service(writer, safety, clock) {}
@@ -242,7 +245,7 @@ public:
     // The heartbeat the driver sends while connected.
     void heartbeat() {
         if (connected) {
-            helper_.service.handle({.id = ++nextId_, .method = HelperMethod::heartbeat});
+            helper_.service.handle(engineClient, {.id = ++nextId_, .method = HelperMethod::heartbeat});
         }
     }
 
@@ -271,7 +274,7 @@ private:
             violations_.report(std::string("a request the helper cannot read reached it: ") + error.what());
             throw DriverFailure::rejected(error.what());
         }
-        const auto answer = helper_.service.handleFrame(text);
+        const auto answer = helper_.service.handleFrame(engineClient, text);
         if (!answer) {
             violations_.report("the helper found no id in " + text);
             throw DriverFailure::linkFailed("no reply");
@@ -471,7 +474,7 @@ void Soak::injectFaults() {
 // The helper's client goes: the helper hands the fans back, and the driver tells the engine.
 void Soak::loseHelper() {
     driver_.connected = false;
-    helper_.safety.lastClientGone();
+    helper_.safety.clientGone(engineClient);
     if (driver_.lossHandler) {
         driver_.lossHandler();
     }
@@ -541,7 +544,7 @@ void Soak::checkHandBack() {
     const bool wasConnected = driver_.connected;
     driver_.connected = false;
     if (wasConnected) {
-        helper_.safety.lastClientGone();
+        helper_.safety.clientGone(engineClient);
     }
     for (auto& active : active_) {
         active.end();
