@@ -59,9 +59,10 @@ restore() {
 on_signal() {
     [[ -n "$child" ]] && kill -TERM -- "-$child" 2>/dev/null
     restore
-    echo "interrupted; source restored" >&2
+    echo "interrupted; source restored" >&3
     exit 130
 }
+exec 3>&2 # the caller's stderr, for messages from a trap that fires inside a redirected command
 trap restore EXIT
 trap on_signal INT TERM HUP
 restore # a run killed outright (SIGKILL) left its mutant behind: put the original back first
@@ -100,7 +101,9 @@ declare -A suites=(
 )
 declare -A budget # seconds a clean run of each suite may take before a mutant run counts as hung
 
-export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1" UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+# Leak checking is off: a whole suite in one process reports coroutine frames that one test leaves pending
+# and the next never resumes, which ctest (one process per case) never sees.
+export ASAN_OPTIONS="detect_leaks=0:abort_on_error=1" UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export QT_QPA_PLATFORM=offscreen
 
 build_suites() { # suite names...
