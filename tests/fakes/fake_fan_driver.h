@@ -38,38 +38,19 @@ public:
     std::vector<Write> writes;
     int restoreCalls = 0;
     int stateCalls = 0;
-    int registerCalls = 0;
-    int unregisterCalls = 0;
-    int bounceCalls = 0;
-    int versionCalls = 0;
     int reopenCalls = 0;
-    std::function<void()> lossHandler;
 
     std::shared_ptr<SMCKernelBridge> sharedBridge() const override { return bridge; }
-    void setConnectionLossHandler(std::function<void()> handler) override {
-        lossHandler = std::move(handler);
-    }
+    void setConnectionLossHandler(std::function<void()>) override {}
 
     QCoro::Task<HelperState> currentState() override {
         ++stateCalls;
         co_return state;
     }
-    QCoro::Task<HelperState> registerHelper() override {
-        ++registerCalls;
-        co_return state;
-    }
-    QCoro::Task<HelperState> unregisterHelper() override {
-        ++unregisterCalls;
-        co_return HelperState::notRegistered();
-    }
-    QCoro::Task<HelperState> bounceHelper() override {
-        ++bounceCalls;
-        co_return state;
-    }
-    QCoro::Task<std::string> daemonVersion() override {
-        ++versionCalls;
-        co_return version;
-    }
+    QCoro::Task<HelperState> registerHelper() override { co_return state; }
+    QCoro::Task<HelperState> unregisterHelper() override { co_return HelperState::notRegistered(); }
+    QCoro::Task<HelperState> bounceHelper() override { co_return state; }
+    QCoro::Task<std::string> daemonVersion() override { co_return version; }
     QCoro::Task<double> setTargetRPM(int fan, double rpm) override {
         writes.push_back({fan, rpm});
         if (!writeOutcomes.empty()) {
