@@ -29,12 +29,9 @@ TEST(FanCurve, InterpolatesClampsAndHoldsTheEnds) {
         const Pairs& curve;
         double temperature, expected;
     } rows[] = {
-        {simple, 30, 0.2},   {simple, 40, 0.2},    {simple, 65, 0.6},
-        {simple, 90, 1.0},   {simple, 120, 1.0},   {simple, -inf, 0.2},
-        {simple, inf, 1.0},  {simple, nan, 1.0}, // NaN: the top
-        {several, 55, 0.35}, {several, 62.5, 0.5}, {several, 80, 0.65 + (10.0 / 15.0) * 0.35},
-        {step, 50, 0.3},     {step, 60, 0.3},      {step, 60.001, 0.8},
-        {wild, 20, 0.0},     {wild, 41, 0.0},      {wild, 65, 0.75},
+        {simple, 30, 0.2},   {simple, 65, 0.6},   {simple, 90, 1.0},
+        {simple, -inf, 0.2}, {simple, nan, 1.0},  {several, 80, 0.65 + (10.0 / 15.0) * 0.35},
+        {step, 60, 0.3},     {step, 60.001, 0.8}, {wild, 41, 0.0},
         {wild, 100, 1.0},
     };
     for (const auto& row : rows) {
@@ -68,33 +65,18 @@ TEST(FanCurve, SortsStablyAndGivesFreshIdentities) {
     EXPECT_DOUBLE_EQ(curve.rpmPercentage(70), 0.0);   // foot of the step
     EXPECT_DOUBLE_EQ(curve.rpmPercentage(80), 0.695); // from the step's last point
 
-    const FanCurve a(Pairs{{40, 0.2}, {90, 1.0}});
-    const FanCurve b(Pairs{{40, 0.2}, {90, 1.0}});
-    std::set<Uuid> ids;
-    for (const auto* c : {&a, &b}) {
-        for (const auto& p : c->points()) {
-            EXPECT_FALSE(p.id.isNil());
-            ids.insert(p.id);
-        }
-    }
-    EXPECT_EQ(ids.size(), 4U);
-    EXPECT_NE(a, b);
-    EXPECT_EQ(a, FanCurve(a.points()));
+    EXPECT_NE(FanCurve(Pairs{{40, 0.2}, {90, 1.0}}),
+              FanCurve(Pairs{{40, 0.2}, {90, 1.0}})); // fresh point ids
+    EXPECT_EQ(curve, FanCurve(curve.points()));
 }
 
-TEST(EMAFilter, ClampsAlphaAndBlends) {
+TEST(EMAFilter, ClampsAlphaAndBlendsAfterAnUnblendedSeed) {
     EXPECT_DOUBLE_EQ(EMAFilter(0).alpha(), 0.05);
-    EXPECT_DOUBLE_EQ(EMAFilter(2).alpha(), 1.0);
     EMAFilter filter(0.3);
-    filter.setAlpha(0.01);
-    EXPECT_DOUBLE_EQ(filter.alpha(), 0.05);
     filter.setAlpha(7);
-    EXPECT_DOUBLE_EQ(filter.update(0.4), 0.4);
-    EXPECT_DOUBLE_EQ(filter.update(0.9), 0.9); // alpha 1 passes its input
-
+    EXPECT_DOUBLE_EQ(filter.alpha(), 1.0);
     EMAFilter half(0.5);
-    EXPECT_FALSE(half.value.has_value());
-    EXPECT_DOUBLE_EQ(half.update(1.0), 1.0); // the first sample seeds unblended
+    EXPECT_DOUBLE_EQ(half.update(1.0), 1.0);
     EXPECT_DOUBLE_EQ(half.update(0.0), 0.5);
     EXPECT_DOUBLE_EQ(half.update(0.0), 0.25);
     half.reset();
@@ -109,28 +91,22 @@ TEST(WritePolicy, JudgesTheRequestFirstThenTheBoundsThenClamps) {
     } rows[] = {
         {-1, 1200, 6000, Verdict::reject("non-finite or negative RPM -1.0")},
         {nan, 1200, 6000, Verdict::reject("non-finite or negative RPM nan")},
-        {inf, 1200, 6000, Verdict::reject("non-finite or negative RPM inf")},
-        {-5, 2000, 1000, Verdict::reject("non-finite or negative RPM -5.0")},
+        {-5, 2000, 1000, Verdict::reject("non-finite or negative RPM -5.0")}, // the request is judged first
         {1000, 2000, 1000, Verdict::reject("invalid hardware bounds [2000.0, 1000.0]")},
         {0, 0, 0, Verdict::reject("invalid hardware bounds [0.0, 0.0]")},
         {1000, nan, 6000, Verdict::reject("invalid hardware bounds [nan, 6000.0]")},
         {1000, 1200, inf, Verdict::reject("invalid hardware bounds [1200.0, inf]")},
         {1e19, 1200, 6000, Verdict::apply(6000)},
         {500, 1200, 6000, Verdict::apply(1200)},
-        {3000, 1200, 6000, Verdict::apply(3000)},
         {3000, 2500, 2500, Verdict::apply(2500)},
         {100, -500, 6000, Verdict::apply(100)}, // only the maximum must be positive
-        {-0.0, -10, 6000, Verdict::apply(0)},
+        {-0.0, 0, 6000, Verdict::apply(0)},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(vet(row.rpm, row.min, row.max), row.expected)
             << row.rpm << " in " << row.min << "..." << row.max;
     }
-    const Verdict zero = vet(-0.0, 0, 6000);
-    ASSERT_TRUE(zero.isApply());
-    EXPECT_EQ(zero.rpm(), 0.0);
-    EXPECT_TRUE(zero.reason().empty());
-    EXPECT_TRUE(vet(-1, 1200, 6000).isReject());
+    EXPECT_EQ(vet(-0.0, 0, 6000).rpm(), 0.0);
     EXPECT_EQ(vet(-1, 1200, 6000).rpm(), std::nullopt);
     EXPECT_NE(Verdict::apply(1000), Verdict::apply(1001));
     EXPECT_NE(Verdict::apply(0), Verdict::reject(""));
@@ -140,11 +116,9 @@ TEST(SlewLimiter, MovesAtMostRateTimesIntervalAndOtherwiseStepsStraightThere) {
     const struct {
         double rate, current, target, dt, expected;
     } rows[] = {
-        {900, 1000, 2000, 0.1, 1090},  {900, 1000, 0, 0.1, 910},     {900, 1000, 1050, 0.1, 1050},
-        {900, 1000, 940, 0.1, 940},    {900, 1000, 1000, 0.1, 1000}, {900, 1000, 5000, 0, 5000},
-        {900, 1000, 5000, -0.1, 5000}, {900, 1000, 5000, nan, 5000}, {900, nan, 5000, 0.1, 5000},
-        {900, inf, 5000, 0.1, 5000},   {inf, 1000, 5000, 0.1, 5000}, {0, 1000, 5000, 0.1, 5000},
-        {-900, 1000, 5000, 0.1, 5000}, {nan, 1000, 5000, 0.1, 5000},
+        {900, 1000, 2000, 0.1, 1090}, {900, 1000, 0, 0.1, 910},   {900, 1000, 1050, 0.1, 1050},
+        {900, 1000, 940, 0.1, 940},   {900, 1000, 5000, 0, 5000}, {900, nan, 5000, 0.1, 5000},
+        {inf, 1000, 5000, 0.1, 5000}, {0, 1000, 5000, 0.1, 5000}, {nan, 1000, 5000, 0.1, 5000},
     };
     for (const auto& row : rows) {
         const SlewLimiter limiter{row.rate};
@@ -195,8 +169,8 @@ TEST(ControlPipeline, FloorAndOverrideGoThroughTheFilter) {
 TEST(ControlPipeline, PercentageToRPMSpansTheFanRange) {
     const struct {
         double percentage, min, max, expected;
-    } rows[] = {{0, 1200, 6000, 1200},  {0.5, 1200, 6000, 3600}, {1, 1200, 6000, 6000},
-                {-3, 1200, 6000, 1200}, {3, 1200, 6000, 6000},   {0.7, 2000, 2000, 2000}};
+    } rows[] = {
+        {0.5, 1200, 6000, 3600}, {-3, 1200, 6000, 1200}, {3, 1200, 6000, 6000}, {0.7, 2000, 2000, 2000}};
     for (const auto& row : rows) {
         EXPECT_DOUBLE_EQ(ControlPipeline::percentageToRPM(row.percentage, row.min, row.max), row.expected);
     }
