@@ -1,4 +1,3 @@
-#include "core/code_points.h"
 #include "core/sensor_classifier.h"
 
 #include <gtest/gtest.h>
@@ -70,11 +69,6 @@ TEST(SensorClassifier, HumanNamesTryTheThreeLetterPrefixFirstAndCountCharacters)
     for (const auto& [key, name] : names) {
         EXPECT_EQ(SensorClassifier::humanName(key), name) << key;
     }
-    const std::pair<const char*, const char*> trimmed[] = {{"00", ""},  {"0", ""},    {"", ""},
-                                                           {"0P", "P"}, {"10", "10"}, {"0070", "70"}};
-    for (const auto& [text, expected] : trimmed) {
-        EXPECT_EQ(SensorClassifier::trimLeadingZeros(text), expected) << text;
-    }
 }
 
 TEST(SensorClassifier, CategoryByTheFirstTwoCharactersOfATemperature) {
@@ -95,18 +89,6 @@ TEST(SensorClassifier, CategoryByTheFirstTwoCharactersOfATemperature) {
     for (const auto& row : rows) {
         EXPECT_EQ(SensorClassifier::category(row.key, row.sensorClass), row.expected) << row.key;
     }
-}
-
-TEST(CodePoints, CountAndCutByCharacterNotByte) {
-    EXPECT_EQ(codePointCount("Tex\u00e9"), 4U);
-    EXPECT_EQ(codePointCount("\U0001F525x"), 2U);
-    EXPECT_EQ(codePointCount(""), 0U);
-    EXPECT_EQ(codePointPrefix("\u00e9ab", 1), "\u00e9");
-    EXPECT_EQ(codePointPrefix("T\u20acx", 2), "T\u20ac");
-    EXPECT_EQ(codePointPrefix("Tp", 3), "Tp");
-    EXPECT_EQ(codePointPrefix("Tp", 0), "");
-    EXPECT_EQ(dropCodePoints("\u00e9\u00e9ab", 2), "ab");
-    EXPECT_EQ(dropCodePoints("ab", 5), "");
 }
 
 } // namespace
