@@ -109,16 +109,12 @@ TEST(HelperMessages, MalformedRequestsAnswerWithTheirIdWhenReadable) {
     const std::string_view withoutId[] = {
         "",
         "not json",
-        "[1,2]",
         "\"text\"",
-        "null",
         R"({"method":"heartbeat"})",
         R"({"id":"1"})",
-        R"({"id":-1})",
         R"({"id":1.0})",
         R"({"id":18446744073709551616})",
         R"({"id":1} trailing)",
-        "{\"id\":1",
     };
     for (const auto text : withoutId) {
         const auto decoded = decodeRequest(text);
