@@ -1,6 +1,7 @@
 #include "fake_helper_daemon.h"
 
 #include <QLocalSocket>
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -38,11 +39,8 @@ void FakeHelperDaemon::dropClients() {
 }
 
 int FakeHelperDaemon::count(HelperMethod method) const {
-    int n = 0;
-    for (const auto& request : requests) {
-        n += request.method == method ? 1 : 0;
-    }
-    return n;
+    return static_cast<int>(
+        std::count_if(requests.begin(), requests.end(), [&](const auto& r) { return r.method == method; }));
 }
 
 void FakeHelperDaemon::accept() {
