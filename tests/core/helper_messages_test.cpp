@@ -25,6 +25,7 @@ TEST(HelperMessages, RequestsRoundTripWithExactWireNames) {
               R"({"id":7,"method":"setTargetRPM","fan":1,"rpm":1800.5})");
     const HelperRequest requests[] = {
         {.id = 0, .method = M::setTargetRPM, .fan = std::numeric_limits<int>::min(), .rpm = -0.25},
+        {.id = 1, .method = M::setTargetRPM, .fan = std::numeric_limits<int>::max(), .rpm = 0},
         {.id = std::numeric_limits<std::uint64_t>::max(),
          .method = M::setManualControl,
          .fan = 9,

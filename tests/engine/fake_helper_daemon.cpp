@@ -38,6 +38,14 @@ void FakeHelperDaemon::dropClients() {
     }
 }
 
+void FakeHelperDaemon::sendToClients(const std::string& payload) {
+    const auto frame = frameBytes(payload);
+    for (auto* socket : server_.findChildren<QLocalSocket*>()) {
+        socket->write(frame.data(), static_cast<qint64>(frame.size()));
+        socket->flush();
+    }
+}
+
 int FakeHelperDaemon::count(HelperMethod method) const {
     return static_cast<int>(
         std::count_if(requests.begin(), requests.end(), [&](const auto& r) { return r.method == method; }));

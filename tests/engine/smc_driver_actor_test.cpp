@@ -156,8 +156,17 @@ TEST_F(DriverTest, TheHelperGoingAwayFailsWaitingCallsAtOnceWhileItsErrorsKeepTh
     EXPECT_EQ(refused->failure->message(), "version unavailable");
     EXPECT_TRUE(finish(driver->restoreAuto())->value);
     EXPECT_EQ(daemon.connections, 2);
+
+    // A reply whose id cannot be read poisons the connection: the waiting call fails at once.
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
+    auto garbled = begin(driver->daemonVersion());
+    waitForRequests(5);
+    daemon.sendToClients(R"({"uptime":1})");
+    ASSERT_TRUE(pumpUntil([&] { return garbled->done() && losses == 2; }));
+    EXPECT_EQ(garbled->failure->message(), "reply without a readable id from the helper");
+    EXPECT_EQ(logs.count("helper XPC connection invalidated"), 1);
     pumpFor(20);
-    EXPECT_EQ(losses, 1);
+    EXPECT_EQ(losses, 2);
 }
 
 TEST_F(DriverTest, AFailedHandshakeResolvesThroughTheServiceStatus) {
