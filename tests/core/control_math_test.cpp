@@ -48,6 +48,7 @@ TEST(FanCurve, InterpolatesClampsAndHoldsTheEnds) {
 TEST(FanCurve, SortsStablyAndGivesFreshIdentities) {
     // Enough equal temperatures that an unstable sort would reorder them.
     std::vector<CurvePoint> points;
+    points.reserve(42);
     for (int i = 0; i < 40; ++i) {
         points.push_back(CurvePoint::make(70, i / 100.0));
     }

@@ -11,8 +11,10 @@ namespace {
 
 using Json = nlohmann::json;
 
-const Uuid modeID = Uuid::fromLiteral("11111111-2222-3333-4444-555555555555");
-const std::string invalidKeyCount = "Invalid number of keys found, expected one.";
+Uuid modeID() {
+    return Uuid::fromLiteral("11111111-2222-3333-4444-555555555555");
+}
+constexpr std::string_view invalidKeyCount = "Invalid number of keys found, expected one.";
 
 // The message of the DecodeError raised by decoding `text` as T, or "" when none is raised.
 template <class T>
@@ -68,12 +70,13 @@ TEST(ModeCaseObjects, EncodeAsOneCaseKeyAndDecodeOnlyFromExactlyOne) {
 }
 
 TEST(CustomMode, SpeedsAreClampedKeepingTheirCaseAndNaNIsRefusedOnWrite) {
-    EXPECT_EQ(CustomMode(modeID, "A", "x", ModeSpeed::fixed(1.5), ModeSensor{}).speed, ModeSpeed::fixed(1.0));
-    EXPECT_EQ(CustomMode(modeID, "A", "x", ModeSpeed::floor(-0.2), ModeSensor{}).speed,
+    EXPECT_EQ(CustomMode(modeID(), "A", "x", ModeSpeed::fixed(1.5), ModeSensor{}).speed,
+              ModeSpeed::fixed(1.0));
+    EXPECT_EQ(CustomMode(modeID(), "A", "x", ModeSpeed::floor(-0.2), ModeSensor{}).speed,
               ModeSpeed::floor(0.0));
-    const CustomMode inside{modeID, "A", "x", ModeSpeed::floor(0.3), ModeSensor{}};
+    const CustomMode inside{modeID(), "A", "x", ModeSpeed::floor(0.3), ModeSensor{}};
     EXPECT_EQ(inside.speed, ModeSpeed::floor(0.3));
-    const CustomMode nan{modeID, "A", "x", ModeSpeed::fixed(std::nan("")), ModeSensor{}};
+    const CustomMode nan{modeID(), "A", "x", ModeSpeed::fixed(std::nan("")), ModeSensor{}};
     EXPECT_TRUE(std::isnan(nan.speed.percentage()));
     EXPECT_EQ(nan.speed.kind(), ModeSpeed::Kind::fixed);
     EXPECT_THROW(encodeCustomModes({inside, nan}), EncodeError);
@@ -90,7 +93,7 @@ TEST(CustomMode, SpeedsAreClampedKeepingTheirCaseAndNaNIsRefusedOnWrite) {
 TEST(CustomMode, OlderDataLoadsLenientlyAndSavesInTheCurrentForm) {
     const auto legacy = decodeCustomModes(listWith(R"("floorPercentage":0.4,"displaySensor":null)"));
     ASSERT_EQ(legacy.size(), 1u);
-    EXPECT_EQ(legacy[0], (CustomMode{modeID, "A", "x", ModeSpeed::floor(0.4),
+    EXPECT_EQ(legacy[0], (CustomMode{modeID(), "A", "x", ModeSpeed::floor(0.4),
                                      ModeSensor::source(ControlSource::hottest), std::nullopt, false}));
     const auto saved = Json::parse(encodeCustomModes(legacy));
     EXPECT_EQ(saved[0]["speed"], Json::parse(R"({"floor":{"percentage":0.4}})"));
@@ -125,7 +128,10 @@ TEST(CustomMode, OneBadModeFailsTheWholeList) {
         R"("mode")",
     };
     for (const auto& bad : badModes) {
-        EXPECT_THROW(decodeCustomModes("[" + good + "," + bad + "]"), DecodeError) << bad;
+        std::string list = "[" + good + ",";
+        list += bad;
+        list += "]";
+        EXPECT_THROW(decodeCustomModes(list), DecodeError) << bad;
     }
     for (const char* text : {"{}", "", "[{"}) {
         EXPECT_THROW(decodeCustomModes(text), DecodeError) << text;
@@ -135,7 +141,7 @@ TEST(CustomMode, OneBadModeFailsTheWholeList) {
 
 TEST(CustomMode, RoundTripPreservesEveryFieldInCompactText) {
     const std::vector<CustomMode> modes{
-        {modeID, "Quiet desk", "moon.fill", ModeSpeed::floor(0.125), ModeSensor::sensor("TB0T"),
+        {modeID(), "Quiet desk", "moon.fill", ModeSpeed::floor(0.125), ModeSensor::sensor("TB0T"),
          ModeSensor::source(ControlSource::cpuAverage), true},
         {Uuid::random(), "Render", "cube.fill", ModeSpeed::fixed(1.0 / 3.0),
          ModeSensor::source(ControlSource::cpuPerformance), ModeSensor::sensor("perf.0"), false},

@@ -7,7 +7,9 @@
 namespace halvoren {
 namespace {
 
-const std::string fffd = "\xEF\xBF\xBD";
+std::string fffd() {
+    return "\xEF\xBF\xBD";
+}
 
 TEST(FourCC, CodeAndStringAreInverseForKeys) {
     EXPECT_EQ(FourCC::code("#KEY"), 0x234B4559u);
@@ -23,19 +25,19 @@ TEST(FourCC, CodeAndStringAreInverseForKeys) {
 
 TEST(FourCC, StringReplacesEachMaximalIllFormedSubpart) {
     const std::pair<std::uint32_t, std::string> rows[] = {
-        {0xFF414243, fffd + "ABC"},
-        {0x41804243, "A" + fffd + "BC"},         // lone continuation
-        {0x41E28242, "A" + fffd + "B"},          // truncated three-byte
-        {0x41E282AC, "A\xE2\x82\xAC"},           // the same completed
-        {0xF09F9841, fffd + "A"},                // truncated four-byte
-        {0x4142F09F, "AB" + fffd},               // cut off at the end
-        {0xC0AF4142, fffd + fffd + "AB"},        // overlong "/"
-        {0xE0808041, fffd + fffd + fffd + "A"},  // overlong three-byte
-        {0xF08FBFBF, fffd + fffd + fffd + fffd}, // overlong four-byte
-        {0xEDA08041, fffd + fffd + fffd + "A"},  // surrogate
-        {0xF4908080, fffd + fffd + fffd + fffd}, // above U+10FFFF
-        {0x80808080, fffd + fffd + fffd + fffd},
-        {0xF1808041, fffd + "A"}, // a three-byte subpart repairs to three bytes: a valid key again
+        {0xFF414243, fffd() + "ABC"},
+        {0x41804243, "A" + fffd() + "BC"},               // lone continuation
+        {0x41E28242, "A" + fffd() + "B"},                // truncated three-byte
+        {0x41E282AC, "A\xE2\x82\xAC"},                   // the same completed
+        {0xF09F9841, fffd() + "A"},                      // truncated four-byte
+        {0x4142F09F, "AB" + fffd()},                     // cut off at the end
+        {0xC0AF4142, fffd() + fffd() + "AB"},            // overlong "/"
+        {0xE0808041, fffd() + fffd() + fffd() + "A"},    // overlong three-byte
+        {0xF08FBFBF, fffd() + fffd() + fffd() + fffd()}, // overlong four-byte
+        {0xEDA08041, fffd() + fffd() + fffd() + "A"},    // surrogate
+        {0xF4908080, fffd() + fffd() + fffd() + fffd()}, // above U+10FFFF
+        {0x80808080, fffd() + fffd() + fffd() + fffd()},
+        {0xF1808041, fffd() + "A"}, // a three-byte subpart repairs to three bytes: a valid key again
     };
     for (const auto& [code, text] : rows) {
         EXPECT_EQ(FourCC::string(code), text) << std::hex << code;

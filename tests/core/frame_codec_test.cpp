@@ -87,7 +87,7 @@ TEST(HelperProtocolFuzz, GarbageNeverCrashesAndEveryFrameIsAnsweredOrRefusedCons
                 "\"method\":" +
                 pick({"\"setTargetRPM\"", "\"setManualControl\"", "\"heartbeat\"", "\"nope\"", "3"}) +
                 pick({"", ",\"fan\":1", ",\"fan\":-3", ",\"fan\":1.5", ",\"fan\":99999999999"}) +
-                pick({"", ",\"rpm\":1200.5", ",\"rpm\":\"x\""}) +
+                pick({"", R"(,"rpm":1200.5)", R"(,"rpm":"x")"}) +
                 pick({"", ",\"enabled\":true", ",\"enabled\":0"}) + "}");
             switch (rng() % 4) {
             case 0: // flipped bytes, header included
