@@ -10,7 +10,9 @@
 namespace halvoren {
 namespace {
 
-const std::string canonical = "00112233-4455-6677-8899-AABBCCDDEEFF";
+std::string canonical() {
+    return "00112233-4455-6677-8899-AABBCCDDEEFF";
+}
 
 TEST(Uuid, ParsesEitherCasePrintsUpperCaseAndOrdersByBytes) {
     const std::array<std::uint8_t, 16> bytes{0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77,
@@ -20,9 +22,9 @@ TEST(Uuid, ParsesEitherCasePrintsUpperCaseAndOrdersByBytes) {
         const auto parsed = Uuid::parse(text);
         ASSERT_TRUE(parsed) << text;
         EXPECT_EQ(parsed->bytes(), bytes);
-        EXPECT_EQ(parsed->toString(), canonical);
+        EXPECT_EQ(parsed->toString(), canonical());
     }
-    EXPECT_EQ(Uuid{bytes}.toString(), canonical);
+    EXPECT_EQ(Uuid{bytes}.toString(), canonical());
     EXPECT_TRUE(Uuid{}.isNil());
     EXPECT_EQ(Uuid{}.toString(), "00000000-0000-0000-0000-000000000000");
     EXPECT_FALSE(Uuid::fromLiteral("00000000-0000-0000-0000-000000000001").isNil());
@@ -34,7 +36,7 @@ TEST(Uuid, ParsesEitherCasePrintsUpperCaseAndOrdersByBytes) {
 TEST(Uuid, RejectsAnythingButTheCanonicalForm) {
     for (const std::string& bad : std::initializer_list<std::string>{
              "",
-             canonical + "0",                              // 37 characters
+             canonical() + "0",                            // 37 characters
              "00112233445566778899AABBCCDDEEFF",           // no dashes
              "0011223-34455-6677-8899-AABBCCDDEEFF",       // first dash one early
              "00112233-4455-6677-88994AABBCCDDEE-F",       // last dash moved near the end
@@ -48,7 +50,7 @@ TEST(Uuid, RejectsAnythingButTheCanonicalForm) {
 }
 
 TEST(Uuid, RandomIsVersionFourWithTheStandardVariantAndHashesApart) {
-    std::unordered_set<Uuid> seen{*Uuid::parse(canonical),
+    std::unordered_set<Uuid> seen{*Uuid::parse(canonical()),
                                   *Uuid::parse("00112233-4455-6677-8899-aabbccddeeff")};
     EXPECT_EQ(seen.size(), 1U); // equal values hash alike
     std::set<std::size_t> hashes;

@@ -14,7 +14,7 @@ protected:
 
     static CustomMode mode(std::string name, ModeSpeed speed,
                            ModeSensor control = ModeSensor::source(ControlSource::hottest)) {
-        return CustomMode(Uuid::random(), std::move(name), "flame.fill", speed, std::move(control));
+        return {Uuid::random(), std::move(name), "flame.fill", speed, std::move(control)};
     }
 
     // The CPU proximity sensor at `cpu`, the battery at `battery`.
