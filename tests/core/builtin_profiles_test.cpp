@@ -1,47 +1,33 @@
 #include "core/control_source.h"
+#include "core/display_settings.h"
 #include "core/fan_profile.h"
+#include "core/helper_messages.h"
+#include "core/power_telemetry.h"
 #include "core/sensor.h"
 #include "curve_numbers.h"
 
-#include <array>
 #include <gtest/gtest.h>
-#include <limits>
 #include <set>
 #include <string>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace halvoren {
 namespace {
 
-void expectBuiltin(const FanProfile& profile, std::string_view id, std::string_view name, ControlMode mode,
-                   std::int64_t constantTargetRPM, const Curve& curve) {
-    SCOPED_TRACE(std::string(name));
-    EXPECT_EQ(profile.id.toString(), id);
-    EXPECT_EQ(profile.name, name);
-    EXPECT_EQ(profile.mode, mode);
-    EXPECT_EQ(profile.constantTargetRPM, constantTargetRPM);
-    EXPECT_EQ(profile.targetSensorGroupID, "max");
-    EXPECT_EQ(numbers(profile), curve);
-}
-
-TEST(BuiltinProfiles, HoldTheirFixedIdentitiesAndSettings) {
-    expectBuiltin(FanProfile::appleAuto(), "00000000-0000-0000-0000-000000000001", "Apple Auto",
-                  ControlMode::appleAuto, 0, {});
-    expectBuiltin(FanProfile::silentStealth(), "00000000-0000-0000-0000-000000000002", "Silent Stealth",
-                  ControlMode::adaptiveCurve, 0, {{40, 0.0}, {60, 0.25}, {75, 0.5}, {90, 1.0}});
-    expectBuiltin(FanProfile::halvorenStandard(), "00000000-0000-0000-0000-000000000003", "Halvoren Standard",
-                  ControlMode::adaptiveCurve, 0, {{35, 0.0}, {55, 0.35}, {70, 0.65}, {85, 1.0}});
-    expectBuiltin(FanProfile::maxThermalBlast(), "00000000-0000-0000-0000-000000000004", "Max Thermal Blast",
-                  ControlMode::constantRPM, 9223372036854775807LL, {});
-
-    const auto& all = FanProfile::builtins();
-    ASSERT_EQ(all.size(), 4U);
-    EXPECT_EQ(all[0], FanProfile::appleAuto());
-    EXPECT_EQ(all[1], FanProfile::silentStealth());
-    EXPECT_EQ(all[2], FanProfile::halvorenStandard());
-    EXPECT_EQ(all[3], FanProfile::maxThermalBlast());
+TEST(BuiltinProfiles, HoldTheirFixedIdentitiesModesAndCurves) {
+    const FanProfile* expected[] = {&FanProfile::appleAuto(), &FanProfile::silentStealth(),
+                                    &FanProfile::halvorenStandard(), &FanProfile::maxThermalBlast()};
+    ASSERT_EQ(FanProfile::builtins().size(), std::size(expected));
+    for (std::size_t i = 0; i < std::size(expected); ++i) {
+        EXPECT_EQ(FanProfile::builtins()[i], *expected[i]);
+        EXPECT_EQ(expected[i]->id.toString(), "00000000-0000-0000-0000-00000000000" + std::to_string(i + 1));
+        EXPECT_EQ(expected[i]->targetSensorGroupID, "max");
+    }
+    EXPECT_EQ(FanProfile::appleAuto().mode, ControlMode::appleAuto);
+    EXPECT_EQ(numbers(FanProfile::silentStealth()), (Curve{{40, 0.0}, {60, 0.25}, {75, 0.5}, {90, 1.0}}));
+    EXPECT_EQ(numbers(FanProfile::halvorenStandard()), (Curve{{35, 0.0}, {55, 0.35}, {70, 0.65}, {85, 1.0}}));
+    EXPECT_EQ(FanProfile::maxThermalBlast().mode, ControlMode::constantRPM);
+    EXPECT_EQ(FanProfile::maxThermalBlast().constantTargetRPM, 9223372036854775807LL);
+    EXPECT_EQ(FanProfile::halvorenStandard().name, "Halvoren Standard"); // shown by the driving status
 }
 
 TEST(BuiltinProfiles, CurvePointIdentitiesAreFreshButStable) {
@@ -49,120 +35,69 @@ TEST(BuiltinProfiles, CurvePointIdentitiesAreFreshButStable) {
     const std::vector<FanProfile> first = FanProfile::builtins();
     EXPECT_EQ(FanProfile::builtins(), first);
     EXPECT_EQ(&FanProfile::silentStealth(), &FanProfile::silentStealth());
-    EXPECT_EQ(FanProfile::silentStealth().curvePoints, first[1].curvePoints);
-
     std::set<Uuid> ids;
-    std::size_t points = 0;
     for (const auto& profile : first) {
         for (const auto& point : profile.curvePoints) {
-            EXPECT_FALSE(point.id.isNil());
             EXPECT_EQ(point.id.bytes()[6] >> 4, 0x4);
             ids.insert(point.id);
-            ++points;
         }
     }
-    EXPECT_EQ(points, 8U);
-    EXPECT_EQ(ids.size(), points);
-
-    // Points made in code never share an identity either.
-    const CurvePoint a = CurvePoint::make(50, 0.5);
-    const CurvePoint b = CurvePoint::make(50, 0.5);
-    EXPECT_NE(a.id, b.id);
-    EXPECT_NE(a, b);
-    // Nothing clamps a fraction when a point is made.
+    EXPECT_EQ(ids.size(), 8U);
+    // Points made in code never share an identity either, and nothing clamps their fraction.
+    EXPECT_NE(CurvePoint::make(50, 0.5), CurvePoint::make(50, 0.5));
     EXPECT_EQ(CurvePoint::make(-5, 1.5).rpmPercentage, 1.5);
     EXPECT_EQ(CurvePoint::make(-5, -0.25).rpmPercentage, -0.25);
 }
 
-TEST(FanPreset, CasesRawValuesAndNames) {
-    EXPECT_EQ(allCases<FanPreset>(), (std::array{FanPreset::quiet, FanPreset::auto_, FanPreset::max}));
-    EXPECT_EQ(rawValue(FanPreset::quiet), "quiet");
-    EXPECT_EQ(rawValue(FanPreset::auto_), "auto");
-    EXPECT_EQ(rawValue(FanPreset::max), "max");
-    EXPECT_EQ(displayName(FanPreset::quiet), "Quiet");
-    EXPECT_EQ(displayName(FanPreset::auto_), "Balanced");
-    EXPECT_EQ(displayName(FanPreset::max), "Max");
+// The stored texts of an enumeration in declaration order; each must read back as its case.
+template <class E>
+std::string rawValues() {
+    std::string joined;
+    for (const E value : allCases<E>()) {
+        EXPECT_EQ(fromRawValue<E>(rawValue(value)), value);
+        joined += (joined.empty() ? "" : " ") + std::string(rawValue(value));
+    }
+    return joined;
+}
 
-    EXPECT_EQ(fromRawValue<FanPreset>("auto"), FanPreset::auto_);
-    for (const std::string_view unknown : {"balanced", "Balanced", "Auto", "auto_", "", "quiet "}) {
+TEST(StoredEnumerations, RawValuesAreTheStoredTextsAndNothingElseReads) {
+    EXPECT_EQ(rawValues<FanPreset>(), "quiet auto max");
+    EXPECT_EQ(rawValues<SensorCategory>(), "cpu gpu neuralEngine memory battery enclosure");
+    EXPECT_EQ(rawValues<SensorClass>(), "temperature power voltage current fan other");
+    EXPECT_EQ(rawValues<ControlSource>(), "hottest cpuAverage cpuPerformance cpuEfficiency gpuAverage");
+    EXPECT_EQ(rawValues<MenuBarReadout>(), "none controlTemperature hottestFan hottestSensor both");
+    EXPECT_EQ(rawValues<MenuBarTempSource>(),
+              "control hottest cpuAverage cpuPerformance cpuEfficiency gpuAverage");
+    EXPECT_EQ(rawValues<AccentChoice>(), "system sky teal indigo violet graphite");
+    EXPECT_EQ(rawValues<BackdropScene>(), "aurora space winter nebula abyss graphite");
+    EXPECT_EQ(rawValues<PowerSource>(), "ac battery unknown");
+    EXPECT_EQ(rawValues<HelperMethod>(),
+              "setTargetRPM setManualControl restoreAutomaticControl heartbeat helperVersion");
+    // Case-sensitive and whole.
+    for (const char* unknown : {"balanced", "Auto", "auto_", "", "quiet "}) {
         EXPECT_FALSE(fromRawValue<FanPreset>(unknown)) << unknown;
     }
+    EXPECT_FALSE(fromRawValue<BackdropScene>("Aurora"));
+    // The one name that differs from its raw value, and the units discovery attaches.
+    EXPECT_EQ(displayName(FanPreset::auto_), "Balanced");
+    EXPECT_EQ(unit(SensorClass::temperature), "°C");
+    EXPECT_EQ(unit(SensorClass::other), "");
 }
 
-TEST(SensorKinds, CasesRawValuesNamesAndUnits) {
-    using C = SensorCategory;
-    EXPECT_EQ(allCases<C>(),
-              (std::array{C::cpu, C::gpu, C::neuralEngine, C::memory, C::battery, C::enclosure}));
-    const std::array<std::pair<std::string_view, std::string_view>, 6> categories{
-        {{"cpu", "CPU"},
-         {"gpu", "GPU"},
-         {"neuralEngine", "Neural Engine"},
-         {"memory", "Memory"},
-         {"battery", "Battery"},
-         {"enclosure", "Enclosure"}}};
-    for (std::size_t i = 0; i < categories.size(); ++i) {
-        const auto category = allCases<C>()[i];
-        EXPECT_EQ(rawValue(category), categories[i].first);
-        EXPECT_EQ(displayName(category), categories[i].second);
-        EXPECT_EQ(fromRawValue<C>(categories[i].first), category);
-    }
-
-    using K = SensorClass;
-    EXPECT_EQ(allCases<K>(),
-              (std::array{K::temperature, K::power, K::voltage, K::current, K::fan, K::other}));
-    const std::array<std::pair<std::string_view, std::string_view>, 6> classes{{{"temperature", "°C"},
-                                                                                {"power", "W"},
-                                                                                {"voltage", "V"},
-                                                                                {"current", "A"},
-                                                                                {"fan", "RPM"},
-                                                                                {"other", ""}}};
-    for (std::size_t i = 0; i < classes.size(); ++i) {
-        const auto sensorClass = allCases<K>()[i];
-        EXPECT_EQ(rawValue(sensorClass), classes[i].first);
-        EXPECT_EQ(unit(sensorClass), classes[i].second);
-        EXPECT_EQ(fromRawValue<K>(classes[i].first), sensorClass);
-    }
-    EXPECT_FALSE(fromRawValue<K>("heat"));
-}
-
-TEST(ControlSourceCases, OrderRawValuesAndNames) {
-    using S = ControlSource;
-    EXPECT_EQ(allCases<S>(),
-              (std::array{S::hottest, S::cpuAverage, S::cpuPerformance, S::cpuEfficiency, S::gpuAverage}));
-    const std::array<std::pair<std::string_view, std::string_view>, 5> expected{
-        {{"hottest", "Hottest Sensor"},
-         {"cpuAverage", "CPU Core Average"},
-         {"cpuPerformance", "CPU Performance"},
-         {"cpuEfficiency", "CPU Efficiency"},
-         {"gpuAverage", "GPU Average"}}};
-    for (std::size_t i = 0; i < expected.size(); ++i) {
-        const auto source = allCases<S>()[i];
-        EXPECT_EQ(rawValue(source), expected[i].first);
-        EXPECT_EQ(displayName(source), expected[i].second);
-        EXPECT_EQ(fromRawValue<S>(expected[i].first), source);
-    }
-    EXPECT_FALSE(fromRawValue<S>("fanSpeed"));
-}
-
-TEST(SMCSensorHash, EqualSensorsHashAlike) {
-    const std::hash<SMCSensor> hash;
+TEST(SMCSensor, EveryFieldTakesPartInEqualityAndEqualSensorsHashAlike) {
     const SMCSensor a{"smc.TB0T", "TB0T", "Battery", SensorCategory::battery, 0.0, SensorClass::temperature,
                       "°C"};
     SMCSensor b = a;
     b.currentTemp = -0.0; // equal to 0.0, so it must hash the same
     ASSERT_EQ(a, b);
-    EXPECT_EQ(hash(a), hash(b));
-
-    // Each field takes part in equality.
-    SMCSensor c = a;
-    c.unit = "W";
-    EXPECT_NE(a, c);
-    c = a;
-    c.sensorClass = SensorClass::power;
-    EXPECT_NE(a, c);
-    c = a;
-    c.name = "TB0T";
-    EXPECT_NE(a, c);
+    EXPECT_EQ(std::hash<SMCSensor>{}(a), std::hash<SMCSensor>{}(b));
+    for (const auto change : std::initializer_list<void (*)(SMCSensor&)>{
+             [](SMCSensor& s) { s.unit = "W"; }, [](SMCSensor& s) { s.sensorClass = SensorClass::power; },
+             [](SMCSensor& s) { s.name = "TB0T"; }}) {
+        SMCSensor c = a;
+        change(c);
+        EXPECT_NE(a, c);
+    }
 }
 
 } // namespace

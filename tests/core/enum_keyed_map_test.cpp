@@ -1,5 +1,4 @@
 #include "core/alert_rules.h"
-#include "core/display_settings.h"
 #include "core/enum_keyed_map.h"
 #include "core/preset_power_caps.h"
 
@@ -86,17 +85,6 @@ TEST(DefaultAlertRulesTest, OneDisabledRulePerCategoryInDeclarationOrder) {
     EXPECT_EQ(encoded[0], "cpu");
     EXPECT_EQ(encoded[1], (Json{{"enabled", false}, {"thresholdCelsius", 95.0}, {"autoBoost", false}}));
     EXPECT_EQ((decodeEnumKeyedMap<SensorCategory, AlertRule>(json::parse(encoded.dump()))), rules);
-}
-
-TEST(DisplaySettingsTest, RawValuesAreTheStoredTexts) {
-    EXPECT_EQ(fromRawValue<MenuBarReadout>("controlTemperature"), MenuBarReadout::controlTemperature);
-    EXPECT_EQ(rawValue(MenuBarReadout::both), "both");
-    EXPECT_EQ(allCases<MenuBarTempSource>().size(), 6u);
-    EXPECT_EQ(rawValue(MenuBarTempSource::gpuAverage), "gpuAverage");
-    EXPECT_EQ(fromRawValue<AccentChoice>("graphite"), AccentChoice::graphite);
-    EXPECT_EQ(fromRawValue<BackdropScene>("graphite"), BackdropScene::graphite);
-    EXPECT_EQ(rawValue(BackdropScene::abyss), "abyss");
-    EXPECT_EQ(fromRawValue<BackdropScene>("Aurora"), std::nullopt); // raw values are case-sensitive
 }
 
 } // namespace

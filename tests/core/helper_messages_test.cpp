@@ -9,30 +9,23 @@ namespace {
 
 using M = HelperMethod;
 
-TEST(HelperConstants, RequirementsAndTimings) {
+TEST(HelperConstants, RequirementsNameTheTeamAndTheHeartbeatOutlastsACall) {
     EXPECT_EQ(HelperConstants::clientRequirement(),
               "anchor apple generic and identifier \"com.halvoren.app\" and certificate leaf[subject.OU] = "
               "\"ZK7R2MQ5TB\"");
     EXPECT_EQ(HelperConstants::daemonRequirement(),
               "anchor apple generic and identifier \"com.halvoren.SMCService\" and certificate "
               "leaf[subject.OU] = \"ZK7R2MQ5TB\"");
-    EXPECT_EQ(HelperConstants::debugClientRequirement,
-              "identifier \"Halvoren\" or identifier \"com.halvoren.app\"");
     EXPECT_EQ(HelperConstants::heartbeatTimeout, 2 * HelperConstants::heartbeatInterval);
     EXPECT_LT(HelperConstants::xpcCallTimeout, HelperConstants::heartbeatTimeout);
-    EXPECT_EQ(helperBuildVersion, "1.2.0");
 }
 
 TEST(HelperMessages, RequestsRoundTripWithExactWireNames) {
-    const std::array<std::string_view, 5> names{"setTargetRPM", "setManualControl", "restoreAutomaticControl",
-                                                "heartbeat", "helperVersion"};
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        EXPECT_EQ(rawValue(allCases<M>()[i]), names[i]);
-    }
     EXPECT_EQ(encodeRequest({.id = 7, .method = M::setTargetRPM, .fan = 1, .rpm = 1800.5}),
               R"({"id":7,"method":"setTargetRPM","fan":1,"rpm":1800.5})");
     const HelperRequest requests[] = {
         {.id = 0, .method = M::setTargetRPM, .fan = std::numeric_limits<int>::min(), .rpm = -0.25},
+        {.id = 1, .method = M::setTargetRPM, .fan = std::numeric_limits<int>::max(), .rpm = 0},
         {.id = std::numeric_limits<std::uint64_t>::max(),
          .method = M::setManualControl,
          .fan = 9,
@@ -117,16 +110,12 @@ TEST(HelperMessages, MalformedRequestsAnswerWithTheirIdWhenReadable) {
     const std::string_view withoutId[] = {
         "",
         "not json",
-        "[1,2]",
         "\"text\"",
-        "null",
         R"({"method":"heartbeat"})",
         R"({"id":"1"})",
-        R"({"id":-1})",
         R"({"id":1.0})",
         R"({"id":18446744073709551616})",
         R"({"id":1} trailing)",
-        "{\"id\":1",
     };
     for (const auto text : withoutId) {
         const auto decoded = decodeRequest(text);

@@ -10,97 +10,70 @@
 namespace halvoren {
 namespace {
 
-TEST(Uuid, ParsesEitherCaseAndPrintsUpperCase) {
-    const auto lower = Uuid::parse("00112233-4455-6677-8899-aabbccddeeff");
-    const auto upper = Uuid::parse("00112233-4455-6677-8899-AABBCCDDEEFF");
-    const auto mixed = Uuid::parse("00112233-4455-6677-8899-aAbBcCdDeEfF");
-    ASSERT_TRUE(lower && upper && mixed);
-    EXPECT_EQ(*lower, *upper);
-    EXPECT_EQ(*lower, *mixed);
-    EXPECT_EQ(lower->toString(), "00112233-4455-6677-8899-AABBCCDDEEFF");
+std::string canonical() {
+    return "00112233-4455-6677-8899-AABBCCDDEEFF";
+}
 
+TEST(Uuid, ParsesEitherCasePrintsUpperCaseAndOrdersByBytes) {
     const std::array<std::uint8_t, 16> bytes{0x00, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77,
                                              0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF};
-    EXPECT_EQ(lower->bytes(), bytes);
-    EXPECT_EQ(Uuid{bytes}.toString(), "00112233-4455-6677-8899-AABBCCDDEEFF");
-
+    for (const char* text :
+         {"00112233-4455-6677-8899-aabbccddeeff", "00112233-4455-6677-8899-aAbBcCdDeEfF"}) {
+        const auto parsed = Uuid::parse(text);
+        ASSERT_TRUE(parsed) << text;
+        EXPECT_EQ(parsed->bytes(), bytes);
+        EXPECT_EQ(parsed->toString(), canonical());
+    }
+    EXPECT_EQ(Uuid{bytes}.toString(), canonical());
     EXPECT_TRUE(Uuid{}.isNil());
     EXPECT_EQ(Uuid{}.toString(), "00000000-0000-0000-0000-000000000000");
     EXPECT_FALSE(Uuid::fromLiteral("00000000-0000-0000-0000-000000000001").isNil());
+    EXPECT_LT(Uuid::fromLiteral("00000000-0000-0000-0000-0000000000FF"),
+              Uuid::fromLiteral("01000000-0000-0000-0000-000000000000"));
+    EXPECT_DEATH(Uuid::fromLiteral("00000000-0000-0000-0000-00000000000"), "");
 }
 
 TEST(Uuid, RejectsAnythingButTheCanonicalForm) {
-    const std::string good = "00112233-4455-6677-8899-AABBCCDDEEFF";
-    ASSERT_TRUE(Uuid::parse(good));
     for (const std::string& bad : std::initializer_list<std::string>{
              "",
-             good.substr(1),                               // 35 characters
-             good + "0",                                   // 37 characters
+             canonical() + "0",                            // 37 characters
              "00112233445566778899AABBCCDDEEFF",           // no dashes
-             "{" + good + "}",                             // braces
              "0011223-34455-6677-8899-AABBCCDDEEFF",       // first dash one early
-             "001122334-455-6677-8899-AABBCCDDEEFF",       // first dash one late
              "00112233-4455-6677-88994AABBCCDDEE-F",       // last dash moved near the end
              "00112233-4455-6677-8899-AABBCCDDEEF-",       // dash where a digit belongs
              "00112233-4455-6677-8899-AABBCCDDEEFG",       // not a hex digit
-             "00112233-4455-6677-8899-AABBCCDDEE F",       // space
              "+0112233-4455-6677-8899-AABBCCDDEEFF",       // sign
-             "00112233_4455_6677_8899_AABBCCDDEEFF",       // other separator
              "00112233-4455-6677-8899-AABBCCDDEE\xC3\xA9", // two bytes of a non-ASCII letter
          }) {
         EXPECT_FALSE(Uuid::parse(bad)) << bad;
     }
 }
 
-TEST(UuidDeathTest, MalformedLiteralAborts) {
-    EXPECT_DEATH(Uuid::fromLiteral("00000000-0000-0000-0000-00000000000"), "");
-}
-
-TEST(Uuid, RandomIsVersionFourWithTheStandardVariantAndNeverRepeats) {
-    std::set<Uuid> seen;
+TEST(Uuid, RandomIsVersionFourWithTheStandardVariantAndHashesApart) {
+    std::unordered_set<Uuid> seen{*Uuid::parse(canonical()),
+                                  *Uuid::parse("00112233-4455-6677-8899-aabbccddeeff")};
+    EXPECT_EQ(seen.size(), 1U); // equal values hash alike
+    std::set<std::size_t> hashes;
     for (int i = 0; i < 2000; ++i) {
         const Uuid uuid = Uuid::random();
-        EXPECT_EQ(uuid.bytes()[6] >> 4, 0x4);
-        EXPECT_EQ(uuid.bytes()[8] >> 6, 0b10);
         const std::string text = uuid.toString();
         EXPECT_EQ(text[14], '4');
         EXPECT_NE(std::string("89AB").find(text[19]), std::string::npos) << text;
         EXPECT_EQ(Uuid::parse(text), uuid);
         seen.insert(uuid);
+        hashes.insert(std::hash<Uuid>{}(uuid));
     }
-    EXPECT_EQ(seen.size(), 2000U);
-}
-
-TEST(Uuid, HashAgreesWithEquality) {
-    const std::hash<Uuid> hash;
-    const auto a = *Uuid::parse("6ba7b810-9dad-11d1-80b4-00c04fd430c8");
-    const auto b = *Uuid::parse("6BA7B810-9DAD-11D1-80B4-00C04FD430C8");
-    EXPECT_EQ(hash(a), hash(b));
-
-    std::unordered_set<Uuid> set{a, b};
-    EXPECT_EQ(set.size(), 1U);
-
-    std::unordered_set<std::size_t> hashes;
-    for (int i = 0; i < 2000; ++i) {
-        const Uuid uuid = Uuid::random();
-        set.insert(uuid);
-        hashes.insert(hash(uuid));
-    }
-    EXPECT_EQ(set.size(), 2001U);
+    EXPECT_EQ(seen.size(), 2001U);
     EXPECT_EQ(hashes.size(), 2000U); // a constant or byte-blind hash collides here
-
-    // Ordering follows the bytes from the first.
-    EXPECT_LT(Uuid::fromLiteral("00000000-0000-0000-0000-0000000000FF"),
-              Uuid::fromLiteral("01000000-0000-0000-0000-000000000000"));
 }
 
 TEST(Uuid, JsonIsTheUpperCaseString) {
     const auto uuid = Uuid::fromLiteral("6ba7b810-9dad-11d1-80b4-00c04fd430c8");
     EXPECT_EQ(Json(uuid), "6BA7B810-9DAD-11D1-80B4-00C04FD430C8");
     EXPECT_EQ(Json("6ba7b810-9dad-11d1-80b4-00c04fd430c8").get<Uuid>(), uuid);
-    EXPECT_THROW(Json(42).get<Uuid>(), DecodeError);
-    EXPECT_THROW(Json(nullptr).get<Uuid>(), DecodeError);
-    EXPECT_THROW(Json("6ba7b810").get<Uuid>(), DecodeError);
+    for (const auto& bad : {Json(42), Json(nullptr), Json("6ba7b810")}) {
+        EXPECT_THROW(bad.get<Uuid>(), DecodeError) << bad.dump();
+    }
 }
 
 } // namespace

@@ -2,40 +2,56 @@
 #include "engine_fixture.h"
 
 #include <string>
+#include <tuple>
 
 namespace halvoren {
 namespace {
 
+// The restorable settings, comparable as a whole.
+auto fields(const RestorableDefaults& d) {
+    return std::tie(d.acousticAlpha, d.spoolRate, d.autoSwitchOnBattery, d.overheatThreshold, d.useFahrenheit,
+                    d.preciseTemperatures, d.glassFrost, d.backdropScene, d.accentChoice, d.presetPowerCaps,
+                    d.alertRules, d.quietHoursEnabled, d.quietHoursStart, d.quietHoursEnd, d.cooldownDuration,
+                    d.preSpoolEnabled, d.meetingQuietEnabled);
+}
+
+RestorableDefaults restorable(const HalvorenEngine& e) {
+    return {e.acousticAlpha().value(),     e.spoolRate().value(),          e.autoSwitchOnBattery().value(),
+            e.overheatThreshold().value(), e.useFahrenheit().value(),      e.preciseTemperatures().value(),
+            e.glassFrost().value(),        e.backdropScene().value(),      e.accentChoice().value(),
+            e.presetPowerCaps().value(),   e.alertRules().value(),         e.quietHoursEnabled().value(),
+            e.quietHoursStart().value(),   e.quietHoursEnd().value(),      e.cooldownDuration().value(),
+            e.preSpoolEnabled().value(),   e.meetingQuietEnabled().value()};
+}
+
 class EngineSettingsTest : public EngineTest {
 protected:
-    void SetUp() override { makeEngine(); }
-
-    // Every restorable setting away from its default, the quiet preset's caps included.
-    void changeRestorableSettings() {
-        engine->setAcousticAlpha(0.8);
-        engine->setSpoolRate(2500.0);
-        engine->setAutoSwitchOnBattery(false);
-        engine->setOverheatThreshold(80.0);
-        engine->setUseFahrenheit(true);
-        engine->setPreciseTemperatures(false);
-        engine->setGlassFrost(0.4);
-        engine->setBackdropScene(BackdropScene::nebula);
-        engine->setAccentChoice(AccentChoice::teal);
-        engine->setPresetCap(FanPreset::quiet, 0.4, 0.2);
-        AlertRules rules = defaultAlertRules();
-        setEntry(rules, SensorCategory::cpu,
-                 AlertRule{.enabled = true, .thresholdCelsius = 88.0, .autoBoost = true});
-        engine->setAlertRules(rules);
-        engine->setQuietHoursEnabled(true);
-        engine->setQuietHoursStart(60);
-        engine->setQuietHoursEnd(120);
-        engine->setCooldownDuration(600.0);
-        engine->setPreSpoolEnabled(true);
-        engine->setMeetingQuietEnabled(true);
+    void SetUp() override {
+        makeEngine();
+        setEntry(changed.presetPowerCaps, FanPreset::quiet, PresetPowerCaps{0.4, 0.2});
+        setEntry(changed.alertRules, SensorCategory::cpu, AlertRule{true, 88.0, true});
     }
 
-    // The settings that Restore Defaults leaves alone.
-    void changeKeptSettings() {
+    // Every restorable setting away from its default, and the ones Restore Defaults leaves alone.
+    void changeSettings() {
+        engine->setAcousticAlpha(changed.acousticAlpha);
+        engine->setSpoolRate(changed.spoolRate);
+        engine->setAutoSwitchOnBattery(changed.autoSwitchOnBattery);
+        engine->setOverheatThreshold(changed.overheatThreshold);
+        engine->setUseFahrenheit(changed.useFahrenheit);
+        engine->setPreciseTemperatures(changed.preciseTemperatures);
+        engine->setGlassFrost(changed.glassFrost);
+        engine->setBackdropScene(changed.backdropScene);
+        engine->setAccentChoice(changed.accentChoice);
+        engine->setPresetCap(FanPreset::quiet, 0.4, 0.2);
+        engine->setAlertRules(changed.alertRules);
+        engine->setQuietHoursEnabled(changed.quietHoursEnabled);
+        engine->setQuietHoursStart(changed.quietHoursStart);
+        engine->setQuietHoursEnd(changed.quietHoursEnd);
+        engine->setCooldownDuration(changed.cooldownDuration);
+        engine->setPreSpoolEnabled(changed.preSpoolEnabled);
+        engine->setMeetingQuietEnabled(changed.meetingQuietEnabled);
+
         engine->setControlSource(ControlSource::cpuPerformance);
         engine->setShowDockIcon(false);
         engine->setMenuBarReadout(MenuBarReadout::both);
@@ -43,9 +59,13 @@ protected:
         engine->setMenuBarIconAnimated(false);
         engine->setFanHealthWarningsEnabled(false);
         engine->setHasCompletedFirstRunSetup(true);
-        for (const char* key : {"TC0P", "TB0T", "Tp01", "Tp01"}) {
-            engine->togglePin(key); // the second toggle unpins
+        for (const char* key : {"TC0P", "TB0T"}) {
+            if (!engine->isPinned(key)) {
+                engine->togglePin(key);
+            }
         }
+        engine->togglePin("Tp01");
+        engine->togglePin("Tp01"); // the second toggle unpins
     }
 
     void expectKeptSettings(const HalvorenEngine& e) {
@@ -71,100 +91,62 @@ protected:
                 .driver = driver, .timers = timers, .settings = *reopened, .hidFactory = noHIDSensors});
     }
 
+    RestorableDefaults changed{.acousticAlpha = 0.8,
+                               .spoolRate = 2500.0,
+                               .autoSwitchOnBattery = false,
+                               .overheatThreshold = 80.0,
+                               .useFahrenheit = true,
+                               .preciseTemperatures = false,
+                               .glassFrost = 0.4,
+                               .backdropScene = BackdropScene::nebula,
+                               .accentChoice = AccentChoice::teal,
+                               .quietHoursEnabled = true,
+                               .quietHoursStart = 60,
+                               .quietHoursEnd = 120,
+                               .cooldownDuration = 600.0,
+                               .preSpoolEnabled = true,
+                               .meetingQuietEnabled = true};
     std::unique_ptr<QSettings> reopened;
 };
 
 TEST_F(EngineSettingsTest, StoredSettingsComeBackInTheNextLaunchAndTheOthersStartFresh) {
-    changeRestorableSettings();
-    changeKeptSettings();
-    const AlertRules rules = engine->alertRules().value();
+    changeSettings();
+    EXPECT_EQ(fields(restorable(*engine)), fields(changed));
     const auto next = relaunch();
-
-    EXPECT_EQ(next->spoolRate().value(), 2500.0);
-    EXPECT_EQ(next->overheatThreshold().value(), 80.0);
-    EXPECT_TRUE(next->useFahrenheit().value());
-    EXPECT_FALSE(next->preciseTemperatures().value());
-    EXPECT_EQ(next->glassFrost().value(), 0.4);
-    EXPECT_EQ(next->backdropScene().value(), BackdropScene::nebula);
-    EXPECT_EQ(next->accentChoice().value(), AccentChoice::teal);
-    EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::quiet), (PresetPowerCaps{0.4, 0.2}));
-    EXPECT_EQ(next->alertRules().value(), rules);
-    EXPECT_TRUE(next->quietHoursEnabled().value());
-    EXPECT_EQ(next->quietHoursStart().value(), 60);
-    EXPECT_EQ(next->quietHoursEnd().value(), 120);
-    EXPECT_EQ(next->cooldownDuration().value(), 600.0);
-    EXPECT_TRUE(next->preSpoolEnabled().value());
-    EXPECT_TRUE(next->meetingQuietEnabled().value());
+    // Not stored: every launch starts from the smoothing, battery switch and profile defaults.
+    RestorableDefaults stored = changed;
+    stored.acousticAlpha = RestorableDefaults{}.acousticAlpha;
+    stored.autoSwitchOnBattery = RestorableDefaults{}.autoSwitchOnBattery;
+    EXPECT_EQ(fields(restorable(*next)), fields(stored));
     expectKeptSettings(*next);
-
-    // Not stored: every launch starts from these.
-    EXPECT_EQ(next->acousticAlpha().value(), 0.35);
-    EXPECT_TRUE(next->autoSwitchOnBattery().value());
     EXPECT_EQ(next->activeProfile().value(), FanProfile::appleAuto());
     EXPECT_FALSE(next->activePreset().value().has_value());
 }
 
-TEST_F(EngineSettingsTest, RestoreDefaultsResetsInItsOrderAndReappliesTheActivePreset) {
+TEST_F(EngineSettingsTest, RestoreDefaultsResetsAndStoresTheRestorableOnesAndReappliesTheActivePreset) {
     engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, {fan(0, 2000.0)}));
     const CustomMode mode(Uuid::random(), "Mode", "bolt.fill", ModeSpeed::floor(0.3),
                           ModeSensor::source(ControlSource::hottest));
     engine->addCustomMode(mode);
     engine->selectCustomMode(mode.id);
-    changeRestorableSettings();
-    changeKeptSettings();
+    changeSettings();
 
     // With a mode active there is no preset to re-apply, and the mode stays.
     engine->restoreDefaults();
+    EXPECT_EQ(fields(restorable(*engine)), fields(RestorableDefaults{}));
     EXPECT_EQ(engine->activeCustomModeID().value(), mode.id);
-    EXPECT_EQ(engine->customModes().value(), std::vector<CustomMode>{mode});
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
     expectKeptSettings(*engine);
 
-    changeRestorableSettings();
+    changeSettings();
     engine->selectPreset(FanPreset::quiet);
     ASSERT_EQ(engine->activeProfile().value()->curvePoints.back().rpmPercentage, 0.4);
-    std::vector<std::string> order;
-    auto record = [&order](const auto& field, std::string name) {
-        field.observe([&order, name](const auto&) { order.push_back(name); });
-    };
-    record(engine->acousticAlpha(), "acousticAlpha");
-    record(engine->spoolRate(), "spoolRate");
-    record(engine->autoSwitchOnBattery(), "autoSwitchOnBattery");
-    record(engine->overheatThreshold(), "overheatThreshold");
-    record(engine->useFahrenheit(), "useFahrenheit");
-    record(engine->preciseTemperatures(), "preciseTemperatures");
-    record(engine->glassFrost(), "glassFrost");
-    record(engine->backdropScene(), "backdropScene");
-    record(engine->accentChoice(), "accentChoice");
-    record(engine->presetPowerCaps(), "presetPowerCaps");
-    record(engine->activeProfile(), "activeProfile");
-    record(engine->alertRules(), "alertRules");
-    record(engine->quietHoursEnabled(), "quietHoursEnabled");
-    record(engine->quietHoursStart(), "quietHoursStart");
-    record(engine->quietHoursEnd(), "quietHoursEnd");
-    record(engine->cooldownDuration(), "cooldownDuration");
-    record(engine->preSpoolEnabled(), "preSpoolEnabled");
-    record(engine->meetingQuietEnabled(), "meetingQuietEnabled");
-
     engine->restoreDefaults();
-    EXPECT_EQ(order,
-              (std::vector<std::string>{
-                  "acousticAlpha", "spoolRate", "autoSwitchOnBattery", "overheatThreshold", "useFahrenheit",
-                  "preciseTemperatures", "glassFrost", "backdropScene", "accentChoice", "presetPowerCaps",
-                  "activeProfile", "alertRules", "quietHoursEnabled", "quietHoursStart", "quietHoursEnd",
-                  "cooldownDuration", "preSpoolEnabled", "meetingQuietEnabled"}));
     EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
     EXPECT_EQ(engine->activeProfile().value(),
               effectiveProfile(FanPreset::quiet, defaultPresetPowerCaps(), false));
-    expectKeptSettings(*engine);
-
-    // The defaults are stored, too.
     const auto next = relaunch();
-    EXPECT_EQ(next->spoolRate().value(), 900.0);
-    EXPECT_EQ(next->presetPowerCaps().value(), defaultPresetPowerCaps());
-    EXPECT_EQ(next->alertRules().value(), defaultAlertRules());
-    EXPECT_EQ(next->cooldownDuration().value(), 300.0);
-    EXPECT_FALSE(next->useFahrenheit().value());
+    EXPECT_EQ(fields(restorable(*next)), fields(RestorableDefaults{}));
     expectKeptSettings(*next);
 }
 
@@ -177,8 +159,6 @@ TEST_F(EngineSettingsTest, CorruptStoredDataFallsBackUntilTheNextChangeOverwrite
     EXPECT_FALSE(engine->isPinned("TC0P"));
     EXPECT_EQ(engine->presetPowerCaps().value(), defaultPresetPowerCaps());
     EXPECT_TRUE(engine->customModes().value().empty());
-    engine->selectPreset(FanPreset::quiet);
-    EXPECT_EQ(engine->activeProfile().value()->curvePoints.back().rpmPercentage, 0.55);
 
     engine->setPresetCap(FanPreset::auto_, 0.9, std::nullopt);
     const CustomMode mode(Uuid::random(), "Mode", "bolt.fill", ModeSpeed::fixed(0.5),

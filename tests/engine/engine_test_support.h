@@ -6,6 +6,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -88,21 +89,13 @@ std::shared_ptr<CompletionOf<T>> begin(QCoro::Task<T>&& task) {
 // Every message logged while it exists.
 class LogCapture {
 public:
-    struct Entry {
-        std::string category;
-        QtMsgType type;
-        std::string message;
-    };
-
     LogCapture() {
         current() = this;
-        previous_ = qInstallMessageHandler(
-            [](QtMsgType type, const QMessageLogContext& context, const QString& text) {
-                if (auto* capture = current()) {
-                    capture->entries.push_back(
-                        {context.category ? context.category : "", type, text.toStdString()});
-                }
-            });
+        previous_ = qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& text) {
+            if (auto* capture = current()) {
+                capture->messages.push_back(text.toStdString());
+            }
+        });
     }
     ~LogCapture() {
         qInstallMessageHandler(previous_);
@@ -111,24 +104,11 @@ public:
     LogCapture(const LogCapture&) = delete;
     LogCapture& operator=(const LogCapture&) = delete;
 
-    int count(const std::string& message) const {
-        int n = 0;
-        for (const auto& entry : entries) {
-            n += entry.message == message ? 1 : 0;
-        }
-        return n;
-    }
-    // The first entry with this exact message, if any.
-    std::optional<Entry> find(const std::string& message) const {
-        for (const auto& entry : entries) {
-            if (entry.message == message) {
-                return entry;
-            }
-        }
-        return std::nullopt;
+    long count(const std::string& message) const {
+        return std::count(messages.begin(), messages.end(), message);
     }
 
-    std::vector<Entry> entries;
+    std::vector<std::string> messages;
 
 private:
     static LogCapture*& current() {

@@ -1,6 +1,7 @@
 #include "fake_helper_daemon.h"
 
 #include <QLocalSocket>
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <variant>
@@ -37,12 +38,17 @@ void FakeHelperDaemon::dropClients() {
     }
 }
 
-int FakeHelperDaemon::count(HelperMethod method) const {
-    int n = 0;
-    for (const auto& request : requests) {
-        n += request.method == method ? 1 : 0;
+void FakeHelperDaemon::sendToClients(const std::string& payload) {
+    const auto frame = frameBytes(payload);
+    for (auto* socket : server_.findChildren<QLocalSocket*>()) {
+        socket->write(frame.data(), static_cast<qint64>(frame.size()));
+        socket->flush();
     }
-    return n;
+}
+
+int FakeHelperDaemon::count(HelperMethod method) const {
+    return static_cast<int>(
+        std::count_if(requests.begin(), requests.end(), [&](const auto& r) { return r.method == method; }));
 }
 
 void FakeHelperDaemon::accept() {

@@ -43,6 +43,8 @@ public:
     void stopListening();
     // Closes every accepted connection.
     void dropClients();
+    // Sends one frame holding `payload` to every accepted connection, as a confused helper might.
+    void sendToClients(const std::string& payload);
 
     void setBehaviour(HelperMethod method, Behaviour behaviour) { behaviours_[method] = behaviour; }
     // Heartbeat uptimes, answered in order; the last one repeats.

@@ -2,6 +2,7 @@
 
 #include "engine/helper_service_manager.h"
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <vector>
@@ -47,13 +48,7 @@ public:
     }
     void openApproval() override { calls.emplace_back("approval"); }
 
-    int count(const std::string& call) const {
-        int n = 0;
-        for (const auto& c : calls) {
-            n += c == call ? 1 : 0;
-        }
-        return n;
-    }
+    long count(const std::string& call) const { return std::count(calls.begin(), calls.end(), call); }
 };
 
 } // namespace halvoren

@@ -81,7 +81,6 @@ TEST_F(SupervisorTest, ConnectionLossEventsOneSecondApartMakeOneRefresh) {
     timers.advance(1.0);
     supervisor->helperConnectionLost();
     EXPECT_EQ(supervisor->helperStateGeneration(), 2);
-    EXPECT_EQ(logs.count("helper XPC connection lost — refreshing helper state"), 2);
 }
 
 TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
@@ -94,8 +93,6 @@ TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
     EXPECT_TRUE(supervisor->helperBounceAttempted());
     EXPECT_EQ(services.count("unregister"), 1);
     EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
-    EXPECT_EQ(logs.count("resident helper 1.1.0 ≠ app 1.2.0 — relaunching daemon to load the updated binary"),
-              1);
 
     // The relaunched helper still differs: no second question, no second bounce.
     supervisor->refreshHelperState();

@@ -156,8 +156,17 @@ TEST_F(DriverTest, TheHelperGoingAwayFailsWaitingCallsAtOnceWhileItsErrorsKeepTh
     EXPECT_EQ(refused->failure->message(), "version unavailable");
     EXPECT_TRUE(finish(driver->restoreAuto())->value);
     EXPECT_EQ(daemon.connections, 2);
+
+    // A reply whose id cannot be read poisons the connection: the waiting call fails at once.
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
+    auto garbled = begin(driver->daemonVersion());
+    waitForRequests(5);
+    daemon.sendToClients(R"({"uptime":1})");
+    ASSERT_TRUE(pumpUntil([&] { return garbled->done() && losses == 2; }));
+    EXPECT_EQ(garbled->failure->message(), "reply without a readable id from the helper");
+    EXPECT_EQ(logs.count("helper XPC connection invalidated"), 1);
     pumpFor(20);
-    EXPECT_EQ(losses, 1);
+    EXPECT_EQ(losses, 2);
 }
 
 TEST_F(DriverTest, AFailedHandshakeResolvesThroughTheServiceStatus) {
@@ -175,17 +184,13 @@ TEST_F(DriverTest, AFailedHandshakeResolvesThroughTheServiceStatus) {
         HelperState::unavailable("helper handshake failed: cannot connect to the helper at " +
                                  daemon.path().toStdString() + " (no such socket)");
     EXPECT_EQ(failed->value, missing);
-    ASSERT_TRUE(failed->value);
-    const auto logged = logs.find(failed->value->reason());
-    ASSERT_TRUE(logged);
-    EXPECT_EQ(logged->type, QtCriticalMsg);
-    EXPECT_EQ(logged->category, "driver");
-    services.currentStatus = HelperServiceStatus::requiresApproval;
-    EXPECT_EQ(finish(driver->currentState())->value, HelperState::requiresApproval());
-    services.currentStatus = HelperServiceStatus::notRegistered;
-    EXPECT_EQ(finish(driver->currentState())->value, HelperState::notRegistered());
-    services.currentStatus = HelperServiceStatus::notFound;
-    EXPECT_EQ(finish(driver->currentState())->value, HelperState::notRegistered());
+    for (const auto& [status, state] :
+         {std::pair{HelperServiceStatus::requiresApproval, HelperState::requiresApproval()},
+          std::pair{HelperServiceStatus::notRegistered, HelperState::notRegistered()},
+          std::pair{HelperServiceStatus::notFound, HelperState::notRegistered()}}) {
+        services.currentStatus = status;
+        EXPECT_EQ(finish(driver->currentState())->value, state);
+    }
     EXPECT_EQ(clock.monotonicNow(), before); // a refused connection is no reason to wait
 
     daemon.listen();
@@ -307,26 +312,14 @@ TEST_F(DriverTest, ReopenUsesTheFactoryOnlyWithoutABridgeAndStartsTheCachesAfres
     makeDriver();
     EXPECT_EQ(driver->reopenBridgeIfNeeded(), fake.bridge);
     EXPECT_EQ(factoryCalls, 1);
-    const auto opened = logs.find("SMC read connection opened at launch (direct, in-process, unprivileged)");
-    ASSERT_TRUE(opened);
-    EXPECT_EQ(opened->category, "smc");
-    EXPECT_EQ(opened->type, QtWarningMsg); // the platform log keeps it at its default settings
+    EXPECT_EQ(logs.count("SMC read connection opened at launch (direct, in-process, unprivileged)"), 1);
 
     std::shared_ptr<SMCKernelBridge> next;
     makeDriver([&next] { return next; });
-    const auto missing = logs.find(
-        "SMC unavailable at launch — initial AppleSMC open failed (see the prior log line, if any, for "
-        "the IOKit reason); the tick-driven reopen will retry on a debounce while unavailable");
-    ASSERT_TRUE(missing);
-    EXPECT_EQ(missing->type, QtCriticalMsg);
     EXPECT_EQ(finish(driver->setTargetRPM(0, 2000.0))->failure->message(), "fan index 0 out of range");
     EXPECT_EQ(driver->reopenBridgeIfNeeded(), nullptr);
-    EXPECT_EQ(logs.count("SMC bridge reopen attempt failed — still unavailable, will retry"), 1);
-
     next = fake.bridge;
     EXPECT_EQ(driver->reopenBridgeIfNeeded(), fake.bridge);
-    EXPECT_EQ(
-        logs.count("SMC read connection reopened — a competing fan-control app likely released AppleSMC"), 1);
     EXPECT_EQ(driver->sharedBridge(), nullptr); // fixed at creation
     EXPECT_EQ(finish(driver->setTargetRPM(0, 2000.0))->value, 2000.0);
     EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());

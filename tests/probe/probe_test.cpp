@@ -16,36 +16,27 @@
 namespace halvoren::probe {
 namespace {
 
-TEST(ProbeOptions, SourcesAndFlags) {
-    auto parsed = parseOptions({});
-    ASSERT_TRUE(parsed.options);
-    EXPECT_EQ(parsed.options->source, Options::Source::system);
+TEST(ProbeOptions, SourcesFlagsAndNamedMistakes) {
+    EXPECT_EQ(parseOptions({}).options.value().source, Options::Source::system);
+    const auto simulated = parseOptions({"--simulate", "--json"}).options;
+    ASSERT_TRUE(simulated);
+    EXPECT_EQ(simulated->source, Options::Source::simulated);
+    EXPECT_EQ(simulated->profile, "apple-silicon-laptop-2fan");
+    EXPECT_TRUE(simulated->json);
+    EXPECT_EQ(parseOptions({"--simulate=intel-laptop"}).options.value().profile, "intel-laptop");
+    EXPECT_EQ(parseOptions({"--smc-socket", "/tmp/x.sock"}).options.value().smcSocket, "/tmp/x.sock");
+    EXPECT_EQ(parseOptions({"--smc-socket=/tmp/y.sock"}).options.value().smcSocket, "/tmp/y.sock");
 
-    parsed = parseOptions({"--simulate", "--json"});
-    ASSERT_TRUE(parsed.options);
-    EXPECT_EQ(parsed.options->source, Options::Source::simulated);
-    EXPECT_EQ(parsed.options->profile, "apple-silicon-laptop-2fan");
-    EXPECT_TRUE(parsed.options->json);
-
-    parsed = parseOptions({"--simulate=intel-laptop"});
-    ASSERT_TRUE(parsed.options);
-    EXPECT_EQ(parsed.options->profile, "intel-laptop");
-
-    parsed = parseOptions({"--smc-socket", "/tmp/x.sock"});
-    ASSERT_TRUE(parsed.options);
-    EXPECT_EQ(parsed.options->smcSocket, "/tmp/x.sock");
-    parsed = parseOptions({"--smc-socket=/tmp/y.sock"});
-    ASSERT_TRUE(parsed.options);
-    EXPECT_EQ(parsed.options->smcSocket, "/tmp/y.sock");
-}
-
-TEST(ProbeOptions, MistakesAreNamed) {
-    EXPECT_EQ(parseOptions({"--smc-socket"}).error, "--smc-socket needs a path");
-    EXPECT_EQ(parseOptions({"--smc-socket="}).error, "--smc-socket needs a path");
-    EXPECT_EQ(parseOptions({"--simulate="}).error, "--simulate= needs a profile name or file");
-    EXPECT_EQ(parseOptions({"--simulate", "--smc-socket", "p"}).error,
-              "choose one of --simulate and --smc-socket");
-    EXPECT_EQ(parseOptions({"--frobnicate"}).error, "unknown argument: --frobnicate");
+    const std::pair<std::vector<std::string>, std::string> mistakes[] = {
+        {{"--smc-socket"}, "--smc-socket needs a path"},
+        {{"--smc-socket="}, "--smc-socket needs a path"},
+        {{"--simulate="}, "--simulate= needs a profile name or file"},
+        {{"--simulate", "--smc-socket", "p"}, "choose one of --simulate and --smc-socket"},
+        {{"--frobnicate"}, "unknown argument: --frobnicate"},
+    };
+    for (const auto& [arguments, error] : mistakes) {
+        EXPECT_EQ(parseOptions(arguments).error, error) << arguments[0];
+    }
 }
 
 TEST(ProbeSource, ReadsEverySimulatedProfile) {

@@ -78,15 +78,15 @@ SMCParamStruct request(std::uint32_t n, std::uint8_t command = 5) {
     return input;
 }
 
+// The fake backend's answer to request(n), field by field through the whole image.
 void expectAnswers(const SMCParamStruct& output, std::uint32_t n) {
-    ASSERT_EQ(output.data32, n * 2 + 1);
-    EXPECT_EQ(output.key, 0x54433050 + n);
-    EXPECT_EQ(output.result, static_cast<std::uint8_t>(n));
-    EXPECT_EQ(output.bytes[31], static_cast<std::uint8_t>(n + 31));
-    EXPECT_EQ(output.keyInfo, (SMCKeyInfoData{2, 0x73703738, 0x80}));
-    EXPECT_EQ(output.vers.release, 0x0506);
-    EXPECT_EQ(output.pLimitData.memPLimit, 0x33333333u);
-    EXPECT_EQ(output.padding, 0xBEEF);
+    SMCParamStruct expected = request(n);
+    expected.data32 = n * 2 + 1;
+    expected.result = static_cast<std::uint8_t>(n);
+    for (std::size_t i = 0; i < expected.bytes.size(); ++i) {
+        expected.bytes[i] = static_cast<std::uint8_t>(n + i);
+    }
+    EXPECT_EQ(output.toWire(), expected.toWire());
 }
 
 std::int32_t callFailure(SMCTransport& t, const SMCParamStruct& input) {
@@ -181,8 +181,8 @@ TEST_F(SocketExchange, ServesConcurrentClientsWhileOthersMisbehave) {
         });
     }
 
-    // Meanwhile: a client gone mid-frame, one that stalls mid-frame, and one sending a frame
-    // with its padding bytes set, which no client of ours makes.
+    // Meanwhile: a client gone mid-frame and one that stalls mid-frame (a forged frame is dropped in
+    // TellsEachTimeItsLastClientLeaves).
     const auto frame = request(1).toWire();
     {
         const FileDescriptor gone = rawClient(path);
@@ -190,12 +190,6 @@ TEST_F(SocketExchange, ServesConcurrentClientsWhileOthersMisbehave) {
     }
     const FileDescriptor stalled = rawClient(path);
     ASSERT_EQ(::write(stalled.get(), frame.data(), 79), 79);
-    auto garbage = frame;
-    garbage[37] = 0xFF;
-    const FileDescriptor garbled = rawClient(path);
-    ASSERT_EQ(::write(garbled.get(), garbage.data(), garbage.size()), 80);
-    std::uint8_t byte = 0;
-    EXPECT_EQ(::read(garbled.get(), &byte, 1), 0); // dropped without an answer
 
     for (std::thread& thread : threads) {
         thread.join();
