@@ -18,6 +18,7 @@
 #include <array>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <optional>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -124,17 +125,31 @@ TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
     }
 }
 
-TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
+// A real helper process writing the fans of a simulated Mac that this process serves on a socket.
+struct HelperOverSimulator {
+    explicit HelperOverSimulator(const std::string& profile)
+        : mac(std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), SystemClock::shared(), 1,
+                                             idleLoad())) {
+        simulator.start();
+        helper.emplace(HALVOREN_HELPER_BINARY, QStringList{"--smc-socket", QString::fromStdString(smc),
+                                                           "--socket", QString::fromStdString(socket)});
+    }
+
     testing::TempDirectory directory;
-    const std::string socket = (directory / "helper.sock").string();
-    const std::string smc = (directory / "smc.sock").string();
-    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-desktop-1fan"),
-                                              SystemClock::shared(), 1, idleLoad());
-    SimulatedSMCTransport transport(mac);
-    SMCSocketServer simulator(transport, smc);
-    simulator.start();
-    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--smc-socket", QString::fromStdString(smc), "--socket",
-                                                  QString::fromStdString(socket)});
+    std::string socket = (directory / "helper.sock").string();
+    std::string smc = (directory / "smc.sock").string();
+    std::shared_ptr<SimulatedMac> mac;
+    SimulatedSMCTransport transport{mac};
+    SMCSocketServer simulator{transport, smc};
+    std::optional<HelperProcess> helper; // started once the simulator listens
+};
+
+TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
+    HelperOverSimulator rig("apple-silicon-desktop-1fan");
+    const std::string& socket = rig.socket;
+    const std::string& smc = rig.smc;
+    const auto& mac = rig.mac;
+    HelperProcess& helper = *rig.helper;
     ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
 
     int ready[2];
@@ -158,17 +173,11 @@ TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForc
 }
 
 TEST_F(HelperProcessTest, TerminationHandsTheSimulatorsFansBack) {
-    testing::TempDirectory directory;
-    const std::string socket = (directory / "helper.sock").string();
-    const std::string smc = (directory / "smc.sock").string();
-    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"),
-                                              SystemClock::shared(), 1, idleLoad());
-    SimulatedSMCTransport transport(mac);
-    SMCSocketServer simulator(transport, smc);
-    simulator.start();
-
-    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--smc-socket", QString::fromStdString(smc), "--socket",
-                                                  QString::fromStdString(socket)});
+    HelperOverSimulator rig("apple-silicon-laptop-2fan");
+    const testing::TempDirectory& directory = rig.directory;
+    const std::string& socket = rig.socket;
+    const auto& mac = rig.mac;
+    HelperProcess& helper = *rig.helper;
     ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
     auto client = connectTo(socket);
     ASSERT_EQ(callHelper(client.get(), setTargetRequest(1, 0, 3000))["applied"], 3000.0);
