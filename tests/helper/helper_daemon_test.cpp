@@ -171,17 +171,9 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
         UnixSocket::makeAddress(path, address);
         ASSERT_EQ(::bind(stale.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     }
-    ManualClock clock;
-    ManualTimerSource timers(clock);
-    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"), clock, 1,
-                                              idleLoad());
-    SMCFanWriter writer(std::make_shared<SMCKernelBridge>(std::make_unique<SimulatedSMCTransport>(mac)),
-                        "sim", clock);
     HelperServer::Options options;
     options.path = path;
-    options.allowPeer = [](const PeerCredentials&) { return true; };
-    HelperDaemon daemon(writer, timers, options);
-    daemon.start();
+    SimulatedDaemon helper(options);
     struct stat info {};
     ASSERT_EQ(::lstat(path.c_str(), &info), 0);
     EXPECT_TRUE(S_ISSOCK(info.st_mode));
@@ -189,11 +181,11 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
     EXPECT_EQ(TestClient(path).call(call(1, "helperVersion"))["version"], "1.2.0");
 
     // A second daemon must not take the socket of a live one.
-    HelperDaemon second(writer, timers, options);
+    HelperDaemon second(helper.writer, helper.timers, helper.withPath(options));
     EXPECT_THROW(second.start(), std::system_error);
     EXPECT_EQ(TestClient(path).call(call(2, "helperVersion"))["id"], 2);
 
-    daemon.stop("test over");
+    helper.daemon.stop("test over");
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 

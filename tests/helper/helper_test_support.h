@@ -47,7 +47,6 @@ public:
     }
 
     bool connected() const { return connected_; }
-    int fd() const { return fd_.get(); }
 
     // Sends every byte, letting the daemon read when the socket is full. False when the
     // daemon closed the connection or the wait ran out.
@@ -106,7 +105,6 @@ public:
     // True when the daemon closed the connection without ever sending a byte on it.
     bool closedWithoutAnswer() { return waitForClose() && received_ == 0; }
     bool closed() const { return closed_; }
-    std::size_t bytesReceived() const { return received_; }
 
     void close() {
         fd_.reset();
@@ -150,8 +148,8 @@ private:
 };
 
 // The daemon in this process over a simulated Mac, by default the two-fan laptop (fan 0:
-// 1200...5800 RPM, fan 1: 1300...6300), on a manual clock; it lets everyone in unless `options`
-// say otherwise. Make a QCoreApplication first.
+// 1200...5800 RPM, fan 1: 1300...6300), on a manual clock; it lets everyone in and listens in
+// its own directory unless `options` say otherwise. Make a QCoreApplication first.
 struct SimulatedDaemon {
     explicit SimulatedDaemon(HelperServer::Options options = {},
                              MachineProfile profile = *MachineProfile::builtIn("apple-silicon-laptop-2fan"))
@@ -161,7 +159,9 @@ struct SimulatedDaemon {
     }
 
     HelperServer::Options withPath(HelperServer::Options options) const {
-        options.path = socketPath;
+        if (options.path.empty()) {
+            options.path = socketPath;
+        }
         if (!options.allowPeer) {
             options.allowPeer = [](const PeerCredentials&) { return true; };
         }
