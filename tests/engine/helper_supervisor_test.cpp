@@ -116,17 +116,5 @@ TEST_F(SupervisorTest, AVersionErrorCausesNoBounceAndNoSecondQuestion) {
     EXPECT_EQ(services.count("unregister"), 0);
 }
 
-TEST_F(SupervisorTest, UninstallRestoresTheFansBeforeUnregistering) {
-    daemon.listen();
-    std::vector<std::string> order;
-    services.onUnregister = [&] { order.emplace_back("unregister"); };
-    supervisor->uninstallHelper([&]() -> QCoro::Task<void> {
-        co_await driver->restoreAuto();
-        order.emplace_back("restored");
-    });
-    ASSERT_TRUE(pumpUntil([&] { return order.size() == 2; }));
-    EXPECT_EQ(order, (std::vector<std::string>{"restored", "unregister"}));
-}
-
 } // namespace
 } // namespace halvoren
