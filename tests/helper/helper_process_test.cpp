@@ -42,6 +42,26 @@ std::array<double, 2> fanModes(const std::string& smcSocket) {
     return {bridge.read("F0Md"), bridge.read("F1Md")};
 }
 
+// Forks a client that forces fans with `frames` and waits to be killed; its pid once it says the
+// fans are forced, -1 when it never does.
+pid_t startForcingClient(const std::string& socket, const std::vector<std::string>& frames) {
+    int ready[2];
+    if (::pipe(ready) != 0) {
+        return -1;
+    }
+    const pid_t child = testing::forkForcingClient(socket, frames, ready[1]);
+    ::close(ready[1]);
+    pollfd entry{ready[0], POLLIN, 0};
+    char byte = 0;
+    const bool forced = child > 0 && ::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1;
+    ::close(ready[0]);
+    if (!forced && child > 0) {
+        ::kill(child, SIGKILL);
+        ::waitpid(child, nullptr, 0);
+    }
+    return forced ? child : -1;
+}
+
 class HelperProcessTest : public ::testing::Test {
 protected:
     int argc = 0;
@@ -57,20 +77,9 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
     ASSERT_EQ(fanModes(smc), (std::array<double, 2>{0, 0}));
 
-    // A client process that forces both fans, says so on a pipe, and waits to be killed. After
-    // fork() it makes only system calls, from buffers made before.
-    const std::vector<std::string> frames{frameBytes(setTargetRequest(1, 0, 4000)),
-                                          frameBytes(setTargetRequest(2, 1, 4000))};
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    const pid_t child = testing::forkForcingClient(socket, frames, ready[1]);
-    ASSERT_GE(child, 0);
-    ::close(ready[1]);
-    pollfd entry{ready[0], POLLIN, 0};
-    char byte = 0;
-    const bool forced = ::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1;
-    ::close(ready[0]);
-    EXPECT_TRUE(forced);
+    const pid_t child = startForcingClient(
+        socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))});
+    ASSERT_GT(child, 0);
     EXPECT_EQ(fanModes(smc), (std::array<double, 2>{1, 1}));
 
     // Another client stays connected and keeps talking: the dead one's fans go back all the same.
@@ -146,30 +155,18 @@ struct HelperOverSimulator {
 
 TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
     HelperOverSimulator rig("apple-silicon-desktop-1fan");
-    const std::string& socket = rig.socket;
-    const std::string& smc = rig.smc;
-    const auto& mac = rig.mac;
-    HelperProcess& helper = *rig.helper;
-    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
-
-    int ready[2];
-    ASSERT_EQ(::pipe(ready), 0);
-    const pid_t child =
-        testing::forkForcingClient(socket, {frameBytes(setTargetRequest(1, 0, 4000))}, ready[1]);
-    ASSERT_GE(child, 0);
-    ::close(ready[1]);
-    pollfd entry{ready[0], POLLIN, 0};
-    char byte = 0;
-    EXPECT_TRUE(::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1);
-    ::close(ready[0]);
-    SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(smc));
+    ASSERT_TRUE(rig.helper->waitForSocket(rig.socket))
+        << rig.helper->process.readAllStandardError().toStdString();
+    const pid_t child = startForcingClient(rig.socket, {frameBytes(setTargetRequest(1, 0, 4000))});
+    ASSERT_GT(child, 0);
+    SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(rig.smc));
     EXPECT_EQ(bridge.read("Ftst"), 1.0) << "the unlock has begun";
 
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     EXPECT_TRUE(waitUntil(after(5000ms), [&] { return bridge.read("Ftst") == 0.0; }));
     EXPECT_EQ(bridge.read("F0Md"), 3.0) << "the system's thermal control has the fan again";
-    EXPECT_FALSE(mac->fans()[0].forced);
+    EXPECT_FALSE(rig.mac->fans()[0].forced);
 }
 
 TEST_F(HelperProcessTest, TerminationHandsTheSimulatorsFansBack) {
