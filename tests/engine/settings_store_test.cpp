@@ -3,9 +3,11 @@
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <type_traits>
 
 namespace halvoren {
 namespace {
@@ -42,33 +44,72 @@ protected:
     Store store{settings};
 };
 
+template <class T>
+double asNumber(T value) {
+    if constexpr (std::is_enum_v<T>) {
+        return static_cast<double>(static_cast<std::underlying_type_t<T>>(value));
+    } else {
+        return static_cast<double>(value);
+    }
+}
+
+// One plain setting: how to write a value and read it back, its default and a value other than it.
+struct Field {
+    std::function<void(Store&)> write;
+    std::function<double(const Store&)> read;
+    double fallback;
+    double written;
+};
+
+template <auto store, auto load, class T>
+Field field(T fallback, T written) {
+    return {[written](Store& s) { (s.*store)(written); },
+            [](const Store& s) { return asNumber((s.*load)()); }, asNumber(fallback), asNumber(written)};
+}
+
+std::vector<Field> plainFields() {
+    const RestorableDefaults d;
+    return {
+        field<&Store::storeSpoolRate, &Store::loadSpoolRate>(d.spoolRate, 2400.5),
+        field<&Store::storeGlassFrost, &Store::loadGlassFrost>(d.glassFrost, 0.25),
+        field<&Store::storeBackdropScene, &Store::loadBackdropScene>(d.backdropScene, BackdropScene::nebula),
+        field<&Store::storeControlSource, &Store::loadControlSource>(ControlSource::hottest,
+                                                                     ControlSource::cpuEfficiency),
+        field<&Store::storeUseFahrenheit, &Store::loadUseFahrenheit>(d.useFahrenheit, true),
+        field<&Store::storePreciseTemperatures, &Store::loadPreciseTemperatures>(d.preciseTemperatures,
+                                                                                 false),
+        field<&Store::storeAccentChoice, &Store::loadAccentChoice>(d.accentChoice, AccentChoice::violet),
+        field<&Store::storeMenuBarReadout, &Store::loadMenuBarReadout>(MenuBarReadout::controlTemperature,
+                                                                       MenuBarReadout::none),
+        field<&Store::storeShowDockIcon, &Store::loadShowDockIcon>(true, false),
+        field<&Store::storeMenuBarTempSource, &Store::loadMenuBarTempSource>(
+            MenuBarTempSource::control, MenuBarTempSource::cpuPerformance),
+        field<&Store::storeMenuBarIconAnimated, &Store::loadMenuBarIconAnimated>(true, false),
+        field<&Store::storeHasCompletedFirstRunSetup, &Store::loadHasCompletedFirstRunSetup>(false, true),
+        // A stored 0 is not absence.
+        field<&Store::storeOverheatThreshold, &Store::loadOverheatThreshold>(d.overheatThreshold, 0.0),
+        field<&Store::storeFanHealthWarningsEnabled, &Store::loadFanHealthWarningsEnabled>(true, false),
+        field<&Store::storePreSpoolEnabled, &Store::loadPreSpoolEnabled>(d.preSpoolEnabled, true),
+        field<&Store::storeQuietHoursEnabled, &Store::loadQuietHoursEnabled>(d.quietHoursEnabled, true),
+        field<&Store::storeQuietHoursStart, &Store::loadQuietHoursStart>(d.quietHoursStart, 0),
+        field<&Store::storeQuietHoursEnd, &Store::loadQuietHoursEnd>(d.quietHoursEnd, 1439),
+        field<&Store::storeMeetingQuietEnabled, &Store::loadMeetingQuietEnabled>(d.meetingQuietEnabled, true),
+        field<&Store::storeCooldownDuration, &Store::loadCooldownDuration>(d.cooldownDuration, 61.5),
+    };
+}
+
 TEST_F(SettingsStoreTest, AnEmptyStoreGivesEveryDefaultAndAgreesWithRestoreDefaults) {
     const RestorableDefaults restored;
-    EXPECT_EQ(store.loadSpoolRate(), restored.spoolRate);
-    EXPECT_EQ(store.loadSpoolRate(), Store::defaultSpoolRate);
-    EXPECT_EQ(store.loadGlassFrost(), restored.glassFrost);
-    EXPECT_EQ(store.loadBackdropScene(), restored.backdropScene);
-    EXPECT_EQ(store.loadControlSource(), ControlSource::hottest);
-    EXPECT_EQ(store.loadUseFahrenheit(), restored.useFahrenheit);
-    EXPECT_EQ(store.loadPreciseTemperatures(), restored.preciseTemperatures);
-    EXPECT_EQ(store.loadAccentChoice(), restored.accentChoice);
-    EXPECT_EQ(store.loadMenuBarReadout(), MenuBarReadout::controlTemperature);
-    EXPECT_TRUE(store.loadShowDockIcon());
-    EXPECT_EQ(store.loadMenuBarTempSource(), MenuBarTempSource::control);
-    EXPECT_TRUE(store.loadMenuBarIconAnimated());
-    EXPECT_FALSE(store.loadHasCompletedFirstRunSetup());
-    EXPECT_EQ(store.loadOverheatThreshold(), restored.overheatThreshold);
-    EXPECT_TRUE(store.loadFanHealthWarningsEnabled());
-    EXPECT_EQ(store.loadPreSpoolEnabled(), restored.preSpoolEnabled);
+    EXPECT_EQ(Store::defaultSpoolRate, restored.spoolRate);
+    const auto fields = plainFields();
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        EXPECT_NE(fields[i].fallback, fields[i].written) << "field " << i;
+        EXPECT_EQ(fields[i].read(store), fields[i].fallback) << "field " << i;
+    }
     EXPECT_EQ(store.loadAlertRules(), restored.alertRules);
     EXPECT_EQ(store.loadPresetPowerCaps(), restored.presetPowerCaps);
     EXPECT_TRUE(store.loadCustomModes().empty());
     EXPECT_EQ(store.loadActiveCustomModeID(), std::nullopt);
-    EXPECT_EQ(store.loadQuietHoursEnabled(), restored.quietHoursEnabled);
-    EXPECT_EQ(store.loadQuietHoursStart(), restored.quietHoursStart);
-    EXPECT_EQ(store.loadQuietHoursEnd(), restored.quietHoursEnd);
-    EXPECT_EQ(store.loadMeetingQuietEnabled(), restored.meetingQuietEnabled);
-    EXPECT_EQ(store.loadCooldownDuration(), restored.cooldownDuration);
     EXPECT_TRUE(settings.allKeys().isEmpty()) << "loading must not write";
 }
 
@@ -77,59 +118,26 @@ TEST_F(SettingsStoreTest, EveryWrittenValueComesBackInThisRunAndAfterARelaunch) 
                           ModeSensor::source(ControlSource::gpuAverage));
     const AlertRules rules{{SensorCategory::gpu, {true, 88.5, true}}};
     const PresetPowerCapsMap caps{{FanPreset::max, {0.9, 0.6}}};
-    store.storeSpoolRate(2400.5);
-    store.storeGlassFrost(0.25);
-    store.storeBackdropScene(BackdropScene::nebula);
-    store.storeControlSource(ControlSource::cpuEfficiency);
-    store.storeUseFahrenheit(true);
-    store.storePreciseTemperatures(false);
-    store.storeAccentChoice(AccentChoice::violet);
-    store.storeMenuBarReadout(MenuBarReadout::none);
-    store.storeShowDockIcon(false);
-    store.storeMenuBarTempSource(MenuBarTempSource::cpuPerformance);
-    store.storeMenuBarIconAnimated(false);
-    store.storeHasCompletedFirstRunSetup(true);
-    store.storeOverheatThreshold(0.0);
-    store.storeFanHealthWarningsEnabled(false);
-    store.storePreSpoolEnabled(true);
+    const auto fields = plainFields();
+    for (const auto& f : fields) {
+        f.write(store);
+    }
     store.persistAlertRules(rules);
     store.persistPresetPowerCaps(caps);
     store.persistCustomModes({mode});
     store.persistActiveCustomModeID(mode.id);
-    store.storeQuietHoursEnabled(true);
-    store.storeQuietHoursStart(0);
-    store.storeQuietHoursEnd(1439);
-    store.storeMeetingQuietEnabled(true);
-    store.storeCooldownDuration(61.5);
 
     QSettings& later = relaunch(settings);
     ASSERT_EQ(later.value(Store::spoolRateKey).typeId(), QMetaType::QString) << "the relaunch must read text";
     for (QSettings* source : {&settings, &later}) {
         const Store loaded(*source);
-        EXPECT_EQ(loaded.loadSpoolRate(), 2400.5);
-        EXPECT_EQ(loaded.loadGlassFrost(), 0.25);
-        EXPECT_EQ(loaded.loadBackdropScene(), BackdropScene::nebula);
-        EXPECT_EQ(loaded.loadControlSource(), ControlSource::cpuEfficiency);
-        EXPECT_TRUE(loaded.loadUseFahrenheit());
-        EXPECT_FALSE(loaded.loadPreciseTemperatures());
-        EXPECT_EQ(loaded.loadAccentChoice(), AccentChoice::violet);
-        EXPECT_EQ(loaded.loadMenuBarReadout(), MenuBarReadout::none);
-        EXPECT_FALSE(loaded.loadShowDockIcon());
-        EXPECT_EQ(loaded.loadMenuBarTempSource(), MenuBarTempSource::cpuPerformance);
-        EXPECT_FALSE(loaded.loadMenuBarIconAnimated());
-        EXPECT_TRUE(loaded.loadHasCompletedFirstRunSetup());
-        EXPECT_EQ(loaded.loadOverheatThreshold(), 0.0); // a stored 0 is not absence
-        EXPECT_FALSE(loaded.loadFanHealthWarningsEnabled());
-        EXPECT_TRUE(loaded.loadPreSpoolEnabled());
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            EXPECT_EQ(fields[i].read(loaded), fields[i].written) << "field " << i;
+        }
         EXPECT_EQ(loaded.loadAlertRules(), mergeOverDefaults(defaultAlertRules(), rules));
         EXPECT_EQ(loaded.loadPresetPowerCaps(), mergeOverDefaults(defaultPresetPowerCaps(), caps));
         EXPECT_EQ(loaded.loadCustomModes(), std::vector<CustomMode>{mode});
         EXPECT_EQ(loaded.loadActiveCustomModeID(), mode.id);
-        EXPECT_TRUE(loaded.loadQuietHoursEnabled());
-        EXPECT_EQ(loaded.loadQuietHoursStart(), 0);
-        EXPECT_EQ(loaded.loadQuietHoursEnd(), 1439);
-        EXPECT_TRUE(loaded.loadMeetingQuietEnabled());
-        EXPECT_EQ(loaded.loadCooldownDuration(), 61.5);
     }
 }
 
