@@ -53,48 +53,79 @@ double asNumber(T value) {
     }
 }
 
-// One plain setting: how to write a value and read it back, its default and a value other than it.
+// One plain setting: its key, how to write a value and read it back, its default, a value other
+// than it, and what it reads as when holding each of `wrongKinds` (none: an enumeration, which
+// falls back to its default).
 struct Field {
+    const char* key;
     std::function<void(Store&)> write;
     std::function<double(const Store&)> read;
     double fallback;
     double written;
+    std::vector<double> readings;
 };
 
 template <auto store, auto load, class T>
-Field field(T fallback, T written) {
-    return {[written](Store& s) { (s.*store)(written); },
-            [](const Store& s) { return asNumber((s.*load)()); }, asNumber(fallback), asNumber(written)};
+Field field(const char* key, T fallback, T written, std::vector<double> readings = {}) {
+    if constexpr (std::is_same_v<T, bool>) {
+        readings = {0, 0, 1, 0, 1, 1};
+    }
+    return {key,
+            [written](Store& s) { (s.*store)(written); },
+            [](const Store& s) { return asNumber((s.*load)()); },
+            asNumber(fallback),
+            asNumber(written),
+            std::move(readings)};
 }
+
+// Text is what an INI file gives after a relaunch.
+const std::vector<QVariant> wrongKinds{
+    QStringLiteral("abc"),      QByteArray("1"), true, std::numeric_limits<double>::quiet_NaN(), 12.5,
+    QStringLiteral(" +12.7abc")};
 
 std::vector<Field> plainFields() {
     const RestorableDefaults d;
     return {
-        field<&Store::storeSpoolRate, &Store::loadSpoolRate>(d.spoolRate, 2400.5),
-        field<&Store::storeGlassFrost, &Store::loadGlassFrost>(d.glassFrost, 0.25),
-        field<&Store::storeBackdropScene, &Store::loadBackdropScene>(d.backdropScene, BackdropScene::nebula),
-        field<&Store::storeControlSource, &Store::loadControlSource>(ControlSource::hottest,
-                                                                     ControlSource::cpuEfficiency),
-        field<&Store::storeUseFahrenheit, &Store::loadUseFahrenheit>(d.useFahrenheit, true),
-        field<&Store::storePreciseTemperatures, &Store::loadPreciseTemperatures>(d.preciseTemperatures,
-                                                                                 false),
-        field<&Store::storeAccentChoice, &Store::loadAccentChoice>(d.accentChoice, AccentChoice::violet),
-        field<&Store::storeMenuBarReadout, &Store::loadMenuBarReadout>(MenuBarReadout::controlTemperature,
-                                                                       MenuBarReadout::none),
-        field<&Store::storeShowDockIcon, &Store::loadShowDockIcon>(true, false),
+        field<&Store::storeSpoolRate, &Store::loadSpoolRate>(Store::spoolRateKey, d.spoolRate, 2400.5,
+                                                             {120, 120, 120, 120, 120, 120}),
+        field<&Store::storeGlassFrost, &Store::loadGlassFrost>(Store::glassFrostKey, d.glassFrost, 0.25,
+                                                               {0, 0, 1, 0, 1, 1}),
+        field<&Store::storeBackdropScene, &Store::loadBackdropScene>(Store::backdropSceneKey, d.backdropScene,
+                                                                     BackdropScene::nebula),
+        field<&Store::storeControlSource, &Store::loadControlSource>(
+            Store::controlSourceKey, ControlSource::hottest, ControlSource::cpuEfficiency),
+        field<&Store::storeUseFahrenheit, &Store::loadUseFahrenheit>(Store::useFahrenheitKey, d.useFahrenheit,
+                                                                     true),
+        field<&Store::storePreciseTemperatures, &Store::loadPreciseTemperatures>(
+            Store::preciseTemperaturesKey, d.preciseTemperatures, false),
+        field<&Store::storeAccentChoice, &Store::loadAccentChoice>(Store::accentChoiceKey, d.accentChoice,
+                                                                   AccentChoice::violet),
+        field<&Store::storeMenuBarReadout, &Store::loadMenuBarReadout>(
+            Store::menuBarReadoutKey, MenuBarReadout::controlTemperature, MenuBarReadout::none),
+        field<&Store::storeShowDockIcon, &Store::loadShowDockIcon>(Store::showDockIconKey, true, false),
         field<&Store::storeMenuBarTempSource, &Store::loadMenuBarTempSource>(
-            MenuBarTempSource::control, MenuBarTempSource::cpuPerformance),
-        field<&Store::storeMenuBarIconAnimated, &Store::loadMenuBarIconAnimated>(true, false),
-        field<&Store::storeHasCompletedFirstRunSetup, &Store::loadHasCompletedFirstRunSetup>(false, true),
+            Store::menuBarTempSourceKey, MenuBarTempSource::control, MenuBarTempSource::cpuPerformance),
+        field<&Store::storeMenuBarIconAnimated, &Store::loadMenuBarIconAnimated>(
+            Store::menuBarIconAnimatedKey, true, false),
+        field<&Store::storeHasCompletedFirstRunSetup, &Store::loadHasCompletedFirstRunSetup>(
+            Store::hasCompletedFirstRunSetupKey, false, true),
         // A stored 0 is not absence.
-        field<&Store::storeOverheatThreshold, &Store::loadOverheatThreshold>(d.overheatThreshold, 0.0),
-        field<&Store::storeFanHealthWarningsEnabled, &Store::loadFanHealthWarningsEnabled>(true, false),
-        field<&Store::storePreSpoolEnabled, &Store::loadPreSpoolEnabled>(d.preSpoolEnabled, true),
-        field<&Store::storeQuietHoursEnabled, &Store::loadQuietHoursEnabled>(d.quietHoursEnabled, true),
-        field<&Store::storeQuietHoursStart, &Store::loadQuietHoursStart>(d.quietHoursStart, 0),
-        field<&Store::storeQuietHoursEnd, &Store::loadQuietHoursEnd>(d.quietHoursEnd, 1439),
-        field<&Store::storeMeetingQuietEnabled, &Store::loadMeetingQuietEnabled>(d.meetingQuietEnabled, true),
-        field<&Store::storeCooldownDuration, &Store::loadCooldownDuration>(d.cooldownDuration, 61.5),
+        field<&Store::storeOverheatThreshold, &Store::loadOverheatThreshold>(
+            Store::overheatThresholdKey, d.overheatThreshold, 0.0, {0, 0, 1, 0, 12.5, 12.7}),
+        field<&Store::storeFanHealthWarningsEnabled, &Store::loadFanHealthWarningsEnabled>(
+            Store::fanHealthWarningsEnabledKey, true, false),
+        field<&Store::storePreSpoolEnabled, &Store::loadPreSpoolEnabled>(Store::preSpoolEnabledKey,
+                                                                         d.preSpoolEnabled, true),
+        field<&Store::storeQuietHoursEnabled, &Store::loadQuietHoursEnabled>(Store::quietHoursEnabledKey,
+                                                                             d.quietHoursEnabled, true),
+        field<&Store::storeQuietHoursStart, &Store::loadQuietHoursStart>(
+            Store::quietHoursStartKey, d.quietHoursStart, 0, {0, 0, 1, 0, 12, 12}),
+        field<&Store::storeQuietHoursEnd, &Store::loadQuietHoursEnd>(Store::quietHoursEndKey, d.quietHoursEnd,
+                                                                     1439, {0, 0, 1, 0, 12, 12}),
+        field<&Store::storeMeetingQuietEnabled, &Store::loadMeetingQuietEnabled>(
+            Store::meetingQuietEnabledKey, d.meetingQuietEnabled, true),
+        field<&Store::storeCooldownDuration, &Store::loadCooldownDuration>(
+            Store::cooldownDurationKey, d.cooldownDuration, 61.5, {60, 60, 60, 60, 60, 60}),
     };
 }
 
@@ -164,67 +195,19 @@ TEST_F(SettingsStoreTest, BoundsClampOnLoadButTheStoredValueStaysAsItWas) {
     EXPECT_EQ(store.loadOverheatThreshold(), 20);
 }
 
-template <auto load>
-double loaded(const Store& store) {
-    return static_cast<double>((store.*load)());
-}
-template <auto load, auto fallback>
-bool isDefault(const Store& store) {
-    return (store.*load)() == fallback;
-}
-
 // A scalar is read as the platform's typed getters read it, and then the bounds apply; only
 // an enumeration falls back to its default.
 TEST_F(SettingsStoreTest, AValueOfTheWrongKindReadsAsZeroOrFalseBeforeTheBounds) {
-    // Text is what an INI file gives after a relaunch.
-    const std::vector<QVariant> stored{
-        QStringLiteral("abc"),      QByteArray("1"), true, std::numeric_limits<double>::quiet_NaN(), 12.5,
-        QStringLiteral(" +12.7abc")};
-    struct Case {
-        const char* key;
-        double (*load)(const Store&);
-        std::vector<double> readings; // one per stored value
-    };
-    const std::vector<double> flag{0, 0, 1, 0, 1, 1};
-    const std::vector<Case> cases{
-        {Store::spoolRateKey, loaded<&Store::loadSpoolRate>, {120, 120, 120, 120, 120, 120}},
-        {Store::glassFrostKey, loaded<&Store::loadGlassFrost>, {0, 0, 1, 0, 1, 1}},
-        {Store::overheatThresholdKey, loaded<&Store::loadOverheatThreshold>, {0, 0, 1, 0, 12.5, 12.7}},
-        {Store::cooldownDurationKey, loaded<&Store::loadCooldownDuration>, {60, 60, 60, 60, 60, 60}},
-        {Store::quietHoursStartKey, loaded<&Store::loadQuietHoursStart>, {0, 0, 1, 0, 12, 12}},
-        {Store::quietHoursEndKey, loaded<&Store::loadQuietHoursEnd>, {0, 0, 1, 0, 12, 12}},
-        {Store::useFahrenheitKey, loaded<&Store::loadUseFahrenheit>, flag},
-        {Store::preciseTemperaturesKey, loaded<&Store::loadPreciseTemperatures>, flag},
-        {Store::showDockIconKey, loaded<&Store::loadShowDockIcon>, flag},
-        {Store::menuBarIconAnimatedKey, loaded<&Store::loadMenuBarIconAnimated>, flag},
-        {Store::hasCompletedFirstRunSetupKey, loaded<&Store::loadHasCompletedFirstRunSetup>, flag},
-        {Store::fanHealthWarningsEnabledKey, loaded<&Store::loadFanHealthWarningsEnabled>, flag},
-        {Store::preSpoolEnabledKey, loaded<&Store::loadPreSpoolEnabled>, flag},
-        {Store::quietHoursEnabledKey, loaded<&Store::loadQuietHoursEnabled>, flag},
-        {Store::meetingQuietEnabledKey, loaded<&Store::loadMeetingQuietEnabled>, flag},
-    };
-    for (const auto& c : cases) {
-        for (std::size_t i = 0; i < stored.size(); ++i) {
+    for (const auto& f : plainFields()) {
+        const std::vector<QVariant> values =
+            f.readings.empty()
+                ? std::vector<QVariant>{QStringLiteral("fanSpeed"), QByteArray("graphite"), 1, true}
+                : wrongKinds;
+        for (std::size_t i = 0; i < values.size(); ++i) {
             QSettings& typed = fromIni("");
-            typed.setValue(QString::fromLatin1(c.key), stored[i]);
-            EXPECT_EQ(c.load(Store(typed)), c.readings[i])
-                << c.key << " holding " << stored[i].toString().toStdString();
-        }
-    }
-
-    const std::vector<std::pair<const char*, bool (*)(const Store&)>> enumerations{
-        {Store::backdropSceneKey, isDefault<&Store::loadBackdropScene, BackdropScene::aurora>},
-        {Store::controlSourceKey, isDefault<&Store::loadControlSource, ControlSource::hottest>},
-        {Store::accentChoiceKey, isDefault<&Store::loadAccentChoice, AccentChoice::system>},
-        {Store::menuBarReadoutKey, isDefault<&Store::loadMenuBarReadout, MenuBarReadout::controlTemperature>},
-        {Store::menuBarTempSourceKey, isDefault<&Store::loadMenuBarTempSource, MenuBarTempSource::control>},
-    };
-    for (const auto& [key, isDefault] : enumerations) {
-        for (const QVariant& value : {QVariant(QStringLiteral("fanSpeed")), QVariant(QByteArray("graphite")),
-                                      QVariant(1), QVariant(true)}) {
-            QSettings& typed = fromIni("");
-            typed.setValue(QString::fromLatin1(key), value);
-            EXPECT_TRUE(isDefault(Store(typed))) << key << " holding " << value.toString().toStdString();
+            typed.setValue(QString::fromLatin1(f.key), values[i]);
+            EXPECT_EQ(f.read(Store(typed)), f.readings.empty() ? f.fallback : f.readings[i])
+                << f.key << " holding " << values[i].toString().toStdString();
         }
     }
 }
