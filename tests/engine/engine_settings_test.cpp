@@ -154,9 +154,7 @@ TEST_F(EngineSettingsTest, CorruptStoredDataFallsBackUntilTheNextChangeOverwrite
     engine.reset();
     settings.setValue(QStringLiteral("com.halvoren.presetPowerCaps"), QByteArray(R"(["quiet",{"ac":0.1}])"));
     settings.setValue(QStringLiteral("com.halvoren.customModes"), QByteArray("[{\"id\":"));
-    settings.setValue(QStringLiteral("com.halvoren.pinnedSensorKeys"), QByteArray("[\"TC0P\", 3]"));
     makeEngine();
-    EXPECT_FALSE(engine->isPinned("TC0P"));
     EXPECT_EQ(engine->presetPowerCaps().value(), defaultPresetPowerCaps());
     EXPECT_TRUE(engine->customModes().value().empty());
 
@@ -164,9 +162,7 @@ TEST_F(EngineSettingsTest, CorruptStoredDataFallsBackUntilTheNextChangeOverwrite
     const CustomMode mode(Uuid::random(), "Mode", "bolt.fill", ModeSpeed::fixed(0.5),
                           ModeSensor::source(ControlSource::hottest));
     engine->addCustomMode(mode);
-    engine->togglePin("TB0T");
     const auto next = relaunch();
-    EXPECT_EQ(next->pinnedSensorKeys().value(), std::set<std::string>{"TB0T"});
     EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::auto_), (PresetPowerCaps{0.9, 0.7}));
     EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::quiet), (PresetPowerCaps{0.55, 0.35}));
     EXPECT_EQ(next->customModes().value(), std::vector<CustomMode>{mode});
