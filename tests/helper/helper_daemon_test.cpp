@@ -43,17 +43,13 @@ TEST_F(HelperDaemonTest, AnswersEachCallRepeatingItsId) {
     EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
     EXPECT_FALSE(helper.fan(1).forced);
 
-    const auto manual = [](std::uint64_t id, int fan, bool enabled) {
-        return nlohmann::json{{"id", id}, {"method", "setManualControl"}, {"fan", fan}, {"enabled", enabled}}
-            .dump();
-    };
-    EXPECT_EQ(client.call(manual(4, 0, false)), (nlohmann::json{{"id", 4}}));
+    EXPECT_EQ(client.call(test::setManual(4, 0, false)), (nlohmann::json{{"id", 4}}));
     EXPECT_FALSE(helper.fan(0).forced);
     // Forced again at its last target; a fan never set starts at its minimum.
-    EXPECT_EQ(client.call(manual(5, 0, true)), (nlohmann::json{{"id", 5}}));
+    EXPECT_EQ(client.call(test::setManual(5, 0, true)), (nlohmann::json{{"id", 5}}));
     EXPECT_TRUE(helper.fan(0).forced);
     EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
-    EXPECT_EQ(client.call(manual(6, 1, true)), (nlohmann::json{{"id", 6}}));
+    EXPECT_EQ(client.call(test::setManual(6, 1, true)), (nlohmann::json{{"id", 6}}));
     EXPECT_TRUE(helper.fan(1).forced);
     EXPECT_DOUBLE_EQ(helper.fan(1).target, 1300.0);
 
@@ -368,8 +364,7 @@ TEST_F(HelperDaemonTest, SurvivesRandomAndTruncatedFrames) {
     SimulatedDaemon helper;
     std::mt19937 random(20240611);
     const std::string valid[] = {setTarget(1, 0, 2000.0), setTarget(2, 1, 1e9), call(3, "heartbeat"),
-                                 call(4, "restoreAutomaticControl"),
-                                 R"({"id":5,"method":"setManualControl","fan":1,"enabled":true})"};
+                                 call(4, "restoreAutomaticControl"), test::setManual(5, 1, true)};
     const auto pick = [&](std::size_t n) {
         return std::uniform_int_distribution<std::size_t>(0, n - 1)(random);
     };

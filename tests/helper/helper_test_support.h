@@ -191,6 +191,10 @@ struct SimulatedDaemon {
 inline std::string setTarget(std::uint64_t id, int fan, double rpm) {
     return nlohmann::json{{"id", id}, {"method", "setTargetRPM"}, {"fan", fan}, {"rpm", rpm}}.dump();
 }
+inline std::string setManual(std::uint64_t id, int fan, bool enabled) {
+    return nlohmann::json{{"id", id}, {"method", "setManualControl"}, {"fan", fan}, {"enabled", enabled}}
+        .dump();
+}
 inline std::string call(std::uint64_t id, const std::string& method) {
     return nlohmann::json{{"id", id}, {"method", method}}.dump();
 }
