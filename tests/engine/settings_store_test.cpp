@@ -78,11 +78,6 @@ Field field(const char* key, T fallback, T written, std::vector<double> readings
             std::move(readings)};
 }
 
-// Text is what an INI file gives after a relaunch.
-const std::vector<QVariant> wrongKinds{
-    QStringLiteral("abc"),      QByteArray("1"), true, std::numeric_limits<double>::quiet_NaN(), 12.5,
-    QStringLiteral(" +12.7abc")};
-
 std::vector<Field> plainFields() {
     const RestorableDefaults d;
     return {
@@ -198,6 +193,10 @@ TEST_F(SettingsStoreTest, BoundsClampOnLoadButTheStoredValueStaysAsItWas) {
 // A scalar is read as the platform's typed getters read it, and then the bounds apply; only
 // an enumeration falls back to its default.
 TEST_F(SettingsStoreTest, AValueOfTheWrongKindReadsAsZeroOrFalseBeforeTheBounds) {
+    // Text is what an INI file gives after a relaunch.
+    const std::vector<QVariant> wrongKinds{
+        QStringLiteral("abc"),      QByteArray("1"), true, std::numeric_limits<double>::quiet_NaN(), 12.5,
+        QStringLiteral(" +12.7abc")};
     for (const auto& f : plainFields()) {
         const std::vector<QVariant> values =
             f.readings.empty()
