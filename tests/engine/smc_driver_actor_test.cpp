@@ -7,7 +7,8 @@ namespace {
 using Kind = SMCDataType::Kind;
 using Behaviour = FakeHelperDaemon::Behaviour;
 
-const std::string restartedLine = "helper daemon restarted (uptime reset) — manual state must be re-engaged";
+constexpr const char* restartedLine =
+    "helper daemon restarted (uptime reset) — manual state must be re-engaged";
 
 class DriverTest : public HelperLinkTest {
 protected:
@@ -28,7 +29,7 @@ protected:
         pumpFor(5);
     }
 
-    void makeDriver(SMCDriverActor::BridgeFactory factory) {
+    void makeDriver(const SMCDriverActor::BridgeFactory& factory) {
         driver.reset();
         driver = std::make_unique<SMCDriverActor>(timers, daemon.path(), services, [this, factory] {
             ++factoryCalls;
@@ -87,10 +88,8 @@ TEST_F(DriverTest, AReplyAndItsTimeoutRaceAndExactlyOneCompletesTheCall) {
 TEST_F(DriverTest, ASilentHelperIsLostOnceAndOlderTimeoutsLeaveANewConnectionAlone) {
     makeDriver();
     daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
-    std::vector<std::shared_ptr<Completion<std::string>>> calls;
-    for (int i = 0; i < 3; ++i) {
-        calls.push_back(begin(driver->daemonVersion()));
-    }
+    const std::shared_ptr<Completion<std::string>> calls[] = {
+        begin(driver->daemonVersion()), begin(driver->daemonVersion()), begin(driver->daemonVersion())};
     waitForRequests(3);
     timers.advance(3.99);
     for (const auto& call : calls) {

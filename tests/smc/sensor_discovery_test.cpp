@@ -11,6 +11,7 @@ using Kind = SMCDataType::Kind;
 
 std::vector<std::string> keysOf(const std::vector<SMCSensor>& sensors) {
     std::vector<std::string> keys;
+    keys.reserve(sensors.size());
     for (const auto& sensor : sensors) {
         keys.push_back(sensor.key);
     }

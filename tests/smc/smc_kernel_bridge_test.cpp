@@ -133,10 +133,13 @@ TEST(SMCKernelBridge, KeyCountAndIndexPreconditions) {
 }
 
 TEST(SMCKernelBridge, TwoThreadsShareOneBridge) {
-    auto [fake, bridge] = makeFakeBridge();
+    const FakeBridge shared = makeFakeBridge();
+    CountingTransport* fake = shared.fake;
+    SMCKernelBridge& bridge = *shared.bridge;
     constexpr int keyCount = 256;
     constexpr int passes = 4;
     std::vector<std::string> keys;
+    keys.reserve(keyCount);
     for (int i = 0; i < keyCount; ++i) {
         keys.push_back("T" + std::to_string(100 + i));
         fake->setValue(keys.back(), Kind::ui16, i);
@@ -151,7 +154,7 @@ TEST(SMCKernelBridge, TwoThreadsShareOneBridge) {
         for (int pass = 0; pass < passes; ++pass) {
             for (int i = 0; i < keyCount; ++i) {
                 const auto& key = keys[static_cast<std::size_t>(i)];
-                if (bridge->read(key) != i || !bridge->hasKey(key)) {
+                if (bridge.read(key) != i || !bridge.hasKey(key)) {
                     ++wrong[which];
                 }
             }

@@ -166,6 +166,7 @@ TEST_F(SocketExchange, ServesConcurrentClientsWhileOthersMisbehave) {
     constexpr std::uint32_t rounds = 250;
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
+    threads.reserve(clients);
     for (int c = 0; c < clients; ++c) {
         threads.emplace_back([&, c] {
             SocketSMCTransport client(path);
