@@ -159,14 +159,17 @@ void HalvorenEngine::stop() {
 
 QCoro::Task<void> HalvorenEngine::runPowerSlice() {
     const std::weak_ptr<int> alive = lifetime_;
-    // The platform's reads may block; the reader lives as long as the call does.
-    const PowerReading reading = co_await QtConcurrent::run(
+    // The platform's reads may block; the reader lives as long as the call does. Named, not a
+    // temporary of the co_await: g++ 12 destroys such temporaries twice.
+    QFuture<PowerReading> reading = QtConcurrent::run(
         QThreadPool::globalInstance(), [observer = powerObserver_] { return observer->reading(); });
+    co_await reading;
     if (alive.expired()) {
         co_return;
     }
-    setClamshell(reading.clamshell);
-    updatePowerTelemetry(reading.telemetry);
+    const PowerReading result = reading.result();
+    setClamshell(result.clamshell);
+    updatePowerTelemetry(result.telemetry);
     evaluateQuietHours(timers_.clock().wallNow());
 }
 
@@ -177,13 +180,14 @@ QCoro::Task<void> HalvorenEngine::runMicrophoneSlice() {
         co_return;
     }
     const std::weak_ptr<int> alive = lifetime_;
-    const bool inUse = co_await QtConcurrent::run(QThreadPool::globalInstance(), [microphone = microphone_] {
+    QFuture<bool> inUse = QtConcurrent::run(QThreadPool::globalInstance(), [microphone = microphone_] {
         return microphone->isMicrophoneInUse();
     });
+    co_await inUse;
     if (alive.expired()) {
         co_return;
     }
-    evaluateMeetingQuiet(inUse);
+    evaluateMeetingQuiet(inUse.result());
 }
 
 QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) {
