@@ -135,6 +135,8 @@ public:
     const Observable<bool>& isOverheating() const { return isOverheating_; }
     const Observable<bool>& isTurboEngaged() const { return isTurboEngaged_; }
     const Observable<bool>& meetingQuietActive() const { return meetingQuietActive_; }
+    // Quiet hours have put the fans on Quiet and will restore what was before.
+    bool quietHoursActive() const { return hasQuietHoursMemory_; }
     const Observable<std::set<std::string>>& pinnedSensorKeys() const { return pinnedSensorKeys_; }
     const Observable<bool>& isClamshell() const { return isClamshell_; }
     // The floor the heavy applications now running ask for, 0 ... 1.
