@@ -20,7 +20,8 @@ std::string_view trimmed(std::string_view text) {
 
 // `name` is `prefix`, a number, then `suffix`: "card0", "pcm1c", "sub0".
 bool numbered(std::string_view name, std::string_view prefix, std::string_view suffix) {
-    if (!name.starts_with(prefix) || !name.ends_with(suffix) || name.size() <= prefix.size() + suffix.size()) {
+    if (!name.starts_with(prefix) || !name.ends_with(suffix) ||
+        name.size() <= prefix.size() + suffix.size()) {
         return false;
     }
     const std::string_view number = name.substr(prefix.size(), name.size() - prefix.size() - suffix.size());
@@ -60,7 +61,8 @@ bool alsaCaptureRunning(const fs::path& procRoot) {
         return anyNumbered(card, "pcm", "c", [](const fs::path& pcm) {
             return anyNumbered(pcm, "sub", "", [](const fs::path& sub) {
                 std::ifstream file(sub / "status", std::ios::binary);
-                const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+                const std::string text{std::istreambuf_iterator<char>(file),
+                                       std::istreambuf_iterator<char>()};
                 return alsaStatusRunning(text);
             });
         });

@@ -57,8 +57,10 @@ bool alsaCaptureRunning(const std::filesystem::path& procRoot);
 // by a blocking main loop on the calling thread. Never starts a server. One thread at a time.
 class SoundServerConnection {
 public:
-    // Connects, waiting until `deadline` at the latest; `connected()` tells whether it worked.
-    explicit SoundServerConnection(std::chrono::steady_clock::time_point deadline);
+    // Connects to `server` ("unix:/path/native", as PULSE_SERVER takes it), or with an empty
+    // one to the server the environment and the client configuration name, waiting until
+    // `deadline` at the latest; `connected()` tells whether it worked.
+    SoundServerConnection(std::chrono::steady_clock::time_point deadline, const std::string& server = {});
     ~SoundServerConnection();
     SoundServerConnection(const SoundServerConnection&) = delete;
     SoundServerConnection& operator=(const SoundServerConnection&) = delete;
@@ -76,10 +78,11 @@ private:
     pa_context* context_ = nullptr;
 };
 
-// The Linux monitor: the sound server's answer when one is reachable within `serverTimeout`,
-// else ALSA's under `procRoot`.
+// The Linux monitor: the answer of `server` (empty: the default one) when it is reachable within
+// `serverTimeout`, else ALSA's under `procRoot`.
 std::shared_ptr<MicActivityMonitor>
 makeLinuxMicActivityMonitor(std::filesystem::path procRoot,
-                            std::chrono::milliseconds serverTimeout = kSoundServerTimeout);
+                            std::chrono::milliseconds serverTimeout = kSoundServerTimeout,
+                            std::string server = {});
 
 } // namespace halvoren

@@ -9,13 +9,15 @@ namespace {
 // go stale when the server restarts.
 class LinuxMicActivityMonitor final : public MicActivityMonitor {
 public:
-    LinuxMicActivityMonitor(std::filesystem::path procRoot, std::chrono::milliseconds serverTimeout)
+    LinuxMicActivityMonitor(std::filesystem::path procRoot, std::chrono::milliseconds serverTimeout,
+                            std::string server)
         : procRoot_(std::move(procRoot))
-        , serverTimeout_(serverTimeout) {}
+        , serverTimeout_(serverTimeout)
+        , server_(std::move(server)) {}
 
     bool isMicrophoneInUse() override {
         const auto deadline = std::chrono::steady_clock::now() + serverTimeout_;
-        SoundServerConnection server(deadline);
+        SoundServerConnection server(deadline, server_);
         if (const std::optional<bool> answer = server.defaultSourceRecording(deadline)) {
             return *answer;
         }
@@ -25,15 +27,19 @@ public:
 private:
     std::filesystem::path procRoot_;
     std::chrono::milliseconds serverTimeout_;
+    std::string server_;
 };
 
 } // namespace
 
 std::shared_ptr<MicActivityMonitor> makeLinuxMicActivityMonitor(std::filesystem::path procRoot,
-                                                                std::chrono::milliseconds serverTimeout) {
-    return std::make_shared<LinuxMicActivityMonitor>(std::move(procRoot), serverTimeout);
+                                                                std::chrono::milliseconds serverTimeout,
+                                                                std::string server) {
+    return std::make_shared<LinuxMicActivityMonitor>(std::move(procRoot), serverTimeout, std::move(server));
 }
 
-std::shared_ptr<MicActivityMonitor> systemMicActivityMonitor() { return makeLinuxMicActivityMonitor("/proc"); }
+std::shared_ptr<MicActivityMonitor> systemMicActivityMonitor() {
+    return makeLinuxMicActivityMonitor("/proc");
+}
 
 } // namespace halvoren

@@ -38,8 +38,8 @@ void onSource(pa_context* /*context*/, const pa_source_info* info, int eol, void
         answers.sourcesDone = true;
         return;
     }
-    answers.sources.push_back({info->index, info->name != nullptr ? info->name : "",
-                               info->monitor_of_sink != PA_INVALID_INDEX});
+    answers.sources.push_back(
+        {info->index, info->name != nullptr ? info->name : "", info->monitor_of_sink != PA_INVALID_INDEX});
 }
 
 void onStream(pa_context* /*context*/, const pa_source_output_info* info, int eol, void* data) {
@@ -52,7 +52,9 @@ void onStream(pa_context* /*context*/, const pa_source_output_info* info, int eo
     answers.streams.push_back({info->source, info->corked != 0});
 }
 
-bool isMonitorName(std::string_view name) { return name.ends_with(".monitor"); }
+bool isMonitorName(std::string_view name) {
+    return name.ends_with(".monitor");
+}
 
 } // namespace
 
@@ -83,15 +85,16 @@ bool SoundServerConnection::runUntil(Done done, Clock::time_point deadline) {
     return true;
 }
 
-SoundServerConnection::SoundServerConnection(Clock::time_point deadline)
+SoundServerConnection::SoundServerConnection(Clock::time_point deadline, const std::string& server)
     : loop_(pa_mainloop_new()) {
     if (loop_ == nullptr) {
         return;
     }
     context_ = pa_context_new(pa_mainloop_get_api(loop_), "Halvoren");
-    // The default server, as PULSE_SERVER, the client configuration and the user's runtime
-    // directory name it; never one started for us.
-    if (context_ == nullptr || pa_context_connect(context_, nullptr, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
+    // Without a name, the server PULSE_SERVER, the client configuration or the user's runtime
+    // directory names; never one started for us.
+    if (context_ == nullptr || pa_context_connect(context_, server.empty() ? nullptr : server.c_str(),
+                                                  PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) {
         return;
     }
     runUntil(
@@ -127,14 +130,15 @@ std::optional<bool> SoundServerConnection::defaultSourceRecording(Clock::time_po
         pa_context_get_source_info_list(context_, onSource, &answers),
         pa_context_get_source_output_info_list(context_, onStream, &answers),
     };
-    const bool sent = std::none_of(operations.begin(), operations.end(), [](pa_operation* o) { return o == nullptr; });
-    const bool answered = sent && runUntil(
-                                      [&] {
-                                          return answers.failed || !connected() ||
-                                                 (answers.defaultSource && answers.sourcesDone &&
-                                                  answers.streamsDone);
-                                      },
-                                      deadline);
+    const bool sent =
+        std::none_of(operations.begin(), operations.end(), [](pa_operation* o) { return o == nullptr; });
+    const bool answered =
+        sent && runUntil(
+                    [&] {
+                        return answers.failed || !connected() ||
+                               (answers.defaultSource && answers.sourcesDone && answers.streamsDone);
+                    },
+                    deadline);
     for (pa_operation* operation : operations) {
         if (operation != nullptr) {
             // Cancelled, a late reply can no longer reach `answers`.
@@ -144,7 +148,8 @@ std::optional<bool> SoundServerConnection::defaultSourceRecording(Clock::time_po
             pa_operation_unref(operation);
         }
     }
-    if (!answered || answers.failed || !answers.defaultSource || !answers.sourcesDone || !answers.streamsDone) {
+    if (!answered || answers.failed || !answers.defaultSource || !answers.sourcesDone ||
+        !answers.streamsDone) {
         return std::nullopt;
     }
     return recordsFromDefaultSource(*answers.defaultSource, answers.sources, answers.streams);
