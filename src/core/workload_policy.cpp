@@ -33,7 +33,9 @@ void WorkloadPolicy::appLaunched(const std::string& bundleID) {
     }
 }
 
-void WorkloadPolicy::appTerminated(const std::string& bundleID) { running.erase(bundleID); }
+void WorkloadPolicy::appTerminated(const std::string& bundleID) {
+    running.erase(bundleID);
+}
 
 void WorkloadPolicy::seed(const std::vector<std::string>& runningBundleIDs) {
     for (const std::string& id : runningBundleIDs) {

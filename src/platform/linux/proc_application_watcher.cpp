@@ -12,7 +12,9 @@ ProcApplicationWatcher::ProcApplicationWatcher(TimerSource& timers, std::string 
     : timers_(timers)
     , procRoot_(std::move(procRoot)) {}
 
-ProcApplicationWatcher::~ProcApplicationWatcher() { stop(); }
+ProcApplicationWatcher::~ProcApplicationWatcher() {
+    stop();
+}
 
 std::vector<std::string> ProcApplicationWatcher::runningApplicationIDs() {
     update(true);
@@ -47,19 +49,14 @@ void ProcApplicationWatcher::scheduleNextPoll() {
 
 void ProcApplicationWatcher::poll() {
     const Changes changes = update(false);
-    // A notice may stop or restart the watcher: each one looks at the notices in force.
+    // A notice may stop the watcher (which empties the notices) or start it with others: each
+    // notice goes to a copy of the one in force when it is sent.
     for (const std::string& id : changes.terminated) {
-        if (!started_) {
-            return;
-        }
         if (const auto notice = notices_.terminated) {
             notice(id);
         }
     }
     for (const std::string& id : changes.launched) {
-        if (!started_) {
-            return;
-        }
         if (const auto notice = notices_.launched) {
             notice(id);
         }

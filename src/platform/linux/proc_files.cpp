@@ -4,8 +4,8 @@
 #include <array>
 #include <climits>
 #include <dirent.h>
-#include <string>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
 
 namespace halvoren {
@@ -38,7 +38,8 @@ std::vector<int> listProcessIDs(const std::string& procRoot) {
     if (dir == nullptr) {
         return pids;
     }
-    while (const dirent* entry = readdir(dir)) {
+    // readdir is unsafe only on a stream shared between threads; this one is the call's own.
+    while (const dirent* entry = readdir(dir)) { // NOLINT(concurrency-mt-unsafe)
         int pid = 0;
         if (parsePID(entry->d_name, pid)) {
             pids.push_back(pid);

@@ -12,7 +12,7 @@ std::vector<int> listProcessIDs(const std::string& procRoot);
 
 // Up to `limit` bytes of a file, empty when it cannot be read. A process may end between the
 // listing and the read, so every read of /proc may fail and reads as nothing.
-std::string readProcFile(const std::string& path, std::size_t limit = 64 * 1024);
+std::string readProcFile(const std::string& path, std::size_t limit = std::size_t{64} * 1024);
 
 // The target of a symbolic link, empty when it cannot be read.
 std::string readProcLink(const std::string& path);

@@ -1,6 +1,5 @@
-#include "platform/running_programs.h"
-
 #include "platform/linux/proc_files.h"
+#include "platform/running_programs.h"
 
 #include <utility>
 

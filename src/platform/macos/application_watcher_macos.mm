@@ -2,7 +2,6 @@
 #include "platform/running_programs.h"
 
 #import <AppKit/AppKit.h>
-
 #include <memory>
 #include <optional>
 #include <string>

@@ -48,7 +48,8 @@ public:
         if (!process.exe.empty()) {
             fs::create_symlink(process.exe, dir / "exe");
         }
-        const std::string comm = process.comm.empty() ? fs::path(process.exe).filename().string() : process.comm;
+        const std::string comm =
+            process.comm.empty() ? fs::path(process.exe).filename().string() : process.comm;
         std::ofstream(dir / "comm") << comm << '\n';
         std::ofstream(dir / "stat") << process.pid << " (" << comm << ") S " << process.ppid << " 1 1 0 -1\n";
         std::ofstream(dir / "cmdline") << (process.hasCommandLine ? comm + '\0' : "");
@@ -116,10 +117,13 @@ TEST(ProcApplicationWatcher, WhatAnApplicationStartsInItsUnitIsNamedByItsOwnExec
     tree.add({22, "/usr/bin/blender", unit, "", 21});
     tree.add({23, "/usr/bin/xterm", unit, "", 20}); // a second window: the same program
     tree.add({24, "/usr/bin/bash", appSlice("app-gnome-org.gnome.Terminal-6.scope"), "", 20});
+    // In a sandbox everything is the application.
+    tree.add({30, "/usr/bin/bwrap", appSlice("app-flatpak-org.gimp.GIMP-7.scope"), "", 1});
+    tree.add({31, "/app/bin/gimp-2.10", appSlice("app-flatpak-org.gimp.GIMP-7.scope"), "", 30});
     ManualClock clock;
     ManualTimerSource timers(clock);
     EXPECT_EQ(ProcApplicationWatcher(timers, tree.root()).runningApplicationIDs(),
-              (std::vector<std::string>{"bash", "blender", "org.gnome.Terminal", "xterm"}));
+              (std::vector<std::string>{"bash", "blender", "org.gimp.GIMP", "org.gnome.Terminal", "xterm"}));
 }
 
 class ProcApplicationWatcherNotices : public ::testing::Test {
@@ -143,8 +147,9 @@ TEST_F(ProcApplicationWatcherNotices, OneIdentifierLastsUntilItsLastProcessEnds)
     EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"blender"});
     startRecording();
 
+    // The first two end in the poll that names the third: no change.
     tree.add({102, "/usr/bin/blender", "0::/user.slice/user-1000.slice/session-2.scope\n"});
-    timers.advance(4.0);
+    timers.advance(2.0);
     tree.remove(100);
     tree.remove(101);
     timers.advance(2.0);
