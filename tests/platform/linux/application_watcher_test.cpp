@@ -87,7 +87,6 @@ TEST(ProcApplicationWatcher, NamesAProcessByItsDesktopUnitElseByItsExecutable) {
          "org.gnome.Evince"},
         // Not application units: the executable names the process.
         {{10, "/usr/bin/blender", "0::/user.slice/user-1000.slice/session-2.scope\n"}, "blender"},
-        {{10, "/usr/bin/blender", appSlice("app.slice")}, "blender"},
         {{10, "/usr/bin/blender", appSlice("app-gnome.scope")}, "blender"},
         {{10, "/usr/bin/blender", appSlice("app-gnome--1.scope")}, "blender"},
         {{10, "/usr/bin/blender", ""}, "blender"},
