@@ -47,6 +47,7 @@ private:
 void BM_ListAndReadFakeLaptop(benchmark::State& state) {
     const LaptopTree tree;
     for (auto _ : state) {
+        (void)_;
         benchmark::DoNotOptimize(LinuxPower::readPowerSupplies(tree.root()));
     }
 }
@@ -57,6 +58,7 @@ void BM_MonitorFakeLaptop(benchmark::State& state) {
     const LaptopTree tree;
     LinuxPower::SupplyMonitor monitor(tree.root(), SystemClock::shared());
     for (auto _ : state) {
+        (void)_;
         benchmark::DoNotOptimize(monitor.read());
     }
 }
@@ -64,6 +66,7 @@ BENCHMARK(BM_MonitorFakeLaptop)->Unit(benchmark::kMicrosecond);
 
 void BM_ListAndReadThisMachine(benchmark::State& state) {
     for (auto _ : state) {
+        (void)_;
         benchmark::DoNotOptimize(LinuxPower::readPowerSupplies("/sys"));
     }
     state.SetLabel(std::to_string(LinuxPower::systemSupplies("/sys").size()) + " supplies");
@@ -75,6 +78,7 @@ BENCHMARK(BM_ListAndReadThisMachine)->Unit(benchmark::kMicrosecond);
 void BM_SystemObserverThisMachine(benchmark::State& state) {
     const std::shared_ptr<PowerStateObserver> observer = systemPowerStateObserver();
     for (auto _ : state) {
+        (void)_;
         benchmark::DoNotOptimize(observer->reading());
     }
 }

@@ -168,13 +168,9 @@ std::optional<PowerTelemetry> readSupplies(const std::vector<Supply>& supplies) 
     // An input that is online wins; then a battery that discharges. A battery that is charging,
     // full or held ("Not charging") is fed from outside even where the adapter is not listed. A
     // battery with no such word while every listed input is offline is what runs the machine.
-    if (externalOnline) {
+    if (externalOnline || (fedFromOutside && !discharging)) {
         telemetry.source = PowerSource::ac;
-    } else if (discharging) {
-        telemetry.source = PowerSource::battery;
-    } else if (fedFromOutside) {
-        telemetry.source = PowerSource::ac;
-    } else if (batteryPresent && externalKnown) {
+    } else if (discharging || (batteryPresent && externalKnown)) {
         telemetry.source = PowerSource::battery;
     }
     return telemetry;
