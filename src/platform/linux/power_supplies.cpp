@@ -119,9 +119,10 @@ std::vector<Supply> systemSupplies(const fs::path& sysfsRoot) {
             continue;
         }
         // Each kind is listed only with the file that tells whether it is still there.
-        if (isExternalType(*type) && fs::exists(directory + "/online", ec)) {
+        std::error_code missing;
+        if (isExternalType(*type) && fs::exists(directory + "/online", missing)) {
             supplies.push_back({Supply::Kind::external, directory});
-        } else if (*type == "Battery" && fs::exists(directory + "/status", ec)) {
+        } else if (*type == "Battery" && fs::exists(directory + "/status", missing)) {
             supplies.push_back({Supply::Kind::battery, directory});
         }
     }
