@@ -131,10 +131,12 @@ BatteryElectrical batteryElectrical() {
     const double milliamps = numberProperty(battery, CFSTR("Amperage"), CFSTR("InstantAmperage"));
     const double millivolts = numberProperty(battery, CFSTR("Voltage")).value_or(0.0);
     const double milliampHours = numberProperty(battery, CFSTR("AppleRawMaxCapacity"), CFSTR("MaxCapacity"));
+    // Finite factors can still overflow together.
+    const auto finiteOrZero = [](double value) { return std::isfinite(value) ? value : 0.0; };
     BatteryElectrical result;
-    result.watts = std::fabs(milliamps * millivolts) / 1e6;
+    result.watts = finiteOrZero(std::fabs(milliamps * millivolts) / 1e6);
     result.charging = flagProperty(battery, CFSTR("IsCharging"));
-    result.wattHours = milliampHours * millivolts / 1e6;
+    result.wattHours = finiteOrZero(milliampHours * millivolts / 1e6);
     return result;
 }
 
