@@ -15,6 +15,7 @@ packages=(
   libgtest-dev
   libgmock-dev
   libbenchmark-dev
+  libpulse-dev         # asks the sound server whether the microphone records
   clang-format
   clang-tidy
   clang                # the fuzz targets: libFuzzer is clang's

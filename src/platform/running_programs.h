@@ -7,7 +7,8 @@
 namespace halvoren {
 
 // How the platform names its running programs: process names on Linux (each
-// /proc/<pid>/comm under `procRoot`). Elsewhere, for now, nothing.
+// /proc/<pid>/comm under `procRoot`), the running applications' bundle identifiers on macOS.
+// Elsewhere, nothing.
 std::set<std::string> runningProgramIdentifiers(const std::filesystem::path& procRoot = "/proc");
 
 } // namespace halvoren

@@ -1,26 +1,19 @@
+#include "platform/linux/proc_files.h"
 #include "platform/running_programs.h"
 
-#include <algorithm>
-#include <fstream>
-#include <string>
-#include <system_error>
+#include <utility>
 
 namespace halvoren {
 
 std::set<std::string> runningProgramIdentifiers(const std::filesystem::path& procRoot) {
+    // The process name, not the executable: a fan daemon may be a script ("fancontrol"),
+    // whose executable is its interpreter.
     std::set<std::string> names;
-    std::error_code ec;
-    for (std::filesystem::directory_iterator it(procRoot, ec), end; !ec && it != end; it.increment(ec)) {
-        const std::string pid = it->path().filename().string();
-        if (pid.empty() ||
-            !std::all_of(pid.begin(), pid.end(), [](char c) { return c >= '0' && c <= '9'; })) {
-            continue;
-        }
-        // A process may end between the listing and the read: skip what cannot be read.
-        std::ifstream comm(it->path() / "comm");
-        std::string name;
-        if (comm && std::getline(comm, name) && !name.empty()) {
-            names.insert(name);
+    const std::string root = procRoot.string();
+    for (const int pid : listProcessIDs(root)) {
+        std::string name = readProcessName(processDirectory(root, pid));
+        if (!name.empty()) {
+            names.insert(std::move(name));
         }
     }
     return names;

@@ -1,0 +1,214 @@
+#include "platform/linux/proc_application_watcher.h"
+
+#include <QTemporaryDir>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct FakeProcess {
+    FakeProcess(int pid, std::string exe, std::string cgroup, std::string comm = {}, int ppid = 1,
+                bool hasCommandLine = true)
+        : pid(pid)
+        , exe(std::move(exe))
+        , cgroup(std::move(cgroup))
+        , comm(std::move(comm))
+        , ppid(ppid)
+        , hasCommandLine(hasCommandLine) {}
+
+    int pid;
+    std::string exe;    // the link's target; empty: unreadable
+    std::string cgroup; // the file's text; empty: unreadable
+    std::string comm;   // empty: the executable's name
+    int ppid;
+    bool hasCommandLine;
+};
+
+std::string appSlice(const std::string& unit) {
+    return "0::/user.slice/user-1000.slice/user@1000.service/app.slice/" + unit + "\n";
+}
+
+// A /proc tree of its own for each test.
+class ProcTree {
+public:
+    std::string root() const { return dir_.path().toStdString(); }
+    fs::path processDir(int pid) const { return fs::path(root()) / std::to_string(pid); }
+
+    void add(const FakeProcess& process) const {
+        const fs::path dir = processDir(process.pid);
+        fs::create_directories(dir);
+        if (!process.exe.empty()) {
+            fs::create_symlink(process.exe, dir / "exe");
+        }
+        const std::string comm =
+            process.comm.empty() ? fs::path(process.exe).filename().string() : process.comm;
+        std::ofstream(dir / "comm") << comm << '\n';
+        std::ofstream(dir / "stat") << process.pid << " (" << comm << ") S " << process.ppid << " 1 1 0 -1\n";
+        std::ofstream(dir / "cmdline") << (process.hasCommandLine ? comm + '\0' : "");
+        if (!process.cgroup.empty()) {
+            std::ofstream(dir / "cgroup") << process.cgroup;
+        }
+    }
+    void remove(int pid) const { fs::remove_all(processDir(pid)); }
+
+private:
+    QTemporaryDir dir_;
+};
+
+TEST(ProcApplicationWatcher, NamesAProcessByItsDesktopUnitElseByItsExecutable) {
+    const struct {
+        FakeProcess process;
+        std::optional<std::string> id;
+    } rows[] = {
+        {{10, "/usr/bin/evince", appSlice("app-gnome-org.gnome.Evince-12345.scope")}, "org.gnome.Evince"},
+        {{10, "/usr/bin/okular", appSlice("app-org.kde.okular-a1b2c3.scope")}, "org.kde.okular"},
+        {{10, "/usr/bin/okular", appSlice("app-KDE-org.kde.okular@12345.scope")}, "org.kde.okular"},
+        {{10, "/usr/bin/konsole", appSlice("app-org.kde.konsole@0a1b.service")}, "org.kde.konsole"},
+        {{10, "/usr/bin/blender", appSlice("app-gnome-blender.service")}, "blender"},
+        {{10, "/usr/libexec/evolution-alarm-notify",
+          appSlice("app-org.gnome.Evolution\\x2dalarm\\x2dnotify@autostart.service")},
+         "org.gnome.Evolution-alarm-notify"},
+        {{10, "/usr/lib/firefox-esr/firefox-esr", appSlice("app-gnome-firefox\\x2desr-4242.scope")},
+         "firefox-esr"},
+        {{10, "/app/blender/blender", appSlice("app-flatpak-org.blender.Blender-98765.scope")},
+         "org.blender.Blender"},
+        {{10, "/app/bin/tool", appSlice("app-flatpak-io.github.some-tool-7.scope")}, "io.github.some-tool"},
+        // The systemd hierarchy of a legacy or hybrid setup.
+        {{10, "/usr/bin/evince",
+          "12:pids:/user.slice\n1:name=systemd:/user.slice/app.slice/app-gnome-org.gnome.Evince-1.scope\n"},
+         "org.gnome.Evince"},
+        // Not application units: the executable names the process.
+        {{10, "/usr/bin/blender", "0::/user.slice/user-1000.slice/session-2.scope\n"}, "blender"},
+        {{10, "/usr/bin/blender", appSlice("app-gnome.scope")}, "blender"},
+        {{10, "/usr/bin/blender", appSlice("app-gnome--1.scope")}, "blender"},
+        {{10, "/usr/bin/blender", ""}, "blender"},
+        {{10, "/opt/resolve/bin/resolve (deleted)", ""}, "resolve"},
+        {{10, "/usr/lib/systemd/systemd-resolved", "", "systemd-resolve"}, "systemd-resolved"},
+        // Another user's process: its executable cannot be read, its name can.
+        {{10, "", "0::/system.slice/colord.service\n", "colord"}, "colord"},
+        // A kernel thread has neither executable nor command line.
+        {{10, "", "0::/\n", "kworker/0:1", 2, false}, std::nullopt},
+    };
+    for (const auto& row : rows) {
+        ProcTree tree;
+        tree.add(row.process);
+        ManualClock clock;
+        ManualTimerSource timers(clock);
+        const auto expected = row.id ? std::vector<std::string>{*row.id} : std::vector<std::string>{};
+        EXPECT_EQ(ProcApplicationWatcher(timers, tree.root()).runningApplicationIDs(), expected)
+            << row.process.exe << " in " << row.process.cgroup;
+    }
+}
+
+TEST(ProcApplicationWatcher, WhatAnApplicationStartsInItsUnitIsNamedByItsOwnExecutable) {
+    ProcTree tree;
+    const std::string unit = appSlice("app-gnome-xterm-5.scope");
+    tree.add({20, "/usr/bin/xterm", unit, "", 1});
+    tree.add({21, "/usr/bin/bash", unit, "", 20});
+    tree.add({22, "/usr/bin/blender", unit, "", 21});
+    tree.add({23, "/usr/bin/xterm", unit, "", 20}); // a second window: the same program
+    tree.add({24, "/usr/bin/bash", appSlice("app-gnome-org.gnome.Terminal-6.scope"), "", 20});
+    // In a sandbox everything is the application.
+    tree.add({30, "/usr/bin/bwrap", appSlice("app-flatpak-org.gimp.GIMP-7.scope"), "", 1});
+    tree.add({31, "/app/bin/gimp-2.10", appSlice("app-flatpak-org.gimp.GIMP-7.scope"), "", 30});
+    ManualClock clock;
+    ManualTimerSource timers(clock);
+    EXPECT_EQ(ProcApplicationWatcher(timers, tree.root()).runningApplicationIDs(),
+              (std::vector<std::string>{"bash", "blender", "org.gimp.GIMP", "org.gnome.Terminal", "xterm"}));
+}
+
+class ProcApplicationWatcherNotices : public ::testing::Test {
+protected:
+    void startRecording() {
+        watcher.start({.launched = [this](const std::string& id) { notices.push_back("+" + id); },
+                       .terminated = [this](const std::string& id) { notices.push_back("-" + id); }});
+    }
+    std::vector<std::string> take() { return std::exchange(notices, {}); }
+
+    ProcTree tree;
+    ManualClock clock;
+    ManualTimerSource timers{clock};
+    ProcApplicationWatcher watcher{timers, tree.root()};
+    std::vector<std::string> notices;
+};
+
+TEST_F(ProcApplicationWatcherNotices, OneIdentifierLastsUntilItsLastProcessEnds) {
+    tree.add({100, "/usr/bin/blender", appSlice("app-gnome-blender-1.scope")});
+    tree.add({101, "/usr/bin/blender", appSlice("app-gnome-blender-1.scope"), "", 100});
+    EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"blender"});
+    startRecording();
+
+    // The first two end in the poll that names the third: no change.
+    tree.add({102, "/usr/bin/blender", "0::/user.slice/user-1000.slice/session-2.scope\n"});
+    timers.advance(2.0);
+    tree.remove(100);
+    tree.remove(101);
+    timers.advance(2.0);
+    EXPECT_EQ(take(), std::vector<std::string>{});
+    tree.remove(102);
+    timers.advance(2.0);
+    EXPECT_EQ(take(), std::vector<std::string>{"-blender"});
+}
+
+TEST_F(ProcApplicationWatcherNotices, ANewProcessIsNamedWhenItHasSurvivedOnePoll) {
+    startRecording();
+    tree.add({300, "/usr/bin/bash", ""}); // forked, not yet exec'd
+    timers.advance(3.5);
+    EXPECT_EQ(take(), std::vector<std::string>{});
+    fs::remove(tree.processDir(300) / "exe");
+    fs::create_symlink("/usr/bin/blender", tree.processDir(300) / "exe");
+    timers.advance(0.5);
+    EXPECT_EQ(take(), std::vector<std::string>{"+blender"}); // the second poll, 4 s in
+    EXPECT_EQ(timers.pendingCount(), 1U);
+
+    // Gone before its second poll: never named, never announced.
+    tree.add({301, "/usr/bin/make", ""});
+    timers.advance(2.0);
+    tree.remove(301);
+    timers.advance(2.0);
+    EXPECT_EQ(take(), std::vector<std::string>{});
+}
+
+TEST_F(ProcApplicationWatcherNotices, APollThatFindsTheSamePidsReadsNothingPerProcess) {
+    tree.add({400, "/usr/bin/blender", ""});
+    watcher.runningApplicationIDs();
+    startRecording();
+    for (const char* file : {"exe", "comm", "cmdline", "stat"}) {
+        fs::remove(tree.processDir(400) / file); // would read as an ended process
+    }
+    timers.advance(10.0);
+    EXPECT_EQ(take(), std::vector<std::string>{});
+    EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"blender"});
+}
+
+TEST_F(ProcApplicationWatcherNotices, NoNoticeReachesAStoppedOrReplacedReceiver) {
+    tree.add({500, "/usr/bin/blender", ""});
+    tree.add({501, "/opt/resolve/bin/resolve", ""});
+    watcher.runningApplicationIDs();
+    int stale = 0;
+    watcher.start({.launched = [&](const std::string&) { ++stale; }, .terminated = {}});
+    watcher.start({.launched = {}, .terminated = [this](const std::string& id) {
+                       notices.push_back("-" + id);
+                       watcher.stop(); // the other termination of this poll is not told
+                   }});
+    tree.remove(500);
+    tree.remove(501);
+    tree.add({502, "/usr/bin/gimp", ""});
+    timers.advance(2.0);
+    EXPECT_EQ(take(), std::vector<std::string>{"-blender"});
+    EXPECT_EQ(timers.pendingCount(), 0U);
+    timers.advance(10.0);
+    EXPECT_EQ(stale, 0);
+    EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"gimp"});
+}
+
+} // namespace
+} // namespace halvoren
