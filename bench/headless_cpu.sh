@@ -5,14 +5,14 @@
 #
 #   bench/headless_cpu.sh [WINDOW_SECONDS] [RUNS]     (defaults: 60 s, 3 runs each)
 #
-# Needs a dev build (build/bin/halvoren). Prints one line per run and the median of each case.
+# Needs a dev build (build/bin/halvoren), or HALVOREN_BINARY naming another build. Prints one line per run and the median of each case.
 set -euo pipefail
 
 window=${1:-60}
 runs=${2:-3}
 warmup=5
 here=$(cd "$(dirname "$0")/.." && pwd)
-binary="$here/build/bin/halvoren"
+binary="${HALVOREN_BINARY:-$here/build/bin/halvoren}"
 [[ -x "$binary" ]] || { echo "no $binary: build the dev preset first" >&2; exit 1; }
 ticks=$(getconf CLK_TCK)
 scratch=$(mktemp -d)

@@ -9,7 +9,9 @@
 #include "engine/halvoren_engine.h"
 #include "engine/sensor_poller.h"
 #include "fakes/fake_fan_driver.h"
+#include "fakes/fake_power_state_observer.h"
 #include "platform/clock.h"
+#include "platform/power_state.h"
 #include "platform/timer_source.h"
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
@@ -21,6 +23,8 @@
 #include <QCoreApplication>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 #include <benchmark/benchmark.h>
 #include <cstddef>
 #include <cstdint>
@@ -126,6 +130,7 @@ public:
     }
 
     const HalvorenEngine& engine() const { return engine_; }
+    HalvorenEngine& mutableEngine() { return engine_; }
 
 private:
     QTemporaryDir dir_;
@@ -219,6 +224,28 @@ void BM_ControlTick(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_ControlTick)->Unit(benchmark::kMicrosecond);
+
+// The one-second slice as the run loop makes it: the power reading on a pooled worker thread,
+// awaited, then the lid, the power telemetry and the quiet-hours evaluation on this thread.
+// Arg 0: a fixed reading, so only the hop and the engine's work count; arg 1: this machine's
+// own power state (sysfs, logind).
+void BM_OneSecondSlice(benchmark::State& state) {
+    const auto rig = warmedRig();
+    HalvorenEngine& engine = rig->mutableEngine();
+    std::shared_ptr<PowerStateObserver> observer =
+        state.range(0) == 0 ? std::make_shared<FakePowerStateObserver>() : systemPowerStateObserver();
+    for (auto _ : state) {
+        QFuture<PowerReading> reading =
+            QtConcurrent::run(QThreadPool::globalInstance(), [observer] { return observer->reading(); });
+        reading.waitForFinished();
+        const PowerReading result = reading.result();
+        engine.setClamshell(result.clamshell);
+        engine.updatePowerTelemetry(result.telemetry);
+        engine.evaluateQuietHours(SystemClock::shared().wallNow());
+    }
+    checked(state, *rig);
+}
+BENCHMARK(BM_OneSecondSlice)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->UseRealTime();
 
 } // namespace
 } // namespace halvoren

@@ -26,7 +26,13 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
     const QCommandLineOption statusJson("status-json", "Print one line of status as JSON every second.");
     const QCommandLineOption settings("settings", "Keep settings in this file instead of the user's own.",
                                       "path");
-    parser.addOptions({help, headless, simulate, load, preset, duration, statusJson, settings});
+    const QCommandLineOption turbo("turbo", "Engage Turbo once the fans are known.");
+    const QCommandLineOption cooldown(
+        "cooldown", "Run a cooldown of this many seconds once the fans are known.", "seconds");
+    const QCommandLineOption manual("manual", "Hold every fan at this speed once the fans are known.", "rpm");
+    const QCommandLineOption dustCycle("dust-cycle", "Run a dust cycle once the fans are known.");
+    parser.addOptions({help, headless, simulate, load, preset, duration, statusJson, settings, turbo,
+                       cooldown, manual, dustCycle});
 
     // The parser knows no options with an optional value, so --simulate=PROFILE is split here.
     QStringList plain{QStringLiteral("halvoren")}; // the parser skips the program's name
@@ -72,13 +78,27 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
             throw HeadlessUsageError("unknown preset \"" + text + "\" (quiet, auto or max)");
         }
     }
-    if (parser.isSet(duration)) {
-        bool ok = false;
-        const double seconds = parser.value(duration).toDouble(&ok);
-        if (!ok || !std::isfinite(seconds) || seconds <= 0.0) {
-            throw HeadlessUsageError("--duration needs a positive number of seconds");
+    const auto positive = [&](const QCommandLineOption& option, const char* what) -> std::optional<double> {
+        if (!parser.isSet(option)) {
+            return std::nullopt;
         }
-        options.duration = seconds;
+        bool ok = false;
+        const double value = parser.value(option).toDouble(&ok);
+        if (!ok || !std::isfinite(value) || value <= 0.0) {
+            throw HeadlessUsageError("--" + option.names().first().toStdString() + " needs a positive " +
+                                     what);
+        }
+        return value;
+    };
+    options.duration = positive(duration, "number of seconds");
+    options.cooldown = positive(cooldown, "number of seconds");
+    options.manualRPM = positive(manual, "speed in RPM");
+    options.turbo = parser.isSet(turbo);
+    options.dustCycle = parser.isSet(dustCycle);
+    if (int(options.turbo) + int(options.cooldown.has_value()) + int(options.manualRPM.has_value()) +
+            int(options.dustCycle) >
+        1) {
+        throw HeadlessUsageError("--turbo, --cooldown, --manual and --dust-cycle exclude each other");
     }
     options.statusJson = parser.isSet(statusJson);
     if (parser.isSet(settings)) {

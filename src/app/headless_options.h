@@ -18,6 +18,12 @@ struct HeadlessOptions {
     std::optional<double> duration;             // seconds; then the fans go back and the program ends
     bool statusJson = false;                    // one JSON line of status per second on stdout
     std::optional<std::string> settingsPath;    // a settings file instead of the user's own
+    // At most one action, started once the helper is connected and the fans are known, after
+    // the preset.
+    bool turbo = false;
+    std::optional<double> cooldown;  // seconds of Turbo, then back
+    std::optional<double> manualRPM; // every fan held at this speed
+    bool dustCycle = false;
 };
 
 struct HeadlessCommandLine {

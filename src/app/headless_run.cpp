@@ -126,16 +126,40 @@ int HeadlessRun::exec() {
 
     ProblemReporter problems;
     const bool simulated = options_.simulateProfile.has_value();
+    // The preset needs the helper; the actions need the fans too. Each is applied once.
     bool presetApplied = false;
+    bool actionApplied = false;
+    const auto applyStartup = [&] {
+        if (engine.helperState()->kind() != HelperState::Kind::connected) {
+            return;
+        }
+        if (options_.preset && !presetApplied) {
+            presetApplied = true;
+            engine.selectPreset(*options_.preset);
+        }
+        if (actionApplied || engine.fans()->empty()) {
+            return;
+        }
+        actionApplied = true;
+        if (options_.turbo) {
+            engine.engageTurbo();
+        } else if (options_.cooldown) {
+            engine.startCooldown(*options_.cooldown);
+        } else if (options_.manualRPM) {
+            for (const auto& [id, fan] : engine.fans().value()) {
+                engine.setFanTarget(id, *options_.manualRPM);
+            }
+        } else if (options_.dustCycle) {
+            engine.startDustCycle();
+        }
+    };
     engine.helperState().observe([&](const HelperState& state) {
         if (const std::string problem = helperProblem(state, simulated); !problem.empty()) {
             problems.report(problem);
         }
-        if (state.kind() == HelperState::Kind::connected && options_.preset && !presetApplied) {
-            presetApplied = true;
-            engine.selectPreset(*options_.preset);
-        }
+        applyStartup();
     });
+    engine.fans().observe([&](const HalvorenEngine::FanMap&) { applyStartup(); });
     const auto reportClosedController = [&] {
         if (!engine.smcAvailable().value()) {
             problems.report(

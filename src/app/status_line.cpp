@@ -22,6 +22,20 @@ std::string isoTime(Clock::WallTime now) {
     return text.str();
 }
 
+std::string_view dustCycleStateName(DustCycleUIState::Kind kind) {
+    switch (kind) {
+    case DustCycleUIState::Kind::running:
+        return "running";
+    case DustCycleUIState::Kind::completed:
+        return "completed";
+    case DustCycleUIState::Kind::aborted:
+        return "aborted";
+    case DustCycleUIState::Kind::idle:
+        break;
+    }
+    return "idle";
+}
+
 } // namespace
 
 nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime now) {
@@ -35,6 +49,13 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
                             {"max", fan.maxRPM},
                             {"managed", fan.isManaged}});
     }
+    Json manual = Json::object();
+    for (const auto& [id, rpm] : engine.manualFanTargets().value()) {
+        manual[std::to_string(id)] = rpm;
+    }
+    const PowerTelemetry& power = engine.powerTelemetry().value();
+    const DustCycleUIState& dust = engine.dustCycleState().value();
+    const auto& cooldownEnd = engine.cooldownEndDate().value();
     const auto& profile = engine.activeProfile().value();
     const auto& preset = engine.activePreset().value();
     const auto& error = engine.lastError().value();
@@ -49,6 +70,18 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
         {"activePreset", preset ? Json(std::string(rawValue(*preset))) : Json(nullptr)},
         {"drivingStatus", engine.drivingStatusSubtitle()},
         {"lastError", error ? Json(*error) : Json(nullptr)},
+        {"turbo", engine.isTurboEngaged().value()},
+        {"manualTargets", std::move(manual)},
+        {"quietHoursActive", engine.quietHoursActive()},
+        {"meetingQuietActive", engine.meetingQuietActive().value()},
+        {"power", Json{{"source", std::string(rawValue(power.source))},
+                       {"watts", power.systemWatts},
+                       {"charging", power.isCharging},
+                       {"batteryWattHours", power.batteryWattHours}}},
+        {"lidClosed", engine.isClamshell().value()},
+        {"cooldownEnd", cooldownEnd ? Json(isoTime(*cooldownEnd)) : Json(nullptr)},
+        {"dustCycle",
+         Json{{"state", std::string(dustCycleStateName(dust.kind))}, {"secondsLeft", dust.secondsLeft}}},
         {"fans", std::move(fans)},
     };
 }

@@ -370,15 +370,4 @@ void HalvorenEngine::rebuildPipelines() {
     deadbands_.clear();
 }
 
-double HalvorenEngine::effectiveFloor() const {
-    // The floors do not add up: the strongest reason wins. The workload, closed-lid and
-    // pre-spool floors join this maximum as they arrive.
-    double floor = 0.0;
-    const std::optional<CustomMode> mode = activeCustomMode();
-    if (mode && mode->speed.kind() == ModeSpeed::Kind::floor) {
-        floor = std::max(floor, mode->speed.percentage());
-    }
-    return clampUnit(floor);
-}
-
 } // namespace halvoren

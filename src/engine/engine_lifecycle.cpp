@@ -1,10 +1,16 @@
 #include "engine/fan_driver.h"
 #include "engine/halvoren_engine.h"
+#include "platform/application_watcher.h"
 #include "platform/core_counts.h"
+#include "platform/mic_activity_monitor.h"
+#include "platform/power_state.h"
 #include "platform/timer_source.h"
 
 #include <QSettings>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 #include <coroutine>
+#include <qcoro/qcorofuture.h>
 
 namespace halvoren {
 
@@ -82,7 +88,13 @@ HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, 
     , quietHoursEnd_(store_.loadQuietHoursEnd())
     , meetingQuietEnabled_(store_.loadMeetingQuietEnabled())
     , cooldownDuration_(store_.loadCooldownDuration())
-    , supervisor_(environment.driver, environment.timers) {
+    , supervisor_(environment.driver, environment.timers)
+    , powerObserver_(environment.power ? std::move(environment.power) : systemPowerStateObserver())
+    , microphone_(environment.microphone ? std::move(environment.microphone) : systemMicActivityMonitor())
+    , applications_(environment.applications
+                        ? std::move(environment.applications)
+                        : std::shared_ptr<ApplicationWatcher>(systemApplicationWatcher(environment.timers)))
+    , timeZone_(std::move(environment.timeZone)) {
     poller_ = makePoller(driver_.sharedBridge());
     // No profile or preset is restored: every launch starts with the firmware in control.
     activeProfile_.set(initialProfile);
@@ -100,6 +112,7 @@ HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, 
 HalvorenEngine::~HalvorenEngine() {
     driver_.setConnectionLossHandler({});
     lifetime_.reset();
+    cooldownTimer_.cancel();
     stop();
 }
 
@@ -128,6 +141,7 @@ void HalvorenEngine::start() {
     // The long key walk runs on the poller's worker ahead of the first poll.
     warmUpInBackground(poller_);
     supervisor_.refreshHelperState();
+    startWorkloadWatcher();
     loop_ = std::make_shared<LoopControl>();
     [[maybe_unused]] auto task = runLoop(loop_);
 }
@@ -139,12 +153,50 @@ void HalvorenEngine::stop() {
     const std::shared_ptr<LoopControl> control = std::exchange(loop_, nullptr);
     control->cancelled = true;
     control->sleep.cancel();
+    applications_->stop();
     control->wake();
+}
+
+QCoro::Task<void> HalvorenEngine::runPowerSlice() {
+    const std::weak_ptr<int> alive = lifetime_;
+    // The platform's reads may block; the reader lives as long as the call does. Named, not a
+    // temporary of the co_await: g++ 12 destroys such temporaries twice.
+    QFuture<PowerReading> reading = QtConcurrent::run(
+        QThreadPool::globalInstance(), [observer = powerObserver_] { return observer->reading(); });
+    co_await reading;
+    if (alive.expired()) {
+        co_return;
+    }
+    const PowerReading result = reading.result();
+    setClamshell(result.clamshell);
+    updatePowerTelemetry(result.telemetry);
+    evaluateQuietHours(timers_.clock().wallNow());
+}
+
+QCoro::Task<void> HalvorenEngine::runMicrophoneSlice() {
+    // The microphone is not touched at all while the feature is off.
+    if (!meetingQuietEnabled_.value()) {
+        evaluateMeetingQuiet(false);
+        co_return;
+    }
+    const std::weak_ptr<int> alive = lifetime_;
+    QFuture<bool> inUse = QtConcurrent::run(QThreadPool::globalInstance(), [microphone = microphone_] {
+        return microphone->isMicrophoneInUse();
+    });
+    co_await inUse;
+    if (alive.expired()) {
+        co_return;
+    }
+    evaluateMeetingQuiet(inUse.result());
 }
 
 QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) {
     const std::weak_ptr<int> alive = lifetime_;
     rebuildPipelines();
+    // Every slice is due on the first pass. After a long sleep each runs once, not once per
+    // missed period.
+    double nextPowerPoll = timers_.clock().monotonicNow();
+    double nextMicCheck = nextPowerPoll;
     while (!control->cancelled) {
         // The poller may be replaced while a poll runs; this one lives until the poll ends.
         const std::shared_ptr<SensorPoller> poller = poller_;
@@ -156,8 +208,23 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
         if (!smcAvailable_.value()) {
             attemptSMCReopenFromTick();
         }
-        // The once-a-second slice (power, quiet hours, trend, weather), the ten-second
-        // microphone check and the heat sample join here, before the control tick.
+        // One reading of the time for every slice of the pass, however long an earlier one took.
+        const double loopNow = timers_.clock().monotonicNow();
+        if (loopNow >= nextPowerPoll) {
+            nextPowerPoll = loopNow + powerPollInterval;
+            co_await runPowerSlice();
+            if (alive.expired()) {
+                co_return;
+            }
+        }
+        if (loopNow >= nextMicCheck) {
+            nextMicCheck = loopNow + micCheckInterval;
+            co_await runMicrophoneSlice();
+            if (alive.expired()) {
+                co_return;
+            }
+        }
+        // The trend, the weather and the heat sample join here, before the control tick.
 
         if (!manualFanTargets_->empty()) {
             co_await applyManualTick();
@@ -169,7 +236,11 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
         if (alive.expired()) {
             co_return;
         }
-        // The dust cycle, telemetry and the menu-bar label join here, after the control tick.
+        co_await applyDustStep();
+        if (alive.expired()) {
+            co_return;
+        }
+        // Telemetry and the menu-bar label join here, after the control tick.
         ++passCount_;
         // A named awaiter: g++ 12 destroys an awaiter temporary that owns a shared_ptr twice,
         // which released the loop's handle early and freed it under the running loop.
@@ -179,7 +250,7 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
 }
 
 double HalvorenEngine::chooseSleep(const std::vector<FanStatus>& snapshotFans) const {
-    if (!manualFanTargets_->empty() || isControlling_) {
+    if (!manualFanTargets_->empty() || isControlling_ || dustCycleStartedAt_) {
         return controlTickInterval;
     }
     if (activeProfile_.value() && activeProfile_.value()->mode != ControlMode::appleAuto) {

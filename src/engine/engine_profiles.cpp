@@ -40,6 +40,11 @@ void HalvorenEngine::applyProfile(const FanProfile& profile) {
     manualFanTargets_.set({});
     if (!isTurboProfile(profile)) {
         isTurboEngaged_.set(false);
+        profileBeforeTurbo_.reset();
+        presetBeforeTurbo_.reset();
+        turboEngagedByAutoBoost_ = false;
+        autoBoostHolders_.clear();
+        clearCooldownState();
     }
     activeProfile_.set(profile);
     rebuildPipelines();
@@ -78,16 +83,6 @@ void HalvorenEngine::presetPowerCapsChanged() {
     // Through applyProfile, so a new cap also resets the smoothing of the active preset.
     if (const std::optional<FanPreset> preset = activePreset_.value()) {
         applyProfile(effectiveProfile(*preset, presetPowerCaps_.value(), powerTelemetry_->onBattery()));
-    }
-}
-
-void HalvorenEngine::updatePowerTelemetry(const PowerTelemetry& telemetry) {
-    const bool wasOnBattery = powerTelemetry_->onBattery();
-    powerTelemetry_.set(telemetry);
-    const bool onBattery = powerTelemetry_->onBattery();
-    // A change between mains and unknown is no change: neither is battery.
-    if (const std::optional<FanPreset> preset = activePreset_.value(); preset && onBattery != wasOnBattery) {
-        applyProfile(effectiveProfile(*preset, presetPowerCaps_.value(), onBattery));
     }
 }
 

@@ -6,6 +6,7 @@
 #include "core/custom_mode.h"
 #include "core/device_sensor_map.h"
 #include "core/display_settings.h"
+#include "core/dust_cycle.h"
 #include "core/fan_profile.h"
 #include "core/fan_status.h"
 #include "core/power_telemetry.h"
@@ -14,13 +15,17 @@
 #include "core/sensor_selection.h"
 #include "core/target_deadband.h"
 #include "core/uuid.h"
+#include "core/workload_policy.h"
 #include "engine/helper_state.h"
 #include "engine/helper_supervisor.h"
 #include "engine/observable.h"
 #include "engine/pinned_sensor_store.h"
 #include "engine/sensor_poller.h"
 #include "engine/settings_store.h"
+#include "platform/clock.h"
+#include "platform/timer_source.h"
 
+#include <QTimeZone>
 #include <functional>
 #include <map>
 #include <memory>
@@ -35,7 +40,10 @@ class QSettings;
 
 namespace halvoren {
 
+class ApplicationWatcher;
 class FanDriver;
+class MicActivityMonitor;
+class PowerStateObserver;
 class TimerSource;
 
 // The one object that holds the live state of the application, on the main thread. It owns
@@ -60,6 +68,12 @@ public:
         std::function<CoreCounts()> coreCounts = {};
         // Empty: the platform's own source of HID temperatures.
         SensorPoller::HIDSourceFactory hidFactory = {};
+        // Empty: the system's own power state, microphone and running applications.
+        std::shared_ptr<PowerStateObserver> power = {};
+        std::shared_ptr<MicActivityMonitor> microphone = {};
+        std::shared_ptr<ApplicationWatcher> applications = {};
+        // The calendar of the quiet hours; empty: the user's own time zone.
+        std::optional<QTimeZone> timeZone = {};
     };
 
     // The period that slew limiting assumes for one control tick.
@@ -72,6 +86,13 @@ public:
     static constexpr double fanPublishInterval = 0.5;
     static constexpr std::size_t sensorHistoryLength = 120;
     static constexpr double defaultAcousticAlpha = 0.35;
+    // The slices of the run loop that do not run on every pass.
+    static constexpr double powerPollInterval = 1.0;
+    static constexpr double micCheckInterval = 10.0;
+    // How long a finished or aborted dust cycle stays on show.
+    static constexpr double dustCycleResultHold = 1.5;
+    // A closed lid keeps the fans at least this far up their range.
+    static constexpr double clamshellFloor = 0.1;
 
     HalvorenEngine(const std::optional<FanProfile>& initialProfile, Environment environment);
     ~HalvorenEngine();
@@ -114,7 +135,17 @@ public:
     const Observable<bool>& isOverheating() const { return isOverheating_; }
     const Observable<bool>& isTurboEngaged() const { return isTurboEngaged_; }
     const Observable<bool>& meetingQuietActive() const { return meetingQuietActive_; }
+    // Quiet hours have put the fans on Quiet and will restore what was before.
+    bool quietHoursActive() const { return hasQuietHoursMemory_; }
     const Observable<std::set<std::string>>& pinnedSensorKeys() const { return pinnedSensorKeys_; }
+    const Observable<bool>& isClamshell() const { return isClamshell_; }
+    // The floor the heavy applications now running ask for, 0 ... 1.
+    const Observable<double>& processWorkloadImpact() const { return processWorkloadImpact_; }
+    // The wall-clock end of the running cooldown.
+    const Observable<std::optional<Clock::WallTime>>& cooldownEndDate() const { return cooldownEndDate_; }
+    bool isCoolingDown() const { return cooldownEndDate_->has_value(); }
+    const Observable<DustCycleUIState>& dustCycleState() const { return dustCycleState_; }
+    bool isDustCycleRunning() const { return dustCycleStartedAt_.has_value(); }
 
     // --- Settings: each setter stores the value at once and runs the field's change handler -
     const Observable<double>& acousticAlpha() const { return acousticAlpha_; }
@@ -183,9 +214,42 @@ public:
     // What drives the fans, in words; " (fan writes failing)" is added while the program should
     // drive them and its last push failed.
     std::string drivingStatusSubtitle() const;
+
+    // --- Manual control and Turbo -------------------------------------------------------------
+    // Holds every fan at its measured speed by hand; ends Turbo and a cooldown with no restore.
+    void enterManualControl();
+    // Enters manual control first if needed; a fan that is not known is ignored. Not clamped
+    // here: the limits apply at the write.
+    void setFanTarget(int fan, double rpm);
+    double manualTarget(int fan) const;
+    bool isManualControl() const { return !manualFanTargets_->empty(); }
+    // Every fan at its maximum until disengaged; remembers what it replaced.
+    void engageTurbo();
+    // Back to what Turbo replaced, or to the firmware when a quiet automation's memory of it
+    // went stale while Turbo ran.
+    void disengageTurbo();
+
+    // --- Cooldown and dust cycle --------------------------------------------------------------
+    // Turbo for `cooldownDuration` seconds (or `seconds`), then back; nothing while one runs.
+    void startCooldown();
+    void startCooldown(double seconds);
+    void cancelCooldown();
+    void startDustCycle();
+    // Also the normal end: restores what was active at the start, whatever came meanwhile.
+    void cancelDustCycle();
+
+    // --- Quiet hours and meeting quiet ----------------------------------------------------------
+    void evaluateQuietHours(Clock::WallTime now);
+    void evaluateMeetingQuiet(bool micInUse);
+
+    // --- Power, lid and workload ------------------------------------------------------------------
+    void setClamshell(bool closed);
     // The new power state. A change between battery and not battery re-applies the active
-    // preset with the caps of the new source.
+    // preset with the caps of the new source; a plain profile gives way to `silentStealth`
+    // on battery and comes back on mains.
     void updatePowerTelemetry(const PowerTelemetry& telemetry);
+    // The heavy applications now running; their largest boost is a floor for the fans.
+    void setWorkload(WorkloadPolicy policy);
 
     // --- Custom modes ------------------------------------------------------------------------
     void addCustomMode(const CustomMode& mode);
@@ -217,6 +281,9 @@ public:
     // Pairs of fan id and desired RPM, written in order.
     QCoro::Task<void> pushTargets(std::vector<std::pair<int, double>> targets);
     QCoro::Task<void> restoreAuto();
+    // The dust step of a pass: pushes the cycle's targets or ends it.
+    QCoro::Task<void> applyDustStep();
+    double effectiveFloor() const;
     bool isControlling() const { return isControlling_; }
     const std::map<int, double>& rampedTargets() const { return rampedTargets_; }
     const HelperSupervisor& supervisor() const { return supervisor_; }
@@ -239,7 +306,6 @@ private:
     double rampedTarget(int fan, double desired);
     void rebuildPipelines();
     ControlPipeline makePipeline(const FanProfile& profile) const;
-    double effectiveFloor() const;
     std::optional<double> readingValue(const ModeSensor& sensor,
                                        const std::vector<DeviceSensorReading>& readings) const;
     CoreCounts coreCounts() const;
@@ -247,6 +313,16 @@ private:
     void setLastError(std::string text);
 
     void applyProfile(const FanProfile& profile);
+    // Back to a remembered preset, else to a remembered profile, else to the firmware.
+    void restorePolicy(std::optional<FanPreset> preset, const std::optional<FanProfile>& profile);
+    void clearCooldownState();
+    void finishCooldown(std::uint64_t generation);
+    void applyBatterySwitch();
+    // The one-second and ten-second slices of the run loop.
+    QCoro::Task<void> runPowerSlice();
+    QCoro::Task<void> runMicrophoneSlice();
+    void startWorkloadWatcher();
+    int minuteOfDay(Clock::WallTime now) const;
     static bool isTurboProfile(const FanProfile& profile);
     void presetPowerCapsChanged();
 
@@ -332,6 +408,51 @@ private:
     bool isSMCReopenInFlight_ = false;
     mutable std::optional<CoreCounts> coreCounts_;
     std::uint64_t passCount_ = 0;
+
+    // Platform services; the two readers are used from worker threads, one call at a time.
+    std::shared_ptr<PowerStateObserver> powerObserver_;
+    std::shared_ptr<MicActivityMonitor> microphone_;
+    std::shared_ptr<ApplicationWatcher> applications_;
+    std::optional<QTimeZone> timeZone_;
+
+    // Turbo and what it replaced.
+    std::optional<FanProfile> profileBeforeTurbo_;
+    std::optional<FanPreset> presetBeforeTurbo_;
+    bool turboPreemptedQuietHours_ = false;
+    bool turboPreemptedMeetingQuiet_ = false;
+    bool turboEngagedByAutoBoost_ = false;
+    std::set<SensorCategory> autoBoostHolders_;
+
+    // Quiet hours; `wasInQuietWindow_` is empty until a window has been seen.
+    std::optional<bool> wasInQuietWindow_;
+    std::optional<FanPreset> presetBeforeQuietHours_;
+    std::optional<FanProfile> profileBeforeQuietHours_;
+    bool hasQuietHoursMemory_ = false;
+    bool quietHoursOverriddenThisWindow_ = false;
+    // Meeting quiet.
+    bool micWasInUse_ = false;
+    std::optional<FanPreset> presetBeforeMeeting_;
+    std::optional<FanProfile> profileBeforeMeeting_;
+    bool hasMeetingQuietMemory_ = false;
+    bool meetingQuietOverriddenThisMeeting_ = false;
+
+    // Power, lid and workload.
+    std::optional<FanProfile> profileBeforeBattery_;
+    Observable<bool> isClamshell_{false};
+    double clamshellBoost_ = 0.0;
+    WorkloadPolicy workload_;
+    Observable<double> processWorkloadImpact_{0.0};
+
+    // Cooldown: a timer whose generation must still be current when it fires.
+    Observable<std::optional<Clock::WallTime>> cooldownEndDate_;
+    TimerHandle cooldownTimer_;
+    std::uint64_t cooldownGeneration_ = 0;
+
+    // Dust cycle: running exactly while the start instant (monotonic) is set.
+    Observable<DustCycleUIState> dustCycleState_;
+    std::optional<double> dustCycleStartedAt_;
+    std::optional<FanProfile> profileBeforeDustCycle_;
+    std::optional<FanPreset> presetBeforeDustCycle_;
 };
 
 } // namespace halvoren

@@ -3,6 +3,7 @@
 #include "engine/halvoren_engine.h"
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
+#include "fakes/fake_power_state_observer.h"
 #include "platform/timer_source.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_machine_host.h"
@@ -35,12 +36,36 @@ protected:
     QtTimerSource timers;
     SimulatedSystem system{"apple-silicon-laptop-2fan", "idle", timers,
                            QStringLiteral(HALVOREN_HELPER_BINARY)};
+    std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
     HalvorenEngine engine{FanProfile::appleAuto(),
                           HalvorenEngine::Environment{.driver = system.driver(),
                                                       .timers = timers,
                                                       .settings = settings,
                                                       .coreCounts = [this] { return system.coreCounts(); },
-                                                      .hidFactory = {}}};
+                                                      .hidFactory = {},
+                                                      .power = power}};
+
+    void startConnected() {
+        engine.setSpoolRate(9000.0); // no ramp: the tests are about the path, not the slew
+        engine.start();
+        engine.installHelper();
+        ASSERT_TRUE(pumpUntil([&] { return connected(); }, 15000)) << engine.helperState()->description();
+        ASSERT_TRUE(pumpUntil([&] { return !engine.fans()->empty(); }, 5000));
+    }
+
+    // Every fan forced at this fraction of its range.
+    bool allFansAt(double fraction) const {
+        return allFans([fraction](const FanStatus& f) {
+            return f.isManaged && std::abs(f.targetRPM - (f.minRPM + fraction * (f.maxRPM - f.minRPM))) < 1.0;
+        });
+    }
+
+    void stop() {
+        engine.stop();
+        // A poll still on the poller's worker finishes only through the event loop; let it, so the
+        // loop's last pass ends before the engine goes.
+        pumpFor(500);
+    }
 
     bool connected() const { return engine.helperState().value() == HelperState::connected(); }
 
@@ -55,10 +80,7 @@ protected:
 };
 
 TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
-    engine.setSpoolRate(9000.0); // no ramp: the test is about the path, not the slew
-    engine.start();
-    engine.installHelper();
-    ASSERT_TRUE(pumpUntil([&] { return connected(); }, 15000)) << engine.helperState()->description();
+    startConnected();
 
     engine.selectPreset(FanPreset::max);
     EXPECT_TRUE(pumpUntil(
@@ -101,10 +123,44 @@ TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
         },
         30000))
         << "control did not resume: " << engine.helperState()->description();
-    engine.stop();
-    // A poll still on the poller's worker finishes only through the event loop; let it, so the
-    // loop's last pass ends before the engine goes.
-    pumpFor(500);
+    stop();
+}
+
+TEST_F(EndToEndTest, UnpluggingSwitchesACustomModeToSilentStealthAndADustCyclePulsesAndRestores) {
+    startConnected();
+    const CustomMode mode = CustomMode::renderingTemplate();
+    engine.addCustomMode(mode);
+    engine.selectCustomMode(mode.id);
+    power->set(PowerReading{.telemetry = {.source = PowerSource::battery}});
+    EXPECT_TRUE(
+        pumpUntil([&] { return engine.activeProfile().value() == FanProfile::silentStealth(); }, 3000));
+    power->set(PowerReading{.telemetry = {.source = PowerSource::ac}});
+    EXPECT_TRUE(
+        pumpUntil([&] { return engine.activeProfile().value() == FanProfile::halvorenStandard(); }, 3000));
+    EXPECT_FALSE(engine.activeCustomModeID().value());
+
+    engine.startDustCycle();
+    EXPECT_TRUE(pumpUntil([&] { return allFansAt(0.8); }, 3000)) << "no spin-up";
+    EXPECT_TRUE(pumpUntil([&] { return allFansAt(0.3); }, 5000)) << "no spin-down";
+    EXPECT_TRUE(
+        pumpUntil([&] { return engine.dustCycleState().value() == DustCycleUIState::completed(); }, 30000));
+    EXPECT_EQ(engine.activeProfile().value(), FanProfile::halvorenStandard());
+    EXPECT_TRUE(pumpUntil([&] { return !allFansAt(0.3) && !allFansAt(0.8); }, 3000))
+        << "the curve did not resume";
+    stop();
+}
+
+TEST_F(EndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
+    startConnected();
+    engine.startCooldown(60.0);
+    EXPECT_TRUE(pumpUntil([&] { return allFansAt(1.0); }, 5000)) << "fans did not reach their maximum";
+    pumpFor(50000);
+    EXPECT_TRUE(engine.isCoolingDown());
+    EXPECT_TRUE(pumpUntil([&] { return allFans([](const FanStatus& f) { return !f.isManaged; }); }, 15000))
+        << "fans were not handed back";
+    EXPECT_FALSE(engine.isTurboEngaged().value());
+    EXPECT_EQ(engine.activeProfile().value(), FanProfile::appleAuto());
+    stop();
 }
 
 // Max and back to the firmware on a simulated Mac of each generation, through the real helper,

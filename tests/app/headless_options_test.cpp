@@ -43,6 +43,12 @@ TEST(HeadlessOptions, ReadsEachOptionAndRefusesBadValues) {
     EXPECT_EQ(failure({"--duration", "0"}), "--duration needs a positive number of seconds");
     EXPECT_EQ(failure({"--duration", "nan"}), "--duration needs a positive number of seconds");
     EXPECT_EQ(failure({"--headless", "extra"}), "unexpected argument \"extra\"");
+    EXPECT_EQ(parse({"--cooldown", "60"}).cooldown, 60.0);
+    EXPECT_EQ(parse({"--manual", "2400"}).manualRPM, 2400.0);
+    EXPECT_TRUE(parse({"--dust-cycle", "--preset", "max"}).dustCycle);
+    EXPECT_EQ(failure({"--manual", "-5"}), "--manual needs a positive speed in RPM");
+    EXPECT_EQ(failure({"--turbo", "--dust-cycle"}),
+              "--turbo, --cooldown, --manual and --dust-cycle exclude each other");
     EXPECT_NE(failure({"--no-such-option"}), "no error");
     EXPECT_TRUE(parseHeadlessCommandLine({QStringLiteral("--help")}).helpRequested);
 }

@@ -29,6 +29,23 @@ TEST_F(StatusLineTest, CarriesThePolicyTheTemperaturesAndEveryFan) {
     EXPECT_EQ(line["fans"][0]["current"], 2400.0);
     EXPECT_EQ(line["fans"][1]["max"], 6000.0);
     EXPECT_EQ(line["fans"][1]["managed"], false);
+    EXPECT_EQ(line["dustCycle"]["state"], "idle");
+    EXPECT_TRUE(line["cooldownEnd"].is_null());
+
+    engine->updatePowerTelemetry(PowerTelemetry{.source = PowerSource::battery, .systemWatts = 7.5});
+    engine->setFanTarget(1, 3000.0);
+    engine->startCooldown(90.0); // Turbo, ending manual control
+    engine->setFanTarget(0, 1800.0);
+    const auto busy = statusLine(*engine, clock.wallNow());
+    EXPECT_EQ(busy["power"]["source"], "battery");
+    EXPECT_EQ(busy["power"]["watts"], 7.5);
+    EXPECT_EQ(busy["turbo"], false);
+    EXPECT_EQ(busy["manualTargets"], (nlohmann::ordered_json{{"0", 1800.0}, {"1", 2500.0}}));
+    engine->selectPreset(FanPreset::max);
+    engine->startCooldown(90.0);
+    const auto cooling = statusLine(*engine, clock.wallNow());
+    EXPECT_EQ(cooling["turbo"], true);
+    EXPECT_EQ(cooling["cooldownEnd"], "2027-01-15T08:01:30.000Z");
     // One line: nothing in it may break the line.
     EXPECT_EQ(line.dump().find('\n'), std::string::npos);
 }

@@ -3,12 +3,16 @@
 #include "core/helper_constants.h"
 #include "engine/halvoren_engine.h"
 #include "engine_test_support.h"
+#include "fakes/fake_application_watcher.h"
 #include "fakes/fake_fan_driver.h"
+#include "fakes/fake_mic_activity_monitor.h"
+#include "fakes/fake_power_state_observer.h"
 #include "platform/clock.h"
 #include "platform/timer_source.h"
 #include "smc/hid_sensor_source.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -30,7 +34,11 @@ protected:
                                                  .timers = timers,
                                                  .settings = settings,
                                                  .coreCounts = [] { return DeviceSensorMap::CoreCounts{}; },
-                                                 .hidFactory = noHIDSensors});
+                                                 .hidFactory = noHIDSensors,
+                                                 .power = power,
+                                                 .microphone = microphone,
+                                                 .applications = applications,
+                                                 .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin"))});
         return *engine;
     }
 
@@ -88,6 +96,16 @@ protected:
         tick(fans);
     }
 
+    // A wall time in the engine's time zone, on the test clock's day.
+    Clock::WallTime localTime(int hour, int minute, int dayOffset = 0) const {
+        const QTimeZone zone(QByteArrayLiteral("Europe/Berlin"));
+        const auto start =
+            std::chrono::duration_cast<std::chrono::milliseconds>(clock.wallNow().time_since_epoch()).count();
+        const QDate day = QDateTime::fromMSecsSinceEpoch(start, zone).date().addDays(dayOffset);
+        const QDateTime local(day, QTime(hour, minute), zone);
+        return Clock::WallTime{std::chrono::milliseconds{local.toMSecsSinceEpoch()}};
+    }
+
     // Counts the change signals of one observed field.
     template <class T>
     std::shared_ptr<int> countChanges(const Observable<T>& field) {
@@ -109,6 +127,9 @@ protected:
     ManualClock clock;
     ManualTimerSource timers{clock};
     FakeFanDriver driver;
+    std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
+    std::shared_ptr<FakeMicActivityMonitor> microphone = std::make_shared<FakeMicActivityMonitor>();
+    std::shared_ptr<FakeApplicationWatcher> applications = std::make_shared<FakeApplicationWatcher>();
     std::unique_ptr<HalvorenEngine> engine;
 };
 

@@ -166,5 +166,35 @@ TEST_F(EngineRunLoopTest, TheControllerIsReopenedAtMostEvery5sUntilItComesBack) 
     EXPECT_EQ(driver.reopenCalls, 3);
 }
 
+TEST_F(EngineRunLoopTest, ThePowerAndMicrophoneSlicesKeepTheirOwnRhythm) {
+    power->set(
+        PowerReading{.telemetry = {.source = PowerSource::battery, .systemWatts = 9.0}, .clamshell = true});
+    makeEngine();
+    engine->selectPreset(FanPreset::auto_); // the fast rhythm
+    startLoop();
+    // Both slices ran before the first control tick; the microphone is not asked while off.
+    EXPECT_EQ(engine->powerTelemetry().value(),
+              (PowerTelemetry{.source = PowerSource::battery, .systemWatts = 9.0, .isClamshell = true}));
+    EXPECT_EQ(power->calls(), 1);
+    EXPECT_TRUE(tenthsUntilPass(10));
+    EXPECT_EQ(power->calls(), 1);
+    EXPECT_TRUE(tenthsUntilPass(11));
+    EXPECT_EQ(power->calls(), 2);
+
+    engine->setMeetingQuietEnabled(true);
+    microphone->inUse = true;
+    EXPECT_TRUE(tenthsUntilPass(100));
+    EXPECT_EQ(microphone->calls, 0);
+    EXPECT_TRUE(tenthsUntilPass(101));
+    EXPECT_EQ(microphone->calls, 1);
+    EXPECT_TRUE(engine->meetingQuietActive().value());
+
+    // After a long sleep each slice runs once, not once per missed period.
+    clock.sleepMachine(3600.0);
+    advance(0.1);
+    EXPECT_EQ(power->calls(), 12);
+    EXPECT_EQ(microphone->calls, 2);
+}
+
 } // namespace
 } // namespace halvoren
