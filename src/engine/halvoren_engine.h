@@ -393,7 +393,6 @@ private:
     std::optional<ControlPipeline> pipeline_;
     std::map<int, TargetDeadband> deadbands_;
     std::shared_ptr<LoopControl> loop_;
-    bool isControlling_ = false;
     Observable<PresetPowerCapsMap> presetPowerCaps_;
     Observable<std::vector<CustomMode>> customModes_;
     Observable<std::optional<Uuid>> activeCustomModeID_;
@@ -405,7 +404,6 @@ private:
     Observable<double> cooldownDuration_;
     HelperSupervisor supervisor_;
     std::optional<double> lastSMCReopenAttempt_;
-    bool isSMCReopenInFlight_ = false;
     mutable std::optional<CoreCounts> coreCounts_;
     std::uint64_t passCount_ = 0;
 
@@ -418,23 +416,14 @@ private:
     // Turbo and what it replaced.
     std::optional<FanProfile> profileBeforeTurbo_;
     std::optional<FanPreset> presetBeforeTurbo_;
-    bool turboPreemptedQuietHours_ = false;
-    bool turboPreemptedMeetingQuiet_ = false;
-    bool turboEngagedByAutoBoost_ = false;
     std::set<SensorCategory> autoBoostHolders_;
 
-    // Quiet hours; `wasInQuietWindow_` is empty until a window has been seen.
-    std::optional<bool> wasInQuietWindow_;
+    // Quiet hours.
     std::optional<FanPreset> presetBeforeQuietHours_;
     std::optional<FanProfile> profileBeforeQuietHours_;
-    bool hasQuietHoursMemory_ = false;
-    bool quietHoursOverriddenThisWindow_ = false;
     // Meeting quiet.
-    bool micWasInUse_ = false;
     std::optional<FanPreset> presetBeforeMeeting_;
     std::optional<FanProfile> profileBeforeMeeting_;
-    bool hasMeetingQuietMemory_ = false;
-    bool meetingQuietOverriddenThisMeeting_ = false;
 
     // Power, lid and workload.
     std::optional<FanProfile> profileBeforeBattery_;
@@ -453,6 +442,21 @@ private:
     std::optional<double> dustCycleStartedAt_;
     std::optional<FanProfile> profileBeforeDustCycle_;
     std::optional<FanPreset> presetBeforeDustCycle_;
+
+    // Flags together, so the object carries no padding between them: the loop's, then Turbo's
+    // memory of the quiet automations, then the two quiet machines' (`wasInQuietWindow_` is
+    // empty until a window has been seen).
+    bool isControlling_ = false;
+    bool isSMCReopenInFlight_ = false;
+    bool turboPreemptedQuietHours_ = false;
+    bool turboPreemptedMeetingQuiet_ = false;
+    bool turboEngagedByAutoBoost_ = false;
+    std::optional<bool> wasInQuietWindow_;
+    bool hasQuietHoursMemory_ = false;
+    bool quietHoursOverriddenThisWindow_ = false;
+    bool micWasInUse_ = false;
+    bool hasMeetingQuietMemory_ = false;
+    bool meetingQuietOverriddenThisMeeting_ = false;
 };
 
 } // namespace halvoren
