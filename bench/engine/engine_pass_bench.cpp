@@ -20,7 +20,6 @@
 #include "smc/hid_sensor_source.h"
 #include "smc/smc_kernel_bridge.h"
 
-#include <QCoreApplication>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QThreadPool>
@@ -249,15 +248,3 @@ BENCHMARK(BM_OneSecondSlice)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->Use
 
 } // namespace
 } // namespace halvoren
-
-// The engine's helper-state refresh and QSettings expect an application object.
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    const QCoreApplication app(argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -1,7 +1,6 @@
 #include "platform/linux/power_supplies.h"
 #include "platform/power_state.h"
 
-#include <QCoreApplication>
 #include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 #include <filesystem>
@@ -86,15 +85,3 @@ BENCHMARK(BM_SystemObserverThisMachine)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 } // namespace halvoren
-
-// The system bus connection expects an application object, as in the program.
-int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
-        return 1;
-    }
-    const QCoreApplication app(argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

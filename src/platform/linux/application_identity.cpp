@@ -1,5 +1,6 @@
 #include "platform/linux/application_identity.h"
 
+#include "core/hex_digit.h"
 #include "platform/linux/proc_files.h"
 
 #include <charconv>
@@ -13,27 +14,14 @@ struct AppUnit {
     std::string id;
 };
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    if (c >= 'a' && c <= 'f') {
-        return c - 'a' + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return c - 'A' + 10;
-    }
-    return -1;
-}
-
 // Unit names escape bytes as "\xNN"; desktop ids use it for their dashes ("firefox\x2desr").
 std::string unescapeUnitText(std::string_view text) {
     std::string out;
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '\\' && i + 3 < text.size() && text[i + 1] == 'x') {
-            const int high = hexDigit(text[i + 2]);
-            const int low = hexDigit(text[i + 3]);
+            const int high = hexDigitValue(text[i + 2]);
+            const int low = hexDigitValue(text[i + 3]);
             if (high >= 0 && low >= 0) {
                 out += static_cast<char>(high * 16 + low);
                 i += 3;
