@@ -30,7 +30,11 @@ struct WeatherSnapshot {
     std::vector<HourlyEntry> hourly; // in display order
 
     // Before the first reading.
-    static WeatherSnapshot placeholder() { return {.forecastLine = "\u2014"}; }
+    static WeatherSnapshot placeholder() {
+        WeatherSnapshot snapshot;
+        snapshot.forecastLine = "\u2014";
+        return snapshot;
+    }
 
     friend bool operator==(const WeatherSnapshot&, const WeatherSnapshot&) = default;
 };
