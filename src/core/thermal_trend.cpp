@@ -28,7 +28,7 @@ ThermalTrend ThermalTrend::rising(std::optional<double> etaMinutes) {
     if (etaMinutes && !(std::isfinite(*etaMinutes) && *etaMinutes > 0.0)) {
         etaMinutes.reset();
     }
-    return ThermalTrend(Kind::rising, etaMinutes);
+    return {Kind::rising, etaMinutes};
 }
 
 ThermalTrend ThermalTrend::fit(std::span<const TrendSample> samples, double ceiling) {

@@ -24,8 +24,8 @@ public:
     // The payload is kept only when it is a finite, positive number of minutes: anything
     // else is no estimate at all.
     static ThermalTrend rising(std::optional<double> etaMinutes);
-    static ThermalTrend steady() { return ThermalTrend(Kind::steady, std::nullopt); }
-    static ThermalTrend cooling() { return ThermalTrend(Kind::cooling, std::nullopt); }
+    static ThermalTrend steady() { return {Kind::steady, std::nullopt}; }
+    static ThermalTrend cooling() { return {Kind::cooling, std::nullopt}; }
 
     // The least-squares slope of the samples whose `t` lies within 120 s of the newest one,
     // in any order. Fewer than 8 such samples, or a span under 30 s, is `steady`; from

@@ -22,6 +22,7 @@ ThermalTrend rising(std::optional<double> eta) {
 std::vector<TrendSample> ramp(int n, double span, double perStep, std::vector<TrendSample> extra = {},
                               double start = t0) {
     std::vector<TrendSample> samples;
+    samples.reserve(static_cast<std::size_t>(n) + extra.size());
     for (int i = 0; i < n; ++i) {
         samples.push_back({start + span * i / (n - 1), 50.0 + perStep * i});
     }
