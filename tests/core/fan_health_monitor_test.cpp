@@ -8,101 +8,89 @@
 namespace halvoren {
 namespace {
 
-using Event = FanHealthMonitor::Event;
-using Warning = FanHealthMonitor::Warning;
-using Stalled = FanHealthMonitor::Stalled;
-using Underperforming = FanHealthMonitor::Underperforming;
-using Recovered = FanHealthMonitor::Recovered;
+using Monitor = FanHealthMonitor;
+using Warning = Monitor::Warning;
 constexpr std::nullopt_t none = std::nullopt;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
+// One sample of fan 1 and the event it must raise: '-' none, 'S' stalled, 'U' underperforming
+// (at this sample's speeds), 'R' recovered.
 struct Step {
     double now;
     std::optional<double> commanded;
     double actual;
-    std::optional<Event> event;
-    std::optional<Warning> warning;
+    char event;
 };
 
-void run(const char* name, const std::vector<Step>& steps) {
-    FanHealthMonitor monitor;
-    for (const auto& step : steps) {
-        EXPECT_EQ(monitor.observe(1, step.commanded, step.actual, step.now), step.event)
-            << name << " at " << step.now;
-        EXPECT_EQ(monitor.warning(1), step.warning) << name << " at " << step.now;
+std::optional<Monitor::Event> expected(const Step& s) {
+    using E = std::optional<Monitor::Event>;
+    return s.event == 'S'   ? E{Monitor::Stalled{1}}
+           : s.event == 'U' ? E{Monitor::Underperforming{1, s.actual, *s.commanded}}
+           : s.event == 'R' ? E{Monitor::Recovered{1}}
+                            : none;
+}
+
+TEST(FanHealthMonitor, RaisesEachEdgeOnceAfterItsWindowAndKeepsTheWarningUntilRecovery) {
+    const struct {
+        const char* what;
+        std::vector<Step> steps;
+    } scenarios[] = {
+        {"below 500 is never judged", {{0, 400, 0, '-'}, {100, 400, 0, '-'}}},
+        {"a NaN command is no command", {{0, nan, 0, '-'}, {30, nan, 0, '-'}}},
+        {"exactly 500, exactly 20 s", {{0, 500, 0, '-'}, {20, 500, 0, 'S'}}},
+        {"reaching 100 restarts the stall",
+         {{0, 3000, 99, '-'},
+          {19.9, 3000, 99, '-'},
+          {20, 3000, 100, '-'},
+          {21, 3000, 0, '-'},
+          {40.9, 3000, 0, '-'},
+          {41, 3000, 0, 'S'}}},
+        {"a stalled fan that turns slowly stays stalled",
+         {{0, 3000, 0, '-'}, {20, 3000, 0, 'S'}, {30, 3000, 2000, '-'}, {200, 3000, 2000, '-'}}},
+        {"2100 of 3000 starts no timer, 2099 does",
+         {{0, 3000, 2100, '-'}, {101, 3000, 2099, '-'}, {190.9, 3000, 2099, '-'}, {191, 3000, 2099, 'U'}}},
+        {"a command moved by over a tenth restarts the timer",
+         {{0, 3000, 1000, '-'}, {61, 3400, 1000, '-'}, {150, 3400, 1000, '-'}, {151, 3400, 1000, 'U'}}},
+        {"a command moved by exactly a tenth keeps it", {{0, 3000, 1000, '-'}, {90, 3300, 1000, 'U'}}},
+        {"a slow fan that stops keeps its slowness timer",
+         {{0, 3000, 1000, '-'}, {80, 3000, 0, '-'}, {90, 3000, 1000, 'U'}}},
+        {"reaching seven tenths clears the timer",
+         {{0, 3000, 1000, '-'}, {80, 3000, 2100, '-'}, {90, 3000, 1000, '-'}, {179, 3000, 1000, '-'}}},
+        {"recovery at nine tenths, then the timers start afresh",
+         {{0, 3000, 1000, '-'},
+          {90, 3000, 1000, 'U'},
+          {91, 3000, 2699, '-'},
+          {92, 3000, 2700, 'R'},
+          {93, 3000, 1000, '-'},
+          {182, 3000, 1000, '-'},
+          {183, 3000, 1000, 'U'}}},
+        {"the firmware takes over",
+         {{0, 3000, 0, '-'}, {20, 3000, 0, 'S'}, {21, none, 0, 'R'}, {22, none, 0, '-'}}},
+        {"the command drops below 500", {{0, 3000, 0, '-'}, {20, 3000, 0, 'S'}, {21, 450, 0, 'R'}}},
+    };
+    for (const auto& scenario : scenarios) {
+        Monitor monitor;
+        std::optional<Warning> warning;
+        for (const auto& step : scenario.steps) {
+            EXPECT_EQ(monitor.observe(1, step.commanded, step.actual, step.now), expected(step))
+                << scenario.what << " at " << step.now;
+            if (step.event != '-') {
+                warning = step.event == 'R' ? none
+                                            : std::optional(step.event == 'S' ? Warning::stalled
+                                                                              : Warning::underperforming);
+            }
+            EXPECT_EQ(monitor.warning(1), warning) << scenario.what << " at " << step.now;
+        }
     }
 }
 
-TEST(FanHealthMonitor, StallsAfterTwentySecondsBelowTheFloorOfAJudgeableCommand) {
-    const auto stalled = Warning::stalled;
-    run("below 500 is never judged", {{0, 400, 0, none, none}, {100, 400, 0, none, none}});
-    run("exactly 500, exactly 20 s", {{0, 500, 0, none, none}, {20, 500, 0, Stalled{1}, stalled}});
-    run("reaching 100 restarts the stall", {{0, 3000, 99, none, none},
-                                            {19.9, 3000, 99, none, none},
-                                            {20, 3000, 100, none, none},
-                                            {21, 3000, 0, none, none},
-                                            {40.9, 3000, 0, none, none},
-                                            {41, 3000, 0, Stalled{1}, stalled}});
-    run("a stalled fan that turns slowly stays stalled", {{0, 3000, 0, none, none},
-                                                          {20, 3000, 0, Stalled{1}, stalled},
-                                                          {30, 3000, 2000, none, stalled},
-                                                          {60, 3000, 2000, none, stalled}});
-    run("a NaN command is no command", {{0, nan, 0, none, none}, {30, nan, 0, none, none}});
-}
-
-TEST(FanHealthMonitor, UnderperformsAfterNinetySecondsBelowSevenTenths) {
-    const auto slow = Warning::underperforming;
-    run("2100 of 3000 starts no timer", {{0, 3000, 2100, none, none},
-                                         {100, 3000, 2100, none, none},
-                                         {101, 3000, 2099, none, none},
-                                         {190.9, 3000, 2099, none, none},
-                                         {191, 3000, 2099, Underperforming{1, 2099, 3000}, slow}});
-    run("a command moved by over a tenth restarts the timer",
-        {{0, 3000, 1000, none, none},
-         {60, 3000, 1000, none, none},
-         {61, 3400, 1000, none, none},
-         {150, 3400, 1000, none, none},
-         {151, 3400, 1000, Underperforming{1, 1000, 3400}, slow}});
-    run("a command moved by exactly a tenth keeps it",
-        {{0, 3000, 1000, none, none},
-         {60, 3300, 1000, none, none},
-         {90, 3300, 1000, Underperforming{1, 1000, 3300}, slow}});
-    run("a slow fan that stops keeps its slowness timer",
-        {{0, 3000, 1000, none, none},
-         {80, 3000, 0, none, none},
-         {90, 3000, 1000, Underperforming{1, 1000, 3000}, slow}});
-    run("reaching seven tenths clears the timer", {{0, 3000, 1000, none, none},
-                                                   {80, 3000, 2100, none, none},
-                                                   {90, 3000, 1000, none, none},
-                                                   {179, 3000, 1000, none, none}});
-}
-
-TEST(FanHealthMonitor, AWarningClearsAtNineTenthsOrWhenTheFanIsNoLongerJudged) {
-    const auto slow = Warning::underperforming;
-    const Step warned[] = {{0, 3000, 1000, none, none},
-                           {90, 3000, 1000, Underperforming{1, 1000, 3000}, slow}};
-    run("recovery at 0.9, and timers start afresh",
-        {warned[0],
-         warned[1],
-         {91, 3000, 2699, none, slow},
-         {92, 3000, 2700, Recovered{1}, none},
-         {93, 3000, 1000, none, none},
-         {182, 3000, 1000, none, none},
-         {183, 3000, 1000, Underperforming{1, 1000, 3000}, slow}});
-    run("the firmware takes over",
-        {warned[0], warned[1], {91, none, 1000, Recovered{1}, none}, {92, none, 1000, none, none}});
-    run("the command drops below 500", {warned[0], warned[1], {91, 450, 0, Recovered{1}, none}});
-}
-
 TEST(FanHealthMonitor, EachFanHasItsOwnTimers) {
-    FanHealthMonitor monitor;
+    Monitor monitor;
     EXPECT_EQ(monitor.observe(0, 3000, 0, 0), none);
     EXPECT_EQ(monitor.observe(2, 3000, 0, 10), none);
-    EXPECT_EQ(monitor.observe(0, 3000, 0, 20), Event{Stalled{0}});
+    EXPECT_EQ(monitor.observe(0, 3000, 0, 20), Monitor::Event{Monitor::Stalled{0}});
     EXPECT_EQ(monitor.observe(2, 3000, 0, 20), none);
-    EXPECT_EQ(monitor.warning(0), Warning::stalled);
     EXPECT_EQ(monitor.warning(2), none);
-    EXPECT_EQ(monitor.warning(7), none);
 }
 
 TEST(FanHealthText, AlertsAndLabelsReadAsTheUserSeesThem) {

@@ -63,11 +63,9 @@ TEST(ThermalAlmanac, KeepsTheNewestFourteenDaysInDateOrder) {
     // Days read from a file in any order are sorted by the next record.
     ThermalAlmanac loaded{{{"2026-03-09", {}}, {"0999-01-01", {}}, {"2026-02-28", {}}}};
     loaded.record(40.0, local(2026y / March / 1, 8));
-    std::vector<std::string> keys;
-    for (const auto& d : loaded.days) {
-        keys.push_back(d.dayKey);
-    }
-    EXPECT_EQ(keys, (std::vector<std::string>{"0999-01-01", "2026-02-28", "2026-03-01", "2026-03-09"}));
+    EXPECT_EQ(loaded.days[0].dayKey, "0999-01-01");
+    EXPECT_EQ(loaded.days[2], (Day{"2026-03-01", {{8, 40.0}}}));
+    EXPECT_EQ(loaded.days[3].dayKey, "2026-03-09");
 }
 
 TEST(ThermalAlmanac, ProfileIsThePopulationMeanAndSpreadOfAnHoursPeaks) {
@@ -109,10 +107,10 @@ TEST(ThermalAlmanac, OutlookIsTheNearestFirmHotHourOfTheNextEight) {
 }
 
 TEST(ThermalAlmanac, HoursReadOnTheTwelveHourClock) {
-    const char* labels[] = {"12a", "1a", "2a", "3a", "4a", "5a", "6a", "7a", "8a", "9a", "10a", "11a",
-                            "12p", "1p", "2p", "3p", "4p", "5p", "6p", "7p", "8p", "9p", "10p", "11p"};
-    for (int hour = 0; hour < 24; ++hour) {
-        EXPECT_EQ(ThermalAlmanac::shortHourLabel(hour), labels[hour]);
+    const std::pair<int, const char*> labels[] = {{0, "12a"},  {1, "1a"},  {11, "11a"},
+                                                  {12, "12p"}, {13, "1p"}, {23, "11p"}};
+    for (const auto& [hour, label] : labels) {
+        EXPECT_EQ(ThermalAlmanac::shortHourLabel(hour), label);
     }
     EXPECT_EQ(ThermalAlmanac::outlookLine(15, 87.5), "Builds usually arrive around 3p, typical peak 88°");
     EXPECT_EQ(ThermalAlmanac::outlookLine(0, 64.49), "Builds usually arrive around 12a, typical peak 64°");
@@ -130,27 +128,22 @@ TEST(ThermalAlmanac, FileReadsBackAndAnythingMalformedReadsAsNothing) {
               (ThermalAlmanac{{{"2026-03-09", {{9, 61.25}, {14, 74.0}}}}}));
     EXPECT_EQ(encoded(ThermalAlmanac{}), R"({"days":[]})");
 
-    const char* corrupt[] = {
-        "",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"9":61.2)",
-        "[]",
-        R"({})",
-        R"({"days":{}})",
-        R"({"days":[{"hourPeaks":{}}]})",
-        R"({"days":[{"dayKey":"2026-03-09"}]})",
-        R"({"days":[{"dayKey":20260309,"hourPeaks":{}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":[]}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"9":"61"}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"9":null}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"24":61}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"-1":61}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"nine":61}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"":61}}]})",
-        R"({"days":[{"dayKey":"2026-03-09","hourPeaks":{"9":1e999}}]})",
-        R"({"days":[7]})",
-    };
+    for (std::size_t cut = 0; cut < file.size(); ++cut) {
+        EXPECT_EQ(decodeThermalAlmanac(file.substr(0, cut)), std::nullopt) << cut;
+    }
+    const char* corrupt[] = {"[]", R"({"days":{}})", R"({"days":[{"hourPeaks":{}}]})",
+                             R"({"days":[{"dayKey":"x"}]})"};
+    // The peaks of one day, each malformed.
+    const char* peaks[] = {"[]",           R"({"9":"61"})",  R"({"9":null})", R"({"24":61})",
+                           R"({"-1":61})", R"({"nine":61})", R"({"":61})",    R"({"9":1e999})"};
     for (const char* text : corrupt) {
         EXPECT_EQ(decodeThermalAlmanac(text), std::nullopt) << text;
+    }
+    for (const char* text : peaks) {
+        EXPECT_EQ(decodeThermalAlmanac(R"({"days":[{"dayKey":"2026-03-09","hourPeaks":)" + std::string(text) +
+                                       "}]}"),
+                  std::nullopt)
+            << text;
     }
 }
 
