@@ -23,7 +23,7 @@ std::string encoded(const ThermalAlmanac& almanac) {
 ThermalAlmanac peaksAt(int hour, const std::vector<double>& peaks) {
     ThermalAlmanac almanac;
     for (std::size_t i = 0; i < peaks.size(); ++i) {
-        almanac.record(peaks[i], local(2026y / March / static_cast<unsigned>(i + 1), hour));
+        almanac.record(peaks[i], local(2026y / March / day{static_cast<unsigned>(i + 1)}, hour));
     }
     return almanac;
 }
@@ -100,7 +100,7 @@ TEST(ThermalAlmanac, OutlookIsTheNearestFirmHotHourOfTheNextEight) {
     }
     auto both = peaksAt(18, week(95.0));
     for (unsigned d = 1; d <= 7; ++d) {
-        both.record(70.25, local(2026y / March / d, 16));
+        both.record(70.25, local(2026y / March / day{d}, 16));
     }
     EXPECT_EQ(both.outlook(local(2026y / March / 20, 14), 72.0),
               (ThermalAlmanac::Outlook{16, 70.25, "Builds usually arrive around 4p, typical peak 70°"}));
