@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 
 namespace halvoren {
 
@@ -55,6 +56,17 @@ std::string doubleDebugText(double value) {
         const auto written = std::to_chars(hex.data(), hex.data() + hex.size(), payload, 16);
         text += "(0x" + std::string(hex.data(), written.ptr) + ")";
     }
+    return text;
+}
+
+std::string fixedText(double value, int decimals) {
+    // "%.0f" writes every integer digit, so a huge value needs more than any fixed buffer.
+    const int n = std::snprintf(nullptr, 0, "%.*f", decimals, value);
+    if (n <= 0) {
+        return {};
+    }
+    std::string text(static_cast<std::size_t>(n), '\0');
+    std::snprintf(text.data(), text.size() + 1, "%.*f", decimals, value);
     return text;
 }
 

@@ -15,4 +15,8 @@ std::string doubleText(double value);
 // its payload ("-nan", "snan", "nan(0x20000000)"), so two different NaNs read differently.
 std::string doubleDebugText(double value);
 
+// A Double as the C format "%.<decimals>f" writes it: rounded to nearest, exact halves to
+// even, every integer digit, "-0" for a small negative, "nan" and "inf" for non-finite values.
+std::string fixedText(double value, int decimals);
+
 } // namespace halvoren

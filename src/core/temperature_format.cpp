@@ -1,7 +1,8 @@
 #include "core/temperature_format.h"
 
+#include "core/double_text.h"
+
 #include <cmath>
-#include <cstdio>
 
 namespace halvoren::TemperatureFormat {
 
@@ -15,16 +16,7 @@ double rounded(double celsius, bool fahrenheit, bool precise) {
 }
 
 std::string value(double celsius, bool fahrenheit, bool precise) {
-    const double number = converted(celsius, fahrenheit);
-    const char* format = precise ? "%.1f" : "%.0f";
-    // "%.0f" writes every integer digit, so a huge reading needs more than any fixed buffer.
-    const int n = std::snprintf(nullptr, 0, format, number);
-    if (n <= 0) {
-        return {};
-    }
-    std::string text(static_cast<std::size_t>(n), '\0');
-    std::snprintf(text.data(), text.size() + 1, format, number);
-    return text;
+    return fixedText(converted(celsius, fahrenheit), precise ? 1 : 0);
 }
 
 std::string display(double celsius, bool fahrenheit, bool precise) {
