@@ -31,8 +31,10 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
         "cooldown", "Run a cooldown of this many seconds once the fans are known.", "seconds");
     const QCommandLineOption manual("manual", "Hold every fan at this speed once the fans are known.", "rpm");
     const QCommandLineOption dustCycle("dust-cycle", "Run a dust cycle once the fans are known.");
+    const QCommandLineOption exportCsv(
+        "export-csv", "At the end, write the last minute of history as CSV to this file.", "path");
     parser.addOptions({help, headless, simulate, load, preset, duration, statusJson, settings, turbo,
-                       cooldown, manual, dustCycle});
+                       cooldown, manual, dustCycle, exportCsv});
 
     // The parser knows no options with an optional value, so --simulate=PROFILE is split here.
     QStringList plain{QStringLiteral("halvoren")}; // the parser skips the program's name
@@ -101,6 +103,9 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
         throw HeadlessUsageError("--turbo, --cooldown, --manual and --dust-cycle exclude each other");
     }
     options.statusJson = parser.isSet(statusJson);
+    if (parser.isSet(exportCsv)) {
+        options.exportCsvPath = parser.value(exportCsv).toStdString();
+    }
     if (parser.isSet(settings)) {
         options.settingsPath = parser.value(settings).toStdString();
     }

@@ -24,6 +24,7 @@ struct HeadlessOptions {
     std::optional<double> cooldown;  // seconds of Turbo, then back
     std::optional<double> manualRPM; // every fan held at this speed
     bool dustCycle = false;
+    std::optional<std::string> exportCsvPath; // the last minute of history, written at the end
 };
 
 struct HeadlessCommandLine {

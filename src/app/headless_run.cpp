@@ -210,6 +210,9 @@ void HeadlessRun::shutDown() {
     [[maybe_unused]] auto task = [](HeadlessRun* self) -> QCoro::Task<void> {
         HalvorenEngine& engine = *self->parts_->engine;
         engine.stop();
+        if (const auto& path = self->options_.exportCsvPath; path && !engine.writeHistoryCSV(*path)) {
+            std::cerr << "halvoren: " << engine.lastError()->value_or("") << std::endl;
+        }
         // Hand the fans back while the helper can still be reached; the helper and the
         // driver's exit hook do it too, should this fail.
         if (engine.helperState()->kind() == HelperState::Kind::connected) {

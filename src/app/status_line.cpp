@@ -56,6 +56,8 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
     const PowerTelemetry& power = engine.powerTelemetry().value();
     const DustCycleUIState& dust = engine.dustCycleState().value();
     const auto& cooldownEnd = engine.cooldownEndDate().value();
+    const ThermalTrend& trend = engine.thermalTrend().value();
+    const ForecastChipState& chip = engine.forecastChip().value();
     const auto& profile = engine.activeProfile().value();
     const auto& preset = engine.activePreset().value();
     const auto& error = engine.lastError().value();
@@ -82,6 +84,12 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
         {"cooldownEnd", cooldownEnd ? Json(isoTime(*cooldownEnd)) : Json(nullptr)},
         {"dustCycle",
          Json{{"state", std::string(dustCycleStateName(dust.kind))}, {"secondsLeft", dust.secondsLeft}}},
+        {"trend", std::string(trend.label())},
+        {"forecastChip",
+         Json{{"label", chip.labelWord},
+              {"etaMinutes", chip.etaWholeMinutes ? Json(*chip.etaWholeMinutes) : Json(nullptr)},
+              {"urgent", chip.etaIsUrgent}}},
+        {"overheating", engine.isOverheating().value()},
         {"fans", std::move(fans)},
     };
 }

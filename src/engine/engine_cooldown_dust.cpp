@@ -112,12 +112,13 @@ void HalvorenEngine::cancelDustCycle() {
     // Tests no other state: whatever an automation did during the cycle is overwritten.
     restorePolicy(preset, profile);
     // Not cancelled by a new cycle: an earlier hold may end on a running cycle, whose next
-    // step shows it again.
-    timers_.schedule(dustCycleResultHold, [this, alive = std::weak_ptr<int>(lifetime_)] {
-        if (!alive.expired()) {
-            dustCycleState_.set(DustCycleUIState::idle());
-        }
-    });
+    // step shows it again. Only the latest is kept, for the engine's end.
+    dustCycleHoldTimer_ =
+        timers_.schedule(dustCycleResultHold, [this, alive = std::weak_ptr<int>(lifetime_)] {
+            if (!alive.expired()) {
+                dustCycleState_.set(DustCycleUIState::idle());
+            }
+        });
 }
 
 } // namespace halvoren

@@ -113,6 +113,7 @@ HalvorenEngine::~HalvorenEngine() {
     driver_.setConnectionLossHandler({});
     lifetime_.reset();
     cooldownTimer_.cancel();
+    dustCycleHoldTimer_.cancel();
     stop();
 }
 
@@ -171,6 +172,7 @@ QCoro::Task<void> HalvorenEngine::runPowerSlice() {
     setClamshell(result.clamshell);
     updatePowerTelemetry(result.telemetry);
     evaluateQuietHours(timers_.clock().wallNow());
+    updateThermalTrend();
 }
 
 QCoro::Task<void> HalvorenEngine::runMicrophoneSlice() {
@@ -224,7 +226,7 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
                 co_return;
             }
         }
-        // The trend, the weather and the heat sample join here, before the control tick.
+        // The weather and the heat sample join here, before the control tick.
 
         if (!manualFanTargets_->empty()) {
             co_await applyManualTick();
@@ -240,7 +242,8 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
         if (alive.expired()) {
             co_return;
         }
-        // Telemetry and the menu-bar label join here, after the control tick.
+        recordTelemetry(snapshot);
+        // The menu-bar label joins here.
         ++passCount_;
         // A named awaiter: g++ 12 destroys an awaiter temporary that owns a shared_ptr twice,
         // which released the loop's handle early and freed it under the running loop.

@@ -78,7 +78,7 @@ void HalvorenEngine::startWorkloadWatcher() {
 
 double HalvorenEngine::effectiveFloor() const {
     // The floors do not add up: the strongest reason wins.
-    double floor = 0.0;
+    double floor = preSpoolFloor(thermalTrend_.value(), preSpoolEnabled_.value());
     const std::optional<CustomMode> mode = activeCustomMode();
     if (mode && mode->speed.kind() == ModeSpeed::Kind::floor) {
         floor = std::max(floor, mode->speed.percentage());

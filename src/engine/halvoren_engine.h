@@ -14,6 +14,8 @@
 #include "core/sensor.h"
 #include "core/sensor_selection.h"
 #include "core/target_deadband.h"
+#include "core/telemetry_store.h"
+#include "core/thermal_trend.h"
 #include "core/uuid.h"
 #include "core/workload_policy.h"
 #include "engine/helper_state.h"
@@ -93,6 +95,7 @@ public:
     static constexpr double dustCycleResultHold = 1.5;
     // A closed lid keeps the fans at least this far up their range.
     static constexpr double clamshellFloor = 0.1;
+    static constexpr std::size_t trendSampleLimit = 150;
 
     HalvorenEngine(const std::optional<FanProfile>& initialProfile, Environment environment);
     ~HalvorenEngine();
@@ -146,6 +149,10 @@ public:
     bool isCoolingDown() const { return cooldownEndDate_->has_value(); }
     const Observable<DustCycleUIState>& dustCycleState() const { return dustCycleState_; }
     bool isDustCycleRunning() const { return dustCycleStartedAt_.has_value(); }
+    const Observable<ThermalTrend>& thermalTrend() const { return thermalTrend_; }
+    const Observable<ForecastChipState>& forecastChip() const { return forecastChip_; }
+    // The last minute, one sample per sensor sweep.
+    const TelemetryStore& telemetry() const { return telemetry_; }
 
     // --- Settings: each setter stores the value at once and runs the field's change handler -
     const Observable<double>& acousticAlpha() const { return acousticAlpha_; }
@@ -228,6 +235,17 @@ public:
     // Back to what Turbo replaced, or to the firmware when a quiet automation's memory of it
     // went stale while Turbo ran.
     void disengageTurbo();
+
+    // --- Analytics ----------------------------------------------------------------------------
+    // The last minute of history as CSV in the temporary directory, written atomically; its
+    // path, or none with `lastError` saying why.
+    std::optional<std::string> exportHistoryCSV();
+    // The same text at `path`; false with `lastError` set when it cannot be written.
+    bool writeHistoryCSV(const std::string& path);
+    // The hottest reading, the fastest fan and the draws of a fresh sweep, into the history.
+    void recordTelemetry(const SensorPoller::Snapshot& snapshot);
+    // One sample of the hottest reading into the two-minute fit; once a second.
+    void updateThermalTrend();
 
     // --- Cooldown and dust cycle --------------------------------------------------------------
     // Turbo for `cooldownDuration` seconds (or `seconds`), then back; nothing while one runs.
@@ -322,6 +340,7 @@ private:
     QCoro::Task<void> runPowerSlice();
     QCoro::Task<void> runMicrophoneSlice();
     void startWorkloadWatcher();
+    void publishThermalTrend(const ThermalTrend& trend);
     int minuteOfDay(Clock::WallTime now) const;
     static bool isTurboProfile(const FanProfile& profile);
     void presetPowerCapsChanged();
@@ -432,6 +451,12 @@ private:
     WorkloadPolicy workload_;
     Observable<double> processWorkloadImpact_{0.0};
 
+    // Analytics.
+    TelemetryStore telemetry_;
+    std::vector<TrendSample> trendSamples_;
+    Observable<ThermalTrend> thermalTrend_{ThermalTrend::steady()};
+    Observable<ForecastChipState> forecastChip_{forecastChipState(ThermalTrend::steady())};
+
     // Cooldown: a timer whose generation must still be current when it fires.
     Observable<std::optional<Clock::WallTime>> cooldownEndDate_;
     TimerHandle cooldownTimer_;
@@ -442,6 +467,7 @@ private:
     std::optional<double> dustCycleStartedAt_;
     std::optional<FanProfile> profileBeforeDustCycle_;
     std::optional<FanPreset> presetBeforeDustCycle_;
+    TimerHandle dustCycleHoldTimer_;
 
     // Flags together, so the object carries no padding between them: the loop's, then Turbo's
     // memory of the quiet automations, then the two quiet machines' (`wasInQuietWindow_` is

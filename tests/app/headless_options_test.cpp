@@ -46,6 +46,7 @@ TEST(HeadlessOptions, ReadsEachOptionAndRefusesBadValues) {
     EXPECT_EQ(parse({"--cooldown", "60"}).cooldown, 60.0);
     EXPECT_EQ(parse({"--manual", "2400"}).manualRPM, 2400.0);
     EXPECT_TRUE(parse({"--dust-cycle", "--preset", "max"}).dustCycle);
+    EXPECT_EQ(parse({"--export-csv", "/tmp/h.csv"}).exportCsvPath, "/tmp/h.csv");
     EXPECT_EQ(failure({"--manual", "-5"}), "--manual needs a positive speed in RPM");
     EXPECT_EQ(failure({"--turbo", "--dust-cycle"}),
               "--turbo, --cooldown, --manual and --dust-cycle exclude each other");

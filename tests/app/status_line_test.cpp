@@ -30,6 +30,8 @@ TEST_F(StatusLineTest, CarriesThePolicyTheTemperaturesAndEveryFan) {
     EXPECT_EQ(line["fans"][1]["max"], 6000.0);
     EXPECT_EQ(line["fans"][1]["managed"], false);
     EXPECT_EQ(line["dustCycle"]["state"], "idle");
+    EXPECT_EQ(line["trend"], "Steady");
+    EXPECT_TRUE(line["forecastChip"]["etaMinutes"].is_null());
     EXPECT_TRUE(line["cooldownEnd"].is_null());
 
     engine->updatePowerTelemetry(PowerTelemetry{.source = PowerSource::battery, .systemWatts = 7.5});
