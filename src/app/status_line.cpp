@@ -56,6 +56,10 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
     const PowerTelemetry& power = engine.powerTelemetry().value();
     const DustCycleUIState& dust = engine.dustCycleState().value();
     const auto& cooldownEnd = engine.cooldownEndDate().value();
+    Json health = Json::object();
+    for (const auto& [id, warning] : engine.fanHealthWarnings().value()) {
+        health[std::to_string(id)] = std::string(FanHealthText::detail(warning));
+    }
     const ThermalTrend& trend = engine.thermalTrend().value();
     const ForecastChipState& chip = engine.forecastChip().value();
     const auto& profile = engine.activeProfile().value();
@@ -90,6 +94,7 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
               {"etaMinutes", chip.etaWholeMinutes ? Json(*chip.etaWholeMinutes) : Json(nullptr)},
               {"urgent", chip.etaIsUrgent}}},
         {"overheating", engine.isOverheating().value()},
+        {"fanHealthWarnings", std::move(health)},
         {"fans", std::move(fans)},
     };
 }

@@ -9,10 +9,46 @@
 namespace halvoren {
 
 void HalvorenEngine::recordTelemetry(const SensorPoller::Snapshot& snapshot) {
-    // Only a sweep that really re-read the sensors is a new sample.
-    if (!snapshot.sensorsRefreshed) {
+    // Only a sweep that really re-read the sensors is a new sample; the fans are judged on
+    // every pass.
+    if (snapshot.sensorsRefreshed) {
+        recordSweep(snapshot);
+    }
+    evaluateFanHealth(snapshot.fans);
+}
+
+void HalvorenEngine::evaluateFanHealth(const std::vector<FanStatus>& fans) {
+    if (!fanHealthWarningsEnabled_.value()) {
         return;
     }
+    // The suspending clock: a machine asleep does not mature the timers.
+    const double now = timers_.clock().suspendingNow();
+    for (const FanStatus& fan : fans) {
+        // Under firmware control, and for a failed reading, nothing is judged.
+        std::optional<double> commanded;
+        if (const auto ramp = rampedTargets_.find(fan.id);
+            isControlling_ && fan.currentRPMValid && ramp != rampedTargets_.end()) {
+            commanded = ramp->second;
+        }
+        const std::optional<FanHealthMonitor::Event> event =
+            fanHealth_.observe(fan.id, commanded, fan.currentRPM, now);
+        if (!event) {
+            continue;
+        }
+        fanHealthWarnings_.modify([&](std::map<int, FanHealthMonitor::Warning>& warnings) {
+            if (std::holds_alternative<FanHealthMonitor::Recovered>(*event)) {
+                return warnings.erase(fan.id) > 0;
+            }
+            const auto warning = std::holds_alternative<FanHealthMonitor::Stalled>(*event)
+                                     ? FanHealthMonitor::Warning::stalled
+                                     : FanHealthMonitor::Warning::underperforming;
+            const auto [it, inserted] = warnings.insert_or_assign(fan.id, warning);
+            return inserted || it->second != warning;
+        });
+    }
+}
+
+void HalvorenEngine::recordSweep(const SensorPoller::Snapshot& snapshot) {
     // Named sensors first; with none, any reading will do.
     const auto named = [](const SMCSensor& s) {
         return s.sensorClass == SensorClass::temperature && s.name != s.key;

@@ -87,6 +87,11 @@ void HalvorenEngine::setOverheatThreshold(double celsius) {
 void HalvorenEngine::setFanHealthWarningsEnabled(bool value) {
     fanHealthWarningsEnabled_.set(value);
     store_.storeFanHealthWarningsEnabled(value);
+    if (!value) {
+        // On again, every timer starts afresh.
+        fanHealth_ = FanHealthMonitor{};
+        fanHealthWarnings_.set({});
+    }
 }
 
 void HalvorenEngine::setPreSpoolEnabled(bool value) {

@@ -7,6 +7,7 @@
 #include "core/device_sensor_map.h"
 #include "core/display_settings.h"
 #include "core/dust_cycle.h"
+#include "core/fan_health_monitor.h"
 #include "core/fan_profile.h"
 #include "core/fan_status.h"
 #include "core/power_telemetry.h"
@@ -153,6 +154,10 @@ public:
     const Observable<ForecastChipState>& forecastChip() const { return forecastChip_; }
     // The last minute, one sample per sensor sweep.
     const TelemetryStore& telemetry() const { return telemetry_; }
+    // The present warning of each fan that is failing to follow its command.
+    const Observable<std::map<int, FanHealthMonitor::Warning>>& fanHealthWarnings() const {
+        return fanHealthWarnings_;
+    }
 
     // --- Settings: each setter stores the value at once and runs the field's change handler -
     const Observable<double>& acousticAlpha() const { return acousticAlpha_; }
@@ -341,6 +346,8 @@ private:
     QCoro::Task<void> runMicrophoneSlice();
     void startWorkloadWatcher();
     void publishThermalTrend(const ThermalTrend& trend);
+    void recordSweep(const SensorPoller::Snapshot& snapshot);
+    void evaluateFanHealth(const std::vector<FanStatus>& fans);
     int minuteOfDay(Clock::WallTime now) const;
     static bool isTurboProfile(const FanProfile& profile);
     void presetPowerCapsChanged();
@@ -453,6 +460,8 @@ private:
 
     // Analytics.
     TelemetryStore telemetry_;
+    FanHealthMonitor fanHealth_;
+    Observable<std::map<int, FanHealthMonitor::Warning>> fanHealthWarnings_;
     std::vector<TrendSample> trendSamples_;
     Observable<ThermalTrend> thermalTrend_{ThermalTrend::steady()};
     Observable<ForecastChipState> forecastChip_{forecastChipState(ThermalTrend::steady())};

@@ -72,5 +72,37 @@ TEST_F(EngineAnalyticsTest, TheHistoryExportsAtomicallyOrSaysWhy) {
     EXPECT_TRUE(engine->lastError()->value().starts_with("CSV export failed: "));
 }
 
+TEST_F(EngineAnalyticsTest, AFanThatDoesNotFollowItsCommandIsWarnedOfUntilItDoes) {
+    connect();
+    engine->setSpoolRate(9000.0);
+    const std::vector<FanStatus> stopped{fan(0, 0.0), fan(1, 2990.0)};
+    engine->apply(sweep({}, stopped));
+    engine->setConstantRPM(3000);
+    const auto pass = [&](const std::vector<FanStatus>& now, double seconds) {
+        clock.advance(seconds);
+        tick(now);
+        SensorPoller::Snapshot snapshot = sweep({}, now);
+        snapshot.sensorsRefreshed = false;
+        engine->recordTelemetry(snapshot);
+    };
+    pass(stopped, 0.0);
+    clock.sleepMachine(60.0); // asleep: the stall does not mature
+    pass(stopped, 19.0);
+    EXPECT_TRUE(engine->fanHealthWarnings()->empty());
+    pass(stopped, 1.0);
+    EXPECT_EQ(engine->fanHealthWarnings().value(),
+              (std::map<int, FanHealthMonitor::Warning>{{0, FanHealthMonitor::Warning::stalled}}));
+    pass({fan(0, 2950.0), fan(1, 2990.0)}, 1.0);
+    EXPECT_TRUE(engine->fanHealthWarnings()->empty());
+
+    pass(stopped, 1.0);
+    pass(stopped, 20.0);
+    ASSERT_FALSE(engine->fanHealthWarnings()->empty());
+    engine->setFanHealthWarningsEnabled(false);
+    EXPECT_TRUE(engine->fanHealthWarnings()->empty());
+    pass(stopped, 30.0);
+    EXPECT_TRUE(engine->fanHealthWarnings()->empty());
+}
+
 } // namespace
 } // namespace halvoren
