@@ -2,6 +2,7 @@
 
 #include "../smc/temp_directory.h"
 #include "core/frame_codec.h"
+#include "fakes/helper_process.h"
 #include "helper/helper_daemon.h"
 #include "helper/smc_fan_writer.h"
 #include "platform/timer_source.h"
@@ -38,15 +39,10 @@ inline constexpr auto patience = 5s;
 // test lives on this same thread.
 class TestClient {
 public:
-    explicit TestClient(const std::string& path) {
-        sockaddr_un address{};
-        UnixSocket::makeAddress(path, address);
-        fd_ = UnixSocket::streamSocket();
-        connected_ = fd_.valid() &&
-                     ::connect(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
+    explicit TestClient(const std::string& path)
+        : fd_(testing::connectTo(path)) {}
 
-    bool connected() const { return connected_; }
+    bool connected() const { return fd_.valid(); }
 
     // Sends every byte, letting the daemon read when the socket is full. False when the
     // daemon closed the connection or the wait ran out.
@@ -141,7 +137,6 @@ private:
     }
 
     UnixSocket::FileDescriptor fd_;
-    bool connected_ = false;
     FrameReader reader_;
     bool closed_ = false;
     std::size_t received_ = 0;
@@ -169,14 +164,7 @@ struct SimulatedDaemon {
     }
 
     SimulatedFan fan(int i) { return mac->fans().at(static_cast<std::size_t>(i)); }
-    bool anyFanForced() {
-        for (const auto& fan : mac->fans()) {
-            if (fan.forced) {
-                return true;
-            }
-        }
-        return false;
-    }
+    bool anyFanForced() { return std::ranges::any_of(mac->fans(), &SimulatedFan::forced); }
 
     testing::TempDirectory directory;
     std::string socketPath = (directory / "helper.sock").string();
@@ -188,9 +176,6 @@ struct SimulatedDaemon {
     HelperDaemon daemon;
 };
 
-inline std::string setTarget(std::uint64_t id, int fan, double rpm) {
-    return nlohmann::json{{"id", id}, {"method", "setTargetRPM"}, {"fan", fan}, {"rpm", rpm}}.dump();
-}
 inline std::string setManual(std::uint64_t id, int fan, bool enabled) {
     return nlohmann::json{{"id", id}, {"method", "setManualControl"}, {"fan", fan}, {"enabled", enabled}}
         .dump();
@@ -224,14 +209,8 @@ private:
     QtMessageHandler previous_;
 };
 
-// What a client of another user got from the daemon.
+// What a client of another user got from the daemon (the child's exit status).
 enum class Reach { answered = 0, cannotConnect = 1, noAnswer = 2, cannotBecomeUser = 3 };
-
-inline void PrintTo(Reach exchange, std::ostream* out) {
-    static constexpr const char* names[] = {"answered", "cannot connect", "no answer",
-                                            "cannot become the user"};
-    *out << names[static_cast<int>(exchange)];
-}
 
 inline bool runningAsRoot() {
     return ::geteuid() == 0;
