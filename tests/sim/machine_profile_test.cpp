@@ -1,3 +1,4 @@
+#include "../smc/temp_directory.h"
 #include "core/fan_key.h"
 #include "core/four_cc.h"
 #include "core/smc_data_codec.h"
@@ -5,11 +6,9 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
-#include <unistd.h>
 
 namespace halvoren {
 namespace {
@@ -131,12 +130,14 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
 
     const auto intel = test::builtIn("intel-laptop");
     EXPECT_EQ(intel.coreCounts.performance, 0);
-    EXPECT_EQ(typeOf(intel, "F0Ac"), "fpe2");
-    EXPECT_EQ(typeOf(intel, "F1Tg"), "fpe2");
-    EXPECT_EQ(typeOf(intel, "TC0P"), "sp78");
-    EXPECT_EQ(typeOf(intel, "PC0C"), "sp96");
-    EXPECT_EQ(typeOf(intel, "PSTR"), "flt ");
-    EXPECT_EQ(typeOf(intel, "FS! "), "ui16");
+    for (const auto& [key, type] : {std::pair{"F0Ac", "fpe2"},
+                                    {"F1Tg", "fpe2"},
+                                    {"TC0P", "sp78"},
+                                    {"PC0C", "sp96"},
+                                    {"PSTR", "flt "},
+                                    {"FS! ", "ui16"}}) {
+        EXPECT_EQ(typeOf(intel, key), type) << key;
+    }
     EXPECT_EQ(intel.key("F0Md"), nullptr);
 }
 
@@ -221,10 +222,10 @@ TEST(MachineProfile, ParseRefusesCorruptOrInconsistentProfilesWithAClearMessage)
 }
 
 TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
-    const auto dir = std::filesystem::temp_directory_path() / ("halvoren-sim-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir);
+    const testing::TempDirectory temp;
+    const auto& dir = temp.path();
     const auto write = [&](const std::string& name, const std::string& text) {
-        std::ofstream(dir / name, std::ios::binary) << text;
+        testing::writeFile(dir / name, text);
         return dir / name;
     };
     const auto good =
@@ -255,7 +256,6 @@ TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
     for (const auto& name : MachineProfile::builtInNames()) {
         EXPECT_NE(unknown.find(name), std::string::npos) << name;
     }
-    std::filesystem::remove_all(dir);
 }
 
 } // namespace
