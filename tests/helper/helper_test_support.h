@@ -2,6 +2,7 @@
 
 #include "../smc/temp_directory.h"
 #include "core/frame_codec.h"
+#include "fakes/forcing_client.h"
 #include "fakes/helper_process.h"
 #include "helper/helper_daemon.h"
 #include "helper/smc_fan_writer.h"
@@ -18,7 +19,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <grp.h>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <poll.h>
@@ -209,37 +209,21 @@ private:
     QtMessageHandler previous_;
 };
 
-// What a client of another user got from the daemon (the child's exit status).
-enum class Reach { answered = 0, cannotConnect = 1, noAnswer = 2, cannotBecomeUser = 3 };
+using testing::Reach;
 
 inline bool runningAsRoot() {
     return ::geteuid() == 0;
 }
 
-// Forks a child that becomes `uid` (its group the same number, no other groups), connects to
-// `path`, sends a heartbeat and waits for the answer. The parent runs the event loop until the
-// child is done, since an in-process daemon lives on this thread. Needs root; after fork() the
-// child makes only system calls, on buffers made before.
+// What a client that becomes `uid` gets for a heartbeat at `path`. Runs the event loop until the
+// child is done, since an in-process daemon lives on this thread. Needs root.
 inline Reach exchangeAs(uid_t uid, const std::string& path) {
     sockaddr_un address{};
     UnixSocket::makeAddress(path, address);
-    const std::string frame = frameBytes(call(1, "heartbeat"));
+    const std::vector<std::string> frames{frameBytes(call(1, "heartbeat"))};
     const pid_t pid = ::fork();
     if (pid == 0) {
-        if (::setgroups(0, nullptr) < 0 || ::setgid(uid) < 0 || ::setuid(uid) < 0) {
-            ::_exit(static_cast<int>(Reach::cannotBecomeUser));
-        }
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-            ::_exit(static_cast<int>(Reach::cannotConnect));
-        }
-        char reply[64];
-        pollfd entry{fd, POLLIN, 0};
-        if (::write(fd, frame.data(), frame.size()) != static_cast<long>(frame.size()) ||
-            ::poll(&entry, 1, 5000) != 1 || ::read(fd, reply, sizeof reply) <= 4) {
-            ::_exit(static_cast<int>(Reach::noAnswer));
-        }
-        ::_exit(static_cast<int>(Reach::answered));
+        ::_exit(static_cast<int>(testing::exchangeInChild(address, frames, uid)));
     }
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + 2 * patience;

@@ -1,6 +1,7 @@
 // The sysfs writers build only on Linux.
 #if defined(__linux__)
 
+#include "../smc/smc_test_support.h"
 #include "../smc/temp_directory.h"
 #include "helper/hardware_fan_writer.h"
 #include "helper/linux/applesmc_fan_writer.h"
@@ -60,12 +61,8 @@ TEST(AppleSMCFanWriter, DrivesTheDriversFanFiles) {
     std::filesystem::remove(smc / "fan2_max");
     EXPECT_THROW(writer->limits(1), FanWriteError);
     std::filesystem::remove(smc / "fan2_output");
-    try {
-        writer->setTarget(1, 2000);
-        ADD_FAILURE() << "a write to a missing file succeeded";
-    } catch (const FanWriteError& error) {
-        EXPECT_NE(std::string(error.what()).find("fan2_output"), std::string::npos) << error.what();
-    }
+    const auto failure = thrownMessage<FanWriteError>([&] { writer->setTarget(1, 2000); });
+    EXPECT_NE(failure.find("fan2_output"), std::string::npos) << failure;
 }
 
 TEST(HwmonFanWriter, TakesTheFirstDeviceWithTargetChannelsAndRestoresTheirModes) {

@@ -1,3 +1,4 @@
+#include "../smc/smc_test_support.h"
 #include "../smc/temp_directory.h"
 #include "core/fan_key.h"
 #include "core/four_cc.h"
@@ -144,12 +145,7 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
 // The ProfileError that `load` raises, as its message, or "none".
 template <class F>
 std::string errorOf(F&& load) {
-    try {
-        load();
-    } catch (const ProfileError& error) {
-        return error.what();
-    }
-    return "none";
+    return thrownMessage<ProfileError>(load);
 }
 
 std::string parseError(const std::string& text) {

@@ -81,6 +81,15 @@ inline MachineProfile asGeneration(MachineProfile profile, bool lowerCaseMode, b
     return profile;
 }
 
+// Which fans are forced, in order.
+inline std::vector<bool> forcedFans(SimulatedMac& mac) {
+    std::vector<bool> forced;
+    for (const auto& fan : mac.fans()) {
+        forced.push_back(fan.forced);
+    }
+    return forced;
+}
+
 // Advances the clock in sub-minute strides, reading the machine after each so that its
 // lazy catch-up is exercised the way a poller would.
 inline void run(ManualClock& clock, SimulatedMac& mac, double seconds, double stride = 10.0) {

@@ -1,9 +1,11 @@
 // The simulated Mac hosted by the application, served to the daemon over its socket.
 
+#include "../smc/smc_test_support.h"
 #include "../smc/temp_directory.h"
 #include "fakes/helper_process.h"
 #include "sim/load_scenario.h"
 #include "sim/simulated_machine_host.h"
+#include "sim_test_support.h"
 #include "smc/smc_error.h"
 #include "smc/smc_kernel_bridge.h"
 #include "smc/socket_smc_transport.h"
@@ -20,13 +22,7 @@ using namespace std::chrono_literals;
 using testing::after;
 using testing::waitUntil;
 
-std::vector<bool> forcedFans(SimulatedMac& mac) {
-    std::vector<bool> forced;
-    for (const auto& fan : mac.fans()) {
-        forced.push_back(fan.forced);
-    }
-    return forced;
-}
+using test::forcedFans;
 
 std::unique_ptr<SMCKernelBridge> socketClient(const std::string& path) {
     return std::make_unique<SMCKernelBridge>(std::make_unique<SocketSMCTransport>(path));
@@ -109,13 +105,9 @@ TEST_F(SimulatedMachineHostTest, HandsBackInTheMachinesOwnProtocol) {
 }
 
 TEST_F(SimulatedMachineHostTest, RefusesWhatItCannotHostWithAClearMessage) {
-    const auto failure = [&](const std::string& profile, const std::string& path) -> std::string {
-        try {
-            SimulatedMachineHost host(profile, SystemClock::shared(), 1, idleLoad(), path);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "none";
+    const auto failure = [&](const std::string& profile, const std::string& path) {
+        return thrownMessage<std::runtime_error>(
+            [&] { SimulatedMachineHost(profile, SystemClock::shared(), 1, idleLoad(), path); });
     };
     const std::string unknown = failure("no-such-mac", smcSocket);
     EXPECT_TRUE(unknown.starts_with("unknown simulated machine \"no-such-mac\" (built in: ")) << unknown;
@@ -138,12 +130,7 @@ TEST_F(SimulatedMachineHostTest, RefusesWhatItCannotHostWithAClearMessage) {
     FaultPlan unopenable;
     unopenable.openFailure = -536870160;
     host.mac().setFaults(unopenable);
-    try {
-        host.openBridge();
-        ADD_FAILURE() << "an unopenable controller gave a bridge";
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error, SMCError::openFailed(-536870160));
-    }
+    EXPECT_EQ(thrownError([&] { host.openBridge(); }), SMCError::openFailed(-536870160));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "core/smc_data_codec.h"
 #include "smc/linux/applesmc_transport.h"
 #include "smc/smc_error.h"
+#include "smc_test_support.h"
 #include "temp_directory.h"
 
 #include <filesystem>
@@ -144,12 +145,7 @@ TEST(AppleSMCTransport, FindsTheDriverOnlyByName) {
     // The applesmc directory is not an hwmon one.
     testing::writeFiles(root.path(), {"hwmon0/name=coretemp", "hwmon0/temp1_label=TC0P",
                                       "hwmon0/temp1_input=45000", "applesmc/name=applesmc"});
-    try {
-        AppleSMCTransport t(root.path());
-        ADD_FAILURE() << "opened without an applesmc device";
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error, SMCError::serviceNotFound());
-    }
+    EXPECT_EQ(thrownError([&] { AppleSMCTransport{root.path()}; }), SMCError::serviceNotFound());
 
     // Older kernels keep the name and every attribute under device/; fans count from 1
     // without gaps.
