@@ -5,6 +5,7 @@
 #include "core/smc_data_codec.h"
 #include "sim_test_support.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -19,26 +20,17 @@ using test::Exchange;
 const std::string alphabet = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
 // The number of runs of adjacent two-character suffixes in a key family.
-int familyRuns(const MachineProfile& profile, const std::string& prefix, const std::string& excluding = "") {
+int familyRuns(const MachineProfile& profile, const std::string& prefix) {
     std::set<std::size_t> indices;
     for (const auto& key : profile.keys) {
-        if (key.name.size() != 4 || !key.name.starts_with(prefix) ||
-            (!excluding.empty() && key.name.starts_with(excluding))) {
-            continue;
-        }
-        const auto a = alphabet.find(key.name[2]);
-        const auto b = alphabet.find(key.name[3]);
-        if (a != std::string::npos && b != std::string::npos) {
-            indices.insert(a * 62 + b);
+        if (key.name.size() == 4 && key.name.starts_with(prefix) &&
+            alphabet.find(key.name[2]) != std::string::npos &&
+            alphabet.find(key.name[3]) != std::string::npos) {
+            indices.insert(alphabet.find(key.name[2]) * 62 + alphabet.find(key.name[3]));
         }
     }
-    int runs = 0;
-    std::optional<std::size_t> previous;
-    for (const auto index : indices) {
-        runs += (!previous || index >= *previous + 2) ? 1 : 0;
-        previous = index;
-    }
-    return runs;
+    return static_cast<int>(
+        std::ranges::count_if(indices, [&](std::size_t i) { return i == 0 || !indices.contains(i - 1); }));
 }
 
 TEST(MachineProfile, EveryBuiltInProfileParsesAndServesEveryKeyInOrder) {

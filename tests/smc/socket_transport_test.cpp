@@ -111,9 +111,9 @@ FileDescriptor rawSocket(const std::string& path, bool listening = false) {
     sockaddr_un address{};
     UnixSocket::makeAddress(path, address);
     const auto* at = reinterpret_cast<const sockaddr*>(&address);
-    EXPECT_EQ(listening ? ::bind(fd.get(), at, sizeof address) | ::listen(fd.get(), 4)
-                        : ::connect(fd.get(), at, sizeof address),
-              0);
+    EXPECT_TRUE(listening ? ::bind(fd.get(), at, sizeof address) == 0 && ::listen(fd.get(), 4) == 0
+                          : ::connect(fd.get(), at, sizeof address) == 0)
+        << path;
     return fd;
 }
 
