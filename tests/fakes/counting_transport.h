@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/four_cc.h"
+#include "core/smc_data_codec.h"
 #include "core/smc_data_type.h"
 #include "smc/smc_kernel_bridge.h"
 #include "smc/smc_param_struct.h"
@@ -9,8 +11,10 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <numeric>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -24,35 +28,77 @@ namespace halvoren {
 class CountingTransport final : public SMCTransport {
 public:
     // Adds or replaces a key holding `value` encoded as `type`, its dataSize that encoding's.
-    void setValue(std::string_view key, SMCDataType type, double value);
+    void setValue(std::string_view key, SMCDataType type, double value) {
+        auto encoded = SMCDataCodec::encode(value, type);
+        const auto size = static_cast<std::uint32_t>(encoded.size());
+        setRaw(key, type.code(), size, std::move(encoded));
+    }
     // Adds or replaces a key with any type code, declared size and bytes.
     void setRaw(std::uint32_t code, std::uint32_t dataType, std::uint32_t dataSize,
                 std::vector<std::uint8_t> bytes);
     void setRaw(std::string_view key, std::uint32_t dataType, std::uint32_t dataSize,
-                std::vector<std::uint8_t> bytes);
+                std::vector<std::uint8_t> bytes) {
+        setRaw(FourCC::code(key), dataType, dataSize, std::move(bytes));
+    }
     // An explicit "#KEY" (ui32), for a count that disagrees with the table.
-    void setKeyCount(std::uint32_t count);
+    void setKeyCount(std::uint32_t count) {
+        locked([&] { keyCount = count; });
+    }
 
-    // `command` on `key` answers with this result byte and has no effect; 0 restores
-    // normal answers.
-    void setResult(std::string_view key, SMCCommand command, std::uint8_t result);
-    void setIndexResult(std::uint32_t index, std::uint8_t result);
-    // `command` on `key` throws SMCError::callFailed(code).
-    void failCall(std::string_view key, SMCCommand command, std::int32_t code);
-    void failIndex(std::uint32_t index, std::int32_t code);
+    // `command` on `key` (or the by-index command on `index`) answers with this result byte
+    // and has no effect; 0 restores normal answers. The fail* forms throw
+    // SMCError::callFailed(code) instead.
+    void setResult(std::string_view key, SMCCommand command, std::uint8_t result) {
+        setOutcome({byte(command), FourCC::code(key)}, {result, {}});
+    }
+    void setIndexResult(std::uint32_t index, std::uint8_t result) {
+        setOutcome({byte(SMCCommand::keyByIndex), index}, {result, {}});
+    }
+    void failCall(std::string_view key, SMCCommand command, std::int32_t code) {
+        setOutcome({byte(command), FourCC::code(key)}, {0, code});
+    }
+    void failIndex(std::uint32_t index, std::int32_t code) {
+        setOutcome({byte(SMCCommand::keyByIndex), index}, {0, code});
+    }
     // Every exchange throws SMCError::callFailed(code) until clearFailures.
-    void failEveryCall(std::int32_t code);
+    void failEveryCall(std::int32_t code) {
+        locked([&] { everyCallFailure = code; });
+    }
     // Drops every result override and failure.
-    void clearFailures();
+    void clearFailures() {
+        locked([&] {
+            overrides.clear();
+            everyCallFailure.reset();
+        });
+    }
 
     // Exchanges made, failed ones included.
-    int calls(SMCCommand command) const;
-    int totalCalls() const;
-    void resetCounts();
+    int calls(SMCCommand command) const {
+        return locked([&] { return counts.contains(byte(command)) ? counts.at(byte(command)) : 0; });
+    }
+    int totalCalls() const {
+        return locked([&] {
+            return std::accumulate(counts.begin(), counts.end(), 0,
+                                   [](int sum, const auto& entry) { return sum + entry.second; });
+        });
+    }
+    void resetCounts() {
+        locked([&] { counts.clear(); });
+    }
     // The latest input of a command, if there was one.
-    std::optional<SMCParamStruct> lastInput(SMCCommand command) const;
+    std::optional<SMCParamStruct> lastInput(SMCCommand command) const {
+        return locked([&] {
+            const auto it = lastInputs.find(byte(command));
+            return it == lastInputs.end() ? std::nullopt : std::optional(it->second);
+        });
+    }
     // The value bytes a key holds now (after writes, too); empty for an unknown key.
-    std::vector<std::uint8_t> bytes(std::string_view key) const;
+    std::vector<std::uint8_t> bytes(std::string_view key) const {
+        return locked([&] {
+            const auto found = entry(FourCC::code(key));
+            return found ? found->bytes : std::vector<std::uint8_t>{};
+        });
+    }
 
     SMCParamStruct call(const SMCParamStruct& input) override;
 
@@ -68,8 +114,22 @@ private:
     };
     using Subject = std::pair<std::uint8_t, std::uint32_t>; // command, key code or index
 
-    void setOutcome(Subject subject, std::uint8_t result);
-    void store(std::uint32_t code, Entry entry);
+    static constexpr std::uint8_t byte(SMCCommand command) { return static_cast<std::uint8_t>(command); }
+    template <class F>
+    auto locked(F&& f) const -> std::invoke_result_t<F&> {
+        const std::lock_guard guard(lock);
+        return f();
+    }
+    void setOutcome(Subject subject, Outcome outcome) {
+        locked([&] {
+            if (outcome.result == 0 && !outcome.thrown) {
+                overrides.erase(subject);
+            } else {
+                overrides[subject] = outcome;
+            }
+        });
+    }
+    // Callers hold the lock.
     std::optional<Entry> entry(std::uint32_t code) const;
 
     mutable std::mutex lock;
@@ -87,6 +147,10 @@ struct FakeBridge {
     CountingTransport* fake;
     std::shared_ptr<SMCKernelBridge> bridge;
 };
-FakeBridge makeFakeBridge();
+inline FakeBridge makeFakeBridge() {
+    auto transport = std::make_unique<CountingTransport>();
+    CountingTransport* fake = transport.get();
+    return {fake, std::make_shared<SMCKernelBridge>(std::move(transport))};
+}
 
 } // namespace halvoren

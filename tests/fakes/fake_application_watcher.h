@@ -14,32 +14,24 @@ public:
     std::vector<std::string> running;
 
     std::vector<std::string> runningApplicationIDs() override { return running; }
-    void start(Notices notices) override {
-        notices_ = std::move(notices);
-        started_ = true;
-    }
-    void stop() override {
-        notices_ = {};
-        started_ = false;
-    }
-    bool started() const { return started_; }
+    void start(Notices notices) override { notices_ = std::move(notices); }
+    void stop() override { notices_ = {}; }
 
     void launch(const std::string& id) {
         running.push_back(id);
-        if (started_ && notices_.launched) {
+        if (notices_.launched) {
             notices_.launched(id);
         }
     }
     void terminate(const std::string& id) {
         std::erase(running, id);
-        if (started_ && notices_.terminated) {
+        if (notices_.terminated) {
             notices_.terminated(id);
         }
     }
 
 private:
-    Notices notices_;
-    bool started_ = false;
+    Notices notices_; // none while stopped
 };
 
 } // namespace halvoren

@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
@@ -38,10 +39,6 @@ public:
     std::vector<Write> writes;
     int restoreCalls = 0;
     int stateCalls = 0;
-    int registerCalls = 0;
-    int unregisterCalls = 0;
-    int bounceCalls = 0;
-    int versionCalls = 0;
     int reopenCalls = 0;
     std::function<void()> lossHandler;
     std::function<void()> onUnregister; // run as the helper is let go
@@ -55,25 +52,15 @@ public:
         ++stateCalls;
         co_return HelperState(state); // a copy: co_return of a member would move it out
     }
-    QCoro::Task<HelperState> registerHelper() override {
-        ++registerCalls;
-        co_return HelperState(state);
-    }
+    QCoro::Task<HelperState> registerHelper() override { co_return HelperState(state); }
     QCoro::Task<HelperState> unregisterHelper() override {
-        ++unregisterCalls;
         if (onUnregister) {
             onUnregister();
         }
         co_return HelperState::notRegistered();
     }
-    QCoro::Task<HelperState> bounceHelper() override {
-        ++bounceCalls;
-        co_return HelperState(state);
-    }
-    QCoro::Task<std::string> daemonVersion() override {
-        ++versionCalls;
-        co_return std::string(version);
-    }
+    QCoro::Task<HelperState> bounceHelper() override { co_return HelperState(state); }
+    QCoro::Task<std::string> daemonVersion() override { co_return std::string(version); }
     QCoro::Task<double> setTargetRPM(int fan, double rpm) override {
         writes.push_back({fan, rpm});
         if (!writeOutcomes.empty()) {
@@ -105,10 +92,9 @@ public:
 
     std::vector<double> writesTo(int fan) const {
         std::vector<double> values;
-        for (const Write& write : writes) {
-            if (write.fan == fan) {
-                values.push_back(write.rpm);
-            }
+        for (const Write& write :
+             writes | std::views::filter([fan](const Write& w) { return w.fan == fan; })) {
+            values.push_back(write.rpm);
         }
         return values;
     }

@@ -69,7 +69,7 @@ inline nlohmann::json callHelper(int fd, const std::string& request) {
     return nlohmann::json::parse(payload);
 }
 
-inline std::string setTargetRequest(int id, int fan, double rpm) {
+inline std::string setTargetRequest(std::uint64_t id, int fan, double rpm) {
     return nlohmann::json{{"id", id}, {"method", "setTargetRPM"}, {"fan", fan}, {"rpm", rpm}}.dump();
 }
 

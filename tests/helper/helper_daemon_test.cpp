@@ -14,7 +14,7 @@ namespace halvoren {
 namespace {
 
 using test::call;
-using test::setTarget;
+constexpr auto setTarget = testing::setTargetRequest;
 using test::SimulatedDaemon;
 using test::TestClient;
 

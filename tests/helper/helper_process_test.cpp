@@ -15,7 +15,6 @@
 
 #include <QCoreApplication>
 #include <QProcess>
-#include <array>
 #include <csignal>
 #include <gtest/gtest.h>
 #include <optional>
@@ -35,12 +34,6 @@ using testing::connectTo;
 using testing::HelperProcess;
 using testing::setTargetRequest;
 using testing::waitUntil;
-
-// The fan modes as anyone reading the simulated controller's socket sees them.
-std::array<double, 2> fanModes(const std::string& smcSocket) {
-    SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(smcSocket));
-    return {bridge.read("F0Md"), bridge.read("F1Md")};
-}
 
 // Forks a client that forces fans with `frames` and waits to be killed; its pid once it says the
 // fans are forced, -1 when it never does.
@@ -68,40 +61,62 @@ protected:
     QCoreApplication app{argc, nullptr};
 };
 
-TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminated) {
-    testing::TempDirectory directory;
-    const std::string socket = (directory / "helper.sock").string();
-    const std::string smc = (directory / "smc.sock").string();
-    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--simulate", "--socket", QString::fromStdString(socket),
-                                                  "--smc-socket", QString::fromStdString(smc)});
-    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
-    ASSERT_EQ(fanModes(smc), (std::array<double, 2>{0, 0}));
+// A real helper process writing the fans of a simulated Mac that this process serves on a socket.
+struct HelperOverSimulator {
+    explicit HelperOverSimulator(const std::string& profile)
+        : mac(std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), SystemClock::shared(), 1,
+                                             idleLoad())) {
+        simulator.start();
+        helper.emplace(HALVOREN_HELPER_BINARY, QStringList{"--smc-socket", QString::fromStdString(smc),
+                                                           "--socket", QString::fromStdString(socket)});
+    }
 
+    testing::TempDirectory directory;
+    std::string socket = (directory / "helper.sock").string();
+    std::string smc = (directory / "smc.sock").string();
+    std::shared_ptr<SimulatedMac> mac;
+    SimulatedSMCTransport transport{mac};
+    SMCSocketServer simulator{transport, smc};
+    std::optional<HelperProcess> helper; // started once the simulator listens
+};
+
+TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminated) {
+    HelperOverSimulator rig("apple-silicon-laptop-2fan");
+    HelperProcess& helper = *rig.helper;
+    ASSERT_TRUE(helper.waitForSocket(rig.socket)) << helper.process.readAllStandardError().toStdString();
+    const auto forced = [&] { return std::pair{rig.mac->fans()[0].forced, rig.mac->fans()[1].forced}; };
     const pid_t child = startForcingClient(
-        socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))});
+        rig.socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))});
     ASSERT_GT(child, 0);
-    EXPECT_EQ(fanModes(smc), (std::array<double, 2>{1, 1}));
+    EXPECT_EQ(forced(), std::pair(true, true));
 
     // Another client stays connected and keeps talking: the dead one's fans go back all the same.
-    auto bystander = connectTo(socket);
+    auto bystander = connectTo(rig.socket);
     ASSERT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
-    EXPECT_TRUE(waitUntil(after(1000ms), [&] {
-        return fanModes(smc) == std::array<double, 2>{0, 0};
-    })) << "the fans stayed forced for a second after their client died";
+    EXPECT_TRUE(waitUntil(after(1000ms), [&] { return forced() == std::pair(false, false); }))
+        << "the fans stayed forced for a second after their client died";
     EXPECT_EQ(callHelper(bystander.get(), R"({"id":2,"method":"heartbeat"})")["id"], 2);
 
-    // Terminated while a fan is forced: the simulated Mac dies with the daemon, so its word
-    // and its exit status are the evidence here (the test below looks at the fans).
-    auto client = connectTo(socket);
-    ASSERT_EQ(callHelper(client.get(), setTargetRequest(3, 1, 5000))["applied"], 5000.0);
+    // Terminated while a fan is forced: it hands it back, says so, and removes its socket file.
+    ASSERT_EQ(callHelper(bystander.get(), setTargetRequest(3, 1, 5000))["applied"], 5000.0);
     helper.process.terminate();
     ASSERT_TRUE(helper.process.waitForFinished(10000));
     EXPECT_EQ(helper.process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(helper.process.exitCode(), 0);
+    EXPECT_EQ(forced(), std::pair(false, false));
     const auto log = helper.process.readAllStandardError().toStdString();
     EXPECT_NE(log.find("Handed every fan back to the firmware: received SIGTERM"), std::string::npos) << log;
+    EXPECT_FALSE(std::filesystem::exists(rig.socket)) << "the socket file is removed on the way out";
+
+    // Without --simulate and without any fan hardware the helper refuses to run.
+    HelperProcess nothing(HALVOREN_HELPER_BINARY,
+                          {"--socket", QString::fromStdString(rig.socket), "--sysfs-root",
+                           QString::fromStdString((rig.directory / "no-hwmon").string())});
+    ASSERT_TRUE(nothing.process.waitForFinished(10000));
+    EXPECT_EQ(nothing.process.exitCode(), 1);
+    EXPECT_NE(nothing.process.readAllStandardError().indexOf("no fan this helper can drive"), -1);
 }
 
 TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
@@ -134,25 +149,6 @@ TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
     }
 }
 
-// A real helper process writing the fans of a simulated Mac that this process serves on a socket.
-struct HelperOverSimulator {
-    explicit HelperOverSimulator(const std::string& profile)
-        : mac(std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), SystemClock::shared(), 1,
-                                             idleLoad())) {
-        simulator.start();
-        helper.emplace(HALVOREN_HELPER_BINARY, QStringList{"--smc-socket", QString::fromStdString(smc),
-                                                           "--socket", QString::fromStdString(socket)});
-    }
-
-    testing::TempDirectory directory;
-    std::string socket = (directory / "helper.sock").string();
-    std::string smc = (directory / "smc.sock").string();
-    std::shared_ptr<SimulatedMac> mac;
-    SimulatedSMCTransport transport{mac};
-    SMCSocketServer simulator{transport, smc};
-    std::optional<HelperProcess> helper; // started once the simulator listens
-};
-
 TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
     HelperOverSimulator rig("apple-silicon-desktop-1fan");
     ASSERT_TRUE(rig.helper->waitForSocket(rig.socket))
@@ -167,32 +163,6 @@ TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForc
     EXPECT_TRUE(waitUntil(after(5000ms), [&] { return bridge.read("Ftst") == 0.0; }));
     EXPECT_EQ(bridge.read("F0Md"), 3.0) << "the system's thermal control has the fan again";
     EXPECT_FALSE(rig.mac->fans()[0].forced);
-}
-
-TEST_F(HelperProcessTest, TerminationHandsTheSimulatorsFansBack) {
-    HelperOverSimulator rig("apple-silicon-laptop-2fan");
-    const testing::TempDirectory& directory = rig.directory;
-    const std::string& socket = rig.socket;
-    const auto& mac = rig.mac;
-    HelperProcess& helper = *rig.helper;
-    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
-    auto client = connectTo(socket);
-    ASSERT_EQ(callHelper(client.get(), setTargetRequest(1, 0, 3000))["applied"], 3000.0);
-    ASSERT_TRUE(mac->fans()[0].forced);
-
-    helper.process.terminate();
-    ASSERT_TRUE(helper.process.waitForFinished(10000));
-    EXPECT_EQ(helper.process.exitCode(), 0);
-    EXPECT_FALSE(mac->fans()[0].forced);
-    EXPECT_FALSE(std::filesystem::exists(socket)) << "the socket file is removed on the way out";
-
-    // Without --simulate and without any fan hardware the helper refuses to run.
-    HelperProcess nothing(HALVOREN_HELPER_BINARY,
-                          {"--socket", QString::fromStdString(socket), "--sysfs-root",
-                           QString::fromStdString((directory / "no-hwmon").string())});
-    ASSERT_TRUE(nothing.process.waitForFinished(10000));
-    EXPECT_EQ(nothing.process.exitCode(), 1);
-    EXPECT_NE(nothing.process.readAllStandardError().indexOf("no fan this helper can drive"), -1);
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "../smc/temp_directory.h"
 #include "core/frame_codec.h"
+#include "fakes/forcing_client.h"
+#include "fakes/helper_process.h"
 #include "helper/helper_daemon.h"
 #include "helper/smc_fan_writer.h"
 #include "platform/timer_source.h"
@@ -17,7 +19,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <grp.h>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <poll.h>
@@ -38,15 +39,10 @@ inline constexpr auto patience = 5s;
 // test lives on this same thread.
 class TestClient {
 public:
-    explicit TestClient(const std::string& path) {
-        sockaddr_un address{};
-        UnixSocket::makeAddress(path, address);
-        fd_ = UnixSocket::streamSocket();
-        connected_ = fd_.valid() &&
-                     ::connect(fd_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    }
+    explicit TestClient(const std::string& path)
+        : fd_(testing::connectTo(path)) {}
 
-    bool connected() const { return connected_; }
+    bool connected() const { return fd_.valid(); }
 
     // Sends every byte, letting the daemon read when the socket is full. False when the
     // daemon closed the connection or the wait ran out.
@@ -141,7 +137,6 @@ private:
     }
 
     UnixSocket::FileDescriptor fd_;
-    bool connected_ = false;
     FrameReader reader_;
     bool closed_ = false;
     std::size_t received_ = 0;
@@ -169,14 +164,7 @@ struct SimulatedDaemon {
     }
 
     SimulatedFan fan(int i) { return mac->fans().at(static_cast<std::size_t>(i)); }
-    bool anyFanForced() {
-        for (const auto& fan : mac->fans()) {
-            if (fan.forced) {
-                return true;
-            }
-        }
-        return false;
-    }
+    bool anyFanForced() { return std::ranges::any_of(mac->fans(), &SimulatedFan::forced); }
 
     testing::TempDirectory directory;
     std::string socketPath = (directory / "helper.sock").string();
@@ -188,9 +176,6 @@ struct SimulatedDaemon {
     HelperDaemon daemon;
 };
 
-inline std::string setTarget(std::uint64_t id, int fan, double rpm) {
-    return nlohmann::json{{"id", id}, {"method", "setTargetRPM"}, {"fan", fan}, {"rpm", rpm}}.dump();
-}
 inline std::string setManual(std::uint64_t id, int fan, bool enabled) {
     return nlohmann::json{{"id", id}, {"method", "setManualControl"}, {"fan", fan}, {"enabled", enabled}}
         .dump();
@@ -224,43 +209,21 @@ private:
     QtMessageHandler previous_;
 };
 
-// What a client of another user got from the daemon.
-enum class Reach { answered = 0, cannotConnect = 1, noAnswer = 2, cannotBecomeUser = 3 };
-
-inline void PrintTo(Reach exchange, std::ostream* out) {
-    static constexpr const char* names[] = {"answered", "cannot connect", "no answer",
-                                            "cannot become the user"};
-    *out << names[static_cast<int>(exchange)];
-}
+using testing::Reach;
 
 inline bool runningAsRoot() {
     return ::geteuid() == 0;
 }
 
-// Forks a child that becomes `uid` (its group the same number, no other groups), connects to
-// `path`, sends a heartbeat and waits for the answer. The parent runs the event loop until the
-// child is done, since an in-process daemon lives on this thread. Needs root; after fork() the
-// child makes only system calls, on buffers made before.
+// What a client that becomes `uid` gets for a heartbeat at `path`. Runs the event loop until the
+// child is done, since an in-process daemon lives on this thread. Needs root.
 inline Reach exchangeAs(uid_t uid, const std::string& path) {
     sockaddr_un address{};
     UnixSocket::makeAddress(path, address);
-    const std::string frame = frameBytes(call(1, "heartbeat"));
+    const std::vector<std::string> frames{frameBytes(call(1, "heartbeat"))};
     const pid_t pid = ::fork();
     if (pid == 0) {
-        if (::setgroups(0, nullptr) < 0 || ::setgid(uid) < 0 || ::setuid(uid) < 0) {
-            ::_exit(static_cast<int>(Reach::cannotBecomeUser));
-        }
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
-            ::_exit(static_cast<int>(Reach::cannotConnect));
-        }
-        char reply[64];
-        pollfd entry{fd, POLLIN, 0};
-        if (::write(fd, frame.data(), frame.size()) != static_cast<long>(frame.size()) ||
-            ::poll(&entry, 1, 5000) != 1 || ::read(fd, reply, sizeof reply) <= 4) {
-            ::_exit(static_cast<int>(Reach::noAnswer));
-        }
-        ::_exit(static_cast<int>(Reach::answered));
+        ::_exit(static_cast<int>(testing::exchangeInChild(address, frames, uid)));
     }
     int status = 0;
     const auto deadline = std::chrono::steady_clock::now() + 2 * patience;

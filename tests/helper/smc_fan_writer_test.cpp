@@ -1,6 +1,7 @@
 // The controller-key writer against a simulated Mac of each generation.
 
 #include "../sim/sim_test_support.h"
+#include "../smc/smc_test_support.h"
 #include "helper/smc_fan_writer.h"
 #include "sim/load_scenario.h"
 #include "sim/simulated_smc_transport.h"
@@ -14,13 +15,7 @@ struct Rig {
     explicit Rig(MachineProfile profile)
         : mac(std::make_shared<SimulatedMac>(std::move(profile), clock, 1, idleLoad())) {}
 
-    std::vector<bool> forced() {
-        std::vector<bool> result;
-        for (const auto& fan : mac->fans()) {
-            result.push_back(fan.forced);
-        }
-        return result;
-    }
+    std::vector<bool> forced() { return test::forcedFans(*mac); }
     double read(const std::string& key) { return test::Exchange{*mac}.read(key); }
 
     // setTarget until the system has let go of the fan, in half-second steps of model time.
@@ -91,12 +86,8 @@ TEST(SMCFanWriter, ForcesVerifiesAndHandsBackOnEveryGeneration) {
 
 TEST(SMCFanWriter, UnlockWaitsForTheSystemWithoutBlockingAndGivesUpAfterTheDeadline) {
     Rig rig(test::asGeneration(laptop(), false, true));
-    try {
-        rig.writer.setTarget(0, 3000.0);
-        FAIL() << "the system still holds the fan";
-    } catch (const FanWritePending& pending) {
-        EXPECT_STREQ(pending.what(), "fan 0 is being released by the system's thermal control");
-    }
+    EXPECT_EQ(thrownMessage<FanWritePending>([&] { rig.writer.setTarget(0, 3000.0); }),
+              "fan 0 is being released by the system's thermal control");
     EXPECT_EQ(rig.read("Ftst"), 1.0);
     EXPECT_EQ(rig.read("F0Md"), 3.0);
     rig.clock.advance(3.9);
@@ -125,14 +116,7 @@ TEST(SMCFanWriter, UnlockWaitsForTheSystemWithoutBlockingAndGivesUpAfterTheDeadl
                                 "within 10.0 s of Ftst = 1";
     for (const double wait : {0.0, SMCFanWriter::coolOff - 0.1}) {
         held.clock.advance(wait);
-        try {
-            held.writer.setTarget(1, 3000.0);
-            FAIL() << "refused";
-        } catch (const FanWritePending&) {
-            FAIL() << "refused, not pending";
-        } catch (const FanWriteError& error) {
-            EXPECT_EQ(error.what(), refusal);
-        }
+        EXPECT_EQ(thrownMessage<FanWriteError>([&] { held.writer.setTarget(1, 3000.0); }), refusal);
         EXPECT_EQ(held.read("Ftst"), 0.0);
         EXPECT_EQ(held.writer.refusal(1), refusal) << "the daemon asks first and writes nothing";
     }
@@ -147,13 +131,8 @@ TEST(SMCFanWriter, AControllerWithoutForcingKeysRefusesEveryWriteAndHasNothingTo
                   [](const ProfileKey& key) { return key.name == "F0Md" || key.name == "F1Md"; });
     Rig rig(profile);
     EXPECT_EQ(rig.writer.protocol().kind, FanControl::none);
-    try {
-        rig.writer.setTarget(0, 3000.0);
-        FAIL() << "refused";
-    } catch (const FanWriteError& error) {
-        EXPECT_EQ(std::string(error.what()),
-                  R"(fan 0 cannot be forced: the controller has no F0Md, F0md or "FS! " key)");
-    }
+    EXPECT_EQ(thrownMessage<FanWriteError>([&] { rig.writer.setTarget(0, 3000.0); }),
+              R"(fan 0 cannot be forced: the controller has no F0Md, F0md or "FS! " key)");
     EXPECT_NO_THROW(rig.writer.restoreAutomatic());
 }
 

@@ -1,6 +1,7 @@
 // The sysfs writers build only on Linux.
 #if defined(__linux__)
 
+#include "../smc/smc_test_support.h"
 #include "../smc/temp_directory.h"
 #include "helper/hardware_fan_writer.h"
 #include "helper/linux/applesmc_fan_writer.h"
@@ -22,32 +23,14 @@ std::string text(const std::filesystem::path& file) {
     return Hwmon::readText(file).value_or("<unreadable>");
 }
 
-void writeAll(const std::filesystem::path& directory,
-              std::initializer_list<std::pair<const char*, const char*>> files) {
-    for (const auto& [name, value] : files) {
-        writeFile(directory / name, value);
-    }
-}
-
 // A Mac running Linux: a decoy device with fan files first, then applesmc with two fans.
 void makeAppleSMC(const TempDirectory& root) {
-    writeAll(root / "hwmon0", {{"name", "nct6775"},
-                               {"pwm1_enable", "5"},
-                               {"fan1_target", "0"},
-                               {"fan1_min", "0"},
-                               {"fan1_max", "9000"},
-                               {"fan1_input", "800"}});
-    writeAll(root / "hwmon2", {{"name", "applesmc"},
-                               {"fan1_input", "1200"},
-                               {"fan1_min", "1200"},
-                               {"fan1_max", "6200"},
-                               {"fan1_output", "1200"},
-                               {"fan1_manual", "0"},
-                               {"fan2_input", "1300"},
-                               {"fan2_min", "1300"},
-                               {"fan2_max", "5800"},
-                               {"fan2_output", "1300"},
-                               {"fan2_manual", "1"}});
+    testing::writeFiles(root / "hwmon0", {"name=nct6775", "pwm1_enable=5", "fan1_target=0", "fan1_min=0",
+                                          "fan1_max=9000", "fan1_input=800"});
+    testing::writeFiles(root / "hwmon2",
+                        {"name=applesmc", "fan1_input=1200", "fan1_min=1200", "fan1_max=6200",
+                         "fan1_output=1200", "fan1_manual=0", "fan2_input=1300", "fan2_min=1300",
+                         "fan2_max=5800", "fan2_output=1300", "fan2_manual=1"});
 }
 
 TEST(AppleSMCFanWriter, DrivesTheDriversFanFiles) {
@@ -78,30 +61,20 @@ TEST(AppleSMCFanWriter, DrivesTheDriversFanFiles) {
     std::filesystem::remove(smc / "fan2_max");
     EXPECT_THROW(writer->limits(1), FanWriteError);
     std::filesystem::remove(smc / "fan2_output");
-    try {
-        writer->setTarget(1, 2000);
-        ADD_FAILURE() << "a write to a missing file succeeded";
-    } catch (const FanWriteError& error) {
-        EXPECT_NE(std::string(error.what()).find("fan2_output"), std::string::npos) << error.what();
-    }
+    const auto failure = thrownMessage<FanWriteError>([&] { writer->setTarget(1, 2000); });
+    EXPECT_NE(failure.find("fan2_output"), std::string::npos) << failure;
 }
 
 TEST(HwmonFanWriter, TakesTheFirstDeviceWithTargetChannelsAndRestoresTheirModes) {
     TempDirectory root;
     EXPECT_EQ(openHardwareFanWriter(root.path()), nullptr);
     // Read-only enable: not controllable.
-    writeAll(root / "hwmon0", {{"name", "it87"}, {"pwm1_enable", "2"}, {"fan1_target", "0"}});
+    testing::writeFiles(root / "hwmon0", {"name=it87", "pwm1_enable=2", "fan1_target=0"});
     ::chmod((root / "hwmon0/pwm1_enable").c_str(), 0444);
     // Channel 1 has no target; 2 and 3 qualify, 3 was left forced by a helper that died.
-    writeAll(root / "hwmon1", {{"name", "nct6775"},
-                               {"pwm1_enable", "2"},
-                               {"pwm2_enable", "5"},
-                               {"fan2_target", "0"},
-                               {"fan2_min", "300"},
-                               {"fan2_max", "2400"},
-                               {"pwm3_enable", "1"},
-                               {"fan3_target", "0"}});
-    writeAll(root / "hwmon4", {{"name", "other"}, {"pwm1_enable", "2"}, {"fan1_target", "0"}});
+    testing::writeFiles(root / "hwmon1", {"name=nct6775", "pwm1_enable=2", "pwm2_enable=5", "fan2_target=0",
+                                          "fan2_min=300", "fan2_max=2400", "pwm3_enable=1", "fan3_target=0"});
+    testing::writeFiles(root / "hwmon4", {"name=other", "pwm1_enable=2", "fan1_target=0"});
     const auto device = root / "hwmon1";
 
     auto writer = openHardwareFanWriter(root.path());

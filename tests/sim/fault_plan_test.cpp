@@ -1,7 +1,7 @@
+#include "../smc/smc_test_support.h"
 #include "core/four_cc.h"
 #include "sim/simulated_smc_transport.h"
 #include "sim_test_support.h"
-#include "smc/smc_error.h"
 
 #include <atomic>
 #include <chrono>
@@ -24,13 +24,9 @@ struct FaultTest : ::testing::Test {
 
     // The code of the callFailed an exchange throws, or none.
     std::optional<std::int32_t> failure() {
-        try {
-            ex.info("TB0T");
-        } catch (const SMCError& error) {
-            EXPECT_EQ(error.kind(), SMCError::Kind::callFailed);
-            return error.code();
-        }
-        return std::nullopt;
+        const auto error = thrownError([&] { ex.info("TB0T"); });
+        EXPECT_TRUE(!error || error->kind() == SMCError::Kind::callFailed);
+        return error ? std::optional(error->code()) : std::nullopt;
     }
 };
 
@@ -113,12 +109,7 @@ TEST_F(FaultTest, TransportsOpenUnlessTheControllerCannotBeOpened) {
     EXPECT_EQ(transport->call(in).bytes[0], 2);
 
     plan({.failingCalls = FaultPlan::FailingCalls{-536870212, 1}, .openFailure = -536870207});
-    try {
-        openSimulatedTransport(mac);
-        ADD_FAILURE() << "opened";
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error, SMCError::openFailed(-536870207));
-    }
+    EXPECT_EQ(thrownError([&] { openSimulatedTransport(mac); }), SMCError::openFailed(-536870207));
     EXPECT_THROW(transport->call(in), SMCError) << "the open transport shares the machine's faults";
 }
 

@@ -1,3 +1,4 @@
+#include "../smc/smc_test_support.h"
 #include "platform/host_cpu_load.h"
 #include "sim/load_scenario.h"
 
@@ -8,12 +9,7 @@ namespace halvoren {
 namespace {
 
 std::string scriptError(const std::string& text) {
-    try {
-        LoadScript::parse(text);
-    } catch (const LoadScriptError& error) {
-        return error.what();
-    }
-    return "none";
+    return thrownMessage<LoadScriptError>([&] { LoadScript::parse(text); });
 }
 
 TEST(LoadScript, InterpolatesBetweenPointsHoldsAtTheEndsAndStepsAtEqualTimes) {

@@ -1,15 +1,16 @@
+#include "../smc/smc_test_support.h"
+#include "../smc/temp_directory.h"
 #include "core/fan_key.h"
 #include "core/four_cc.h"
 #include "core/smc_data_codec.h"
 #include "sim_test_support.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <map>
 #include <set>
-#include <unistd.h>
 
 namespace halvoren {
 namespace {
@@ -19,26 +20,17 @@ using test::Exchange;
 const std::string alphabet = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
 // The number of runs of adjacent two-character suffixes in a key family.
-int familyRuns(const MachineProfile& profile, const std::string& prefix, const std::string& excluding = "") {
+int familyRuns(const MachineProfile& profile, const std::string& prefix) {
     std::set<std::size_t> indices;
     for (const auto& key : profile.keys) {
-        if (key.name.size() != 4 || !key.name.starts_with(prefix) ||
-            (!excluding.empty() && key.name.starts_with(excluding))) {
-            continue;
-        }
-        const auto a = alphabet.find(key.name[2]);
-        const auto b = alphabet.find(key.name[3]);
-        if (a != std::string::npos && b != std::string::npos) {
-            indices.insert(a * 62 + b);
+        if (key.name.size() == 4 && key.name.starts_with(prefix) &&
+            alphabet.find(key.name[2]) != std::string::npos &&
+            alphabet.find(key.name[3]) != std::string::npos) {
+            indices.insert(alphabet.find(key.name[2]) * 62 + alphabet.find(key.name[3]));
         }
     }
-    int runs = 0;
-    std::optional<std::size_t> previous;
-    for (const auto index : indices) {
-        runs += (!previous || index >= *previous + 2) ? 1 : 0;
-        previous = index;
-    }
-    return runs;
+    return static_cast<int>(
+        std::ranges::count_if(indices, [&](std::size_t i) { return i == 0 || !indices.contains(i - 1); }));
 }
 
 TEST(MachineProfile, EveryBuiltInProfileParsesAndServesEveryKeyInOrder) {
@@ -131,24 +123,21 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
 
     const auto intel = test::builtIn("intel-laptop");
     EXPECT_EQ(intel.coreCounts.performance, 0);
-    EXPECT_EQ(typeOf(intel, "F0Ac"), "fpe2");
-    EXPECT_EQ(typeOf(intel, "F1Tg"), "fpe2");
-    EXPECT_EQ(typeOf(intel, "TC0P"), "sp78");
-    EXPECT_EQ(typeOf(intel, "PC0C"), "sp96");
-    EXPECT_EQ(typeOf(intel, "PSTR"), "flt ");
-    EXPECT_EQ(typeOf(intel, "FS! "), "ui16");
+    for (const auto& [key, type] : {std::pair{"F0Ac", "fpe2"},
+                                    {"F1Tg", "fpe2"},
+                                    {"TC0P", "sp78"},
+                                    {"PC0C", "sp96"},
+                                    {"PSTR", "flt "},
+                                    {"FS! ", "ui16"}}) {
+        EXPECT_EQ(typeOf(intel, key), type) << key;
+    }
     EXPECT_EQ(intel.key("F0Md"), nullptr);
 }
 
 // The ProfileError that `load` raises, as its message, or "none".
 template <class F>
 std::string errorOf(F&& load) {
-    try {
-        load();
-    } catch (const ProfileError& error) {
-        return error.what();
-    }
-    return "none";
+    return thrownMessage<ProfileError>(load);
 }
 
 std::string parseError(const std::string& text) {
@@ -221,10 +210,10 @@ TEST(MachineProfile, ParseRefusesCorruptOrInconsistentProfilesWithAClearMessage)
 }
 
 TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
-    const auto dir = std::filesystem::temp_directory_path() / ("halvoren-sim-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(dir);
+    const testing::TempDirectory temp;
+    const auto& dir = temp.path();
     const auto write = [&](const std::string& name, const std::string& text) {
-        std::ofstream(dir / name, std::ios::binary) << text;
+        testing::writeFile(dir / name, text);
         return dir / name;
     };
     const auto good =
@@ -255,7 +244,6 @@ TEST(MachineProfile, LoadReadsAnyPathAndNamesTheFileInItsErrors) {
     for (const auto& name : MachineProfile::builtInNames()) {
         EXPECT_NE(unknown.find(name), std::string::npos) << name;
     }
-    std::filesystem::remove_all(dir);
 }
 
 } // namespace

@@ -17,19 +17,20 @@ namespace halvoren::test {
 struct Exchange {
     SimulatedMac& mac;
 
-    SMCParamStruct info(const std::string& key) {
+    SMCParamStruct send(SMCCommand command, const std::string& key, std::uint32_t size = 0,
+                        std::uint32_t index = 0) {
         SMCParamStruct in;
-        in.key = FourCC::code(key);
-        in.data8 = static_cast<std::uint8_t>(SMCCommand::keyInformation);
-        return mac.exchange(in);
-    }
-    SMCParamStruct readRaw(const std::string& key, std::uint32_t size) {
-        SMCParamStruct in;
-        in.key = FourCC::code(key);
+        in.key = key.empty() ? 0 : FourCC::code(key);
         in.keyInfo.dataSize = size;
-        in.data8 = static_cast<std::uint8_t>(SMCCommand::readValue);
+        in.data8 = static_cast<std::uint8_t>(command);
+        in.data32 = index;
         return mac.exchange(in);
     }
+    SMCParamStruct info(const std::string& key) { return send(SMCCommand::keyInformation, key); }
+    SMCParamStruct readRaw(const std::string& key, std::uint32_t size) {
+        return send(SMCCommand::readValue, key, size);
+    }
+    SMCParamStruct atIndex(std::uint32_t index) { return send(SMCCommand::keyByIndex, "", 0, index); }
     // The decoded value; the key must exist and have a type the codec converts.
     double read(const std::string& key) {
         const auto keyInfo = info(key).keyInfo;
@@ -52,12 +53,6 @@ struct Exchange {
         const auto keyInfo = info(key).keyInfo;
         const auto type = SMCDataType::fromRawType(keyInfo.dataType);
         return writeBytes(key, SMCDataCodec::encode(value, type), keyInfo.dataType);
-    }
-    SMCParamStruct atIndex(std::uint32_t index) {
-        SMCParamStruct in;
-        in.data32 = index;
-        in.data8 = static_cast<std::uint8_t>(SMCCommand::keyByIndex);
-        return mac.exchange(in);
     }
 };
 
@@ -84,6 +79,15 @@ inline MachineProfile asGeneration(MachineProfile profile, bool lowerCaseMode, b
             {"Ftst", FourCC::code("Ftst"), SMCDataType::ui8Code, 1, {0}, KeySource::FanTest{}});
     }
     return profile;
+}
+
+// Which fans are forced, in order.
+inline std::vector<bool> forcedFans(SimulatedMac& mac) {
+    std::vector<bool> forced;
+    for (const auto& fan : mac.fans()) {
+        forced.push_back(fan.forced);
+    }
+    return forced;
 }
 
 // Advances the clock in sub-minute strides, reading the machine after each so that its

@@ -10,11 +10,7 @@ namespace {
 using test::Exchange;
 
 double hottest(SimulatedMac& mac) {
-    double hot = -1000.0;
-    for (const auto& node : mac.nodes()) {
-        hot = std::max(hot, node.temperature);
-    }
-    return hot;
+    return std::ranges::max(mac.nodes(), {}, &NodeTemperature::temperature).temperature;
 }
 
 // Every key's raw bytes, in index order.
@@ -42,10 +38,10 @@ TEST(SimulatedMac, SameSeedAndClockGiveTheSameBytesHoweverOftenAnyoneReads) {
         clockB.advance(0.05);
         if (step == 300) {
             // The same write lands at the same instant on both.
-            ASSERT_EQ(exA.write("F0Md", 1), 0);
-            ASSERT_EQ(exA.write("F0Tg", 4000), 0);
-            ASSERT_EQ(exB.write("F0Md", 1), 0);
-            ASSERT_EQ(exB.write("F0Tg", 4000), 0);
+            for (Exchange* ex : {&exA, &exB}) {
+                ASSERT_EQ(ex->write("F0Md", 1), 0);
+                ASSERT_EQ(ex->write("F0Tg", 4000), 0);
+            }
         }
         readAll(a);
         exA.read("Tp01");

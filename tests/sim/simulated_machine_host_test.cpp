@@ -1,15 +1,16 @@
-// The simulated Mac hosted by the application and driven by the real daemon from outside.
+// The simulated Mac hosted by the application, served to the daemon over its socket.
 
+#include "../smc/smc_test_support.h"
 #include "../smc/temp_directory.h"
 #include "fakes/helper_process.h"
 #include "sim/load_scenario.h"
 #include "sim/simulated_machine_host.h"
+#include "sim_test_support.h"
 #include "smc/smc_error.h"
 #include "smc/smc_kernel_bridge.h"
 #include "smc/socket_smc_transport.h"
 
 #include <QCoreApplication>
-#include <csignal>
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <sys/stat.h>
@@ -19,19 +20,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::after;
-using testing::callHelper;
-using testing::connectTo;
-using testing::HelperProcess;
-using testing::setTargetRequest;
 using testing::waitUntil;
 
-std::vector<bool> forcedFans(SimulatedMac& mac) {
-    std::vector<bool> forced;
-    for (const auto& fan : mac.fans()) {
-        forced.push_back(fan.forced);
-    }
-    return forced;
-}
+using test::forcedFans;
 
 std::unique_ptr<SMCKernelBridge> socketClient(const std::string& path) {
     return std::make_unique<SMCKernelBridge>(std::make_unique<SocketSMCTransport>(path));
@@ -44,57 +35,14 @@ protected:
     testing::TempDirectory directory;
     // In a directory that does not exist yet: the host makes it.
     std::string smcSocket = (directory / "run" / "smc.sock").string();
-    std::string helperSocket = (directory / "helper.sock").string();
-
-    QStringList helperArguments() const {
-        return {"--socket", QString::fromStdString(helperSocket), "--smc-socket",
-                QString::fromStdString(smcSocket)};
-    }
 };
-
-TEST_F(SimulatedMachineHostTest, TheHelperDrivesTheHostedMacAndAKilledHelperLeavesNoFanForced) {
-    SimulatedMachineHost host("apple-silicon-laptop-2fan", SystemClock::shared(), 1, idleLoad(), smcSocket);
-    struct stat info {};
-    ASSERT_EQ(::stat((directory / "run").c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u);
-    EXPECT_EQ(host.profile().name, "apple-silicon-laptop-2fan");
-    const auto appBridge = host.openBridge();
-
-    {
-        HelperProcess helper(HALVOREN_HELPER_BINARY, helperArguments());
-        ASSERT_TRUE(helper.waitForSocket(helperSocket))
-            << helper.process.readAllStandardError().toStdString();
-        auto client = connectTo(helperSocket);
-        EXPECT_EQ(callHelper(client.get(), setTargetRequest(1, 0, 3000))["applied"], 3000.0);
-        EXPECT_EQ(callHelper(client.get(), setTargetRequest(2, 1, 4500))["applied"], 4500.0);
-        EXPECT_EQ(forcedFans(host.mac()), (std::vector<bool>{true, true}));
-        EXPECT_EQ(host.mac().fans()[1].target, 4500.0);
-        // The application reads the same machine in-process.
-        EXPECT_EQ(appBridge->read("F0Md"), 1.0);
-        EXPECT_EQ(appBridge->read("F0Tg"), 3000.0);
-
-        // SIGKILL gives the daemon no chance to hand anything back itself.
-        ::kill(static_cast<pid_t>(helper.process.processId()), SIGKILL);
-        ASSERT_TRUE(helper.process.waitForFinished(5000));
-        EXPECT_EQ(helper.process.exitStatus(), QProcess::CrashExit);
-        EXPECT_TRUE(waitUntil(after(5000ms), [&] {
-            return forcedFans(host.mac()) == std::vector<bool>{false, false};
-        })) << "a fan stayed forced after its helper was killed";
-        EXPECT_EQ(appBridge->read("F1Md"), 0.0);
-    }
-
-    // The machine outlived its helper: the next one drives it again.
-    HelperProcess next(HALVOREN_HELPER_BINARY, helperArguments());
-    ASSERT_TRUE(next.waitForSocket(helperSocket)) << next.process.readAllStandardError().toStdString();
-    auto client = connectTo(helperSocket);
-    EXPECT_EQ(callHelper(client.get(), setTargetRequest(3, 0, 2500))["applied"], 2500.0);
-    EXPECT_EQ(forcedFans(host.mac()), (std::vector<bool>{true, false}));
-    EXPECT_EQ(host.openBridge()->read("F0Tg"), 2500.0);
-}
 
 TEST_F(SimulatedMachineHostTest, EveryFanGoesBackEachTimeTheLastSocketClientLeaves) {
     ManualClock clock;
     SimulatedMachineHost host("apple-silicon-laptop-2fan", clock, 3, idleLoad(), smcSocket);
+    struct stat info {};
+    ASSERT_EQ(::stat((directory / "run").c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u) << "the host makes the socket's directory, private";
     auto first = socketClient(smcSocket);
     auto second = socketClient(smcSocket);
     first->write("F0Md", 1.0);
@@ -157,13 +105,9 @@ TEST_F(SimulatedMachineHostTest, HandsBackInTheMachinesOwnProtocol) {
 }
 
 TEST_F(SimulatedMachineHostTest, RefusesWhatItCannotHostWithAClearMessage) {
-    const auto failure = [&](const std::string& profile, const std::string& path) -> std::string {
-        try {
-            SimulatedMachineHost host(profile, SystemClock::shared(), 1, idleLoad(), path);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "none";
+    const auto failure = [&](const std::string& profile, const std::string& path) {
+        return thrownMessage<std::runtime_error>(
+            [&] { SimulatedMachineHost(profile, SystemClock::shared(), 1, idleLoad(), path); });
     };
     const std::string unknown = failure("no-such-mac", smcSocket);
     EXPECT_TRUE(unknown.starts_with("unknown simulated machine \"no-such-mac\" (built in: ")) << unknown;
@@ -186,12 +130,7 @@ TEST_F(SimulatedMachineHostTest, RefusesWhatItCannotHostWithAClearMessage) {
     FaultPlan unopenable;
     unopenable.openFailure = -536870160;
     host.mac().setFaults(unopenable);
-    try {
-        host.openBridge();
-        ADD_FAILURE() << "an unopenable controller gave a bridge";
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error, SMCError::openFailed(-536870160));
-    }
+    EXPECT_EQ(thrownError([&] { host.openBridge(); }), SMCError::openFailed(-536870160));
 }
 
 } // namespace

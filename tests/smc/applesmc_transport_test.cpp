@@ -5,10 +5,12 @@
 #include "core/smc_data_codec.h"
 #include "smc/linux/applesmc_transport.h"
 #include "smc/smc_error.h"
+#include "smc_test_support.h"
 #include "temp_directory.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <tuple>
 
 namespace halvoren {
 namespace {
@@ -48,31 +50,17 @@ std::uint8_t readResult(SMCTransport& t, const std::string& key) {
 class AppleSMCTree : public ::testing::Test {
 protected:
     void SetUp() override {
-        // A decoy with fan and key-like temperature attributes that must not be read.
-        writeFile(root / "hwmon0/name", "coretemp");
-        writeFile(root / "hwmon0/temp1_label", "TX0P");
-        writeFile(root / "hwmon0/temp1_input", "99000");
-        writeFile(root / "hwmon0/fan1_input", "9999");
-
-        writeFile(smc / "name", "applesmc");
-        const std::pair<const char*, const char*> fans[] = {
-            {"fan1_input", "1203"}, {"fan1_min", "1000"}, {"fan1_max", "6200"}, {"fan1_output", "1300"},
-            {"fan1_manual", "0"},   {"fan2_input", "0"},  {"fan2_min", "1200"}, {"fan2_max", "5800"},
-            {"fan2_output", "0"},   {"fan2_manual", "1"},
-        };
-        for (const auto& [file, text] : fans) {
-            writeFile(smc / file, text);
-        }
-        writeFile(smc / "temp1_label", "TC0P");
-        writeFile(smc / "temp1_input", "45250");
-        writeFile(smc / "temp2_label", "TB0T");
-        writeFile(smc / "temp2_input", "-2500");
-        writeFile(smc / "temp3_label", "Not a key"); // cannot be addressed: left out
-        writeFile(smc / "temp3_input", "40000");
-        writeFile(smc / "temp4_label", "TC0P"); // a repeated key keeps its first file
-        writeFile(smc / "temp4_input", "80000");
-        writeFile(smc / "temp10_label", "Ts0S");
-        writeFile(smc / "temp10_input", "30750");
+        // A decoy with fan and key-like temperature attributes that must not be read. Of the
+        // controller's labels, "Not a key" cannot be addressed and a repeated key keeps its first file.
+        testing::writeFiles(root.path(), {"hwmon0/name=coretemp", "hwmon0/temp1_label=TX0P",
+                                          "hwmon0/temp1_input=99000", "hwmon0/fan1_input=9999"});
+        testing::writeFiles(smc, {"name=applesmc",         "fan1_input=1203",   "fan1_min=1000",
+                                  "fan1_max=6200",         "fan1_output=1300",  "fan1_manual=0",
+                                  "fan2_input=0",          "fan2_min=1200",     "fan2_max=5800",
+                                  "fan2_output=0",         "fan2_manual=1",     "temp1_label=TC0P",
+                                  "temp1_input=45250",     "temp2_label=TB0T",  "temp2_input=-2500",
+                                  "temp3_label=Not a key", "temp3_input=40000", "temp4_label=TC0P",
+                                  "temp4_input=80000",     "temp10_label=Ts0S", "temp10_input=30750"});
     }
 
     testing::TempDirectory root;
@@ -92,12 +80,12 @@ TEST_F(AppleSMCTree, ListsCountsFansThenTemperatureLabels) {
     EXPECT_EQ(t.call(command(SMCCommand::keyByIndex, "", 15)).result, SMCResult::keyNotFound);
     EXPECT_EQ(t.call(command(SMCCommand::keyByIndex, "", 0xFFFFFFFF)).result, SMCResult::keyNotFound);
 
-    EXPECT_EQ(info(t, "#KEY"), std::make_pair(std::string("ui32"), 4u));
-    EXPECT_EQ(info(t, "FNum"), std::make_pair(std::string("ui8 "), 1u));
-    EXPECT_EQ(info(t, "F1Ac"), std::make_pair(std::string("fpe2"), 2u));
-    EXPECT_EQ(info(t, "F0Tg"), std::make_pair(std::string("fpe2"), 2u));
-    EXPECT_EQ(info(t, "F1Md"), std::make_pair(std::string("ui8 "), 1u));
-    EXPECT_EQ(info(t, "Ts0S"), std::make_pair(std::string("sp78"), 2u));
+    const std::tuple<const char*, const char*, std::uint32_t> types[] = {
+        {"#KEY", "ui32", 4}, {"FNum", "ui8 ", 1}, {"F1Ac", "fpe2", 2},
+        {"F0Tg", "fpe2", 2}, {"F1Md", "ui8 ", 1}, {"Ts0S", "sp78", 2}};
+    for (const auto& [key, type, size] : types) {
+        EXPECT_EQ(info(t, key), std::make_pair(std::string(type), size)) << key;
+    }
     EXPECT_EQ(value(t, "#KEY"), 15.0);
     EXPECT_EQ(value(t, "FNum"), 2.0);
 
@@ -110,16 +98,12 @@ TEST_F(AppleSMCTree, ListsCountsFansThenTemperatureLabels) {
 
 TEST_F(AppleSMCTree, ReadsCurrentAttributeValues) {
     AppleSMCTransport t(root.path());
-    EXPECT_EQ(value(t, "TC0P"), 45.25);
-    EXPECT_EQ(value(t, "TB0T"), -2.5);
-    EXPECT_EQ(value(t, "Ts0S"), 30.75);
-    EXPECT_EQ(value(t, "F0Ac"), 1203.0);
-    EXPECT_EQ(value(t, "F0Mn"), 1000.0);
-    EXPECT_EQ(value(t, "F0Mx"), 6200.0);
-    EXPECT_EQ(value(t, "F0Tg"), 1300.0);
-    EXPECT_EQ(value(t, "F0Md"), 0.0);
-    EXPECT_EQ(value(t, "F1Ac"), 0.0);
-    EXPECT_EQ(value(t, "F1Md"), 1.0);
+    const std::pair<const char*, double> values[] = {
+        {"TC0P", 45.25},  {"TB0T", -2.5},   {"Ts0S", 30.75}, {"F0Ac", 1203.0}, {"F0Mn", 1000.0},
+        {"F0Mx", 6200.0}, {"F0Tg", 1300.0}, {"F0Md", 0.0},   {"F1Ac", 0.0},    {"F1Md", 1.0}};
+    for (const auto& [key, expected] : values) {
+        EXPECT_EQ(value(t, key), expected) << key;
+    }
     // The raw image: sp78 45.25 is 0x2D40, big-endian, zero behind.
     const SMCParamStruct out = t.call(command(SMCCommand::readValue, "TC0P"));
     EXPECT_EQ(out.valueBytes(4), (std::vector<std::uint8_t>{0x2D, 0x40, 0, 0}));
@@ -158,24 +142,15 @@ TEST_F(AppleSMCTree, RefusesWritesAndReportsUnreadableAttributes) {
 TEST(AppleSMCTransport, FindsTheDriverOnlyByName) {
     const testing::TempDirectory root;
     EXPECT_THROW(AppleSMCTransport{root / "absent"}, SMCError);
-    writeFile(root / "hwmon0/name", "coretemp");
-    writeFile(root / "hwmon0/temp1_label", "TC0P");
-    writeFile(root / "hwmon0/temp1_input", "45000");
-    writeFile(root / "applesmc/name", "applesmc"); // not an hwmon directory
-    try {
-        AppleSMCTransport t(root.path());
-        ADD_FAILURE() << "opened without an applesmc device";
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error, SMCError::serviceNotFound());
-    }
+    // The applesmc directory is not an hwmon one.
+    testing::writeFiles(root.path(), {"hwmon0/name=coretemp", "hwmon0/temp1_label=TC0P",
+                                      "hwmon0/temp1_input=45000", "applesmc/name=applesmc"});
+    EXPECT_EQ(thrownError([&] { AppleSMCTransport{root.path()}; }), SMCError::serviceNotFound());
 
     // Older kernels keep the name and every attribute under device/; fans count from 1
     // without gaps.
-    writeFile(root / "hwmon1/device/name", "applesmc");
-    writeFile(root / "hwmon1/device/fan1_input", "1800");
-    writeFile(root / "hwmon1/device/fan3_input", "1900");
-    writeFile(root / "hwmon1/device/temp1_label", "TA0P");
-    writeFile(root / "hwmon1/device/temp1_input", "21000");
+    testing::writeFiles(root / "hwmon1/device", {"name=applesmc", "fan1_input=1800", "fan3_input=1900",
+                                                 "temp1_label=TA0P", "temp1_input=21000"});
     AppleSMCTransport t(root.path());
     EXPECT_EQ(t.keys(),
               (std::vector<std::string>{"#KEY", "FNum", "F0Ac", "F0Mn", "F0Mx", "F0Tg", "F0Md", "TA0P"}));

@@ -9,7 +9,6 @@ namespace {
 
 using Pairs = std::vector<std::pair<std::string, double>>;
 using Readings = std::vector<HIDSensorReading>;
-using testing::writeFile;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
 
@@ -74,31 +73,28 @@ TEST(HIDSensorSource, ReadsItsBackendAnewEachTimeAsEnclosureTemperatures) {
 #if defined(__linux__)
 TEST(HwmonTemperatures, ReadsEveryDeviceButTheController) {
     const testing::TempDirectory root;
-    const std::pair<const char*, const char*> files[] = {
-        {"hwmon0/name", "coretemp"},
-        {"hwmon0/temp1_label", "Package id 0"},
-        {"hwmon0/temp1_input", "52000"},
-        {"hwmon0/temp2_label", "Core 0"},
-        {"hwmon0/temp2_input", "48500"},
-        {"hwmon0/temp3_label", "Core 1"},
-        {"hwmon0/temp3_input", "not a number"},
-        {"hwmon0/temp4_label", "Core 2"}, // no input: no reading
-        {"hwmon2/name", "acpitz"},        // no labels: the device name alone
-        {"hwmon2/temp1_input", "27800"},
-        {"hwmon2/temp2_input", "29800"},
-        {"hwmon3/name", "applesmc"},
-        {"hwmon3/temp1_label", "TC0P"},
-        {"hwmon3/temp1_input", "45250"},
-        {"hwmon10/device/name", "nvme"}, // older layout: everything under device/
-        {"hwmon10/device/temp1_label", "Composite"},
-        {"hwmon10/device/temp1_input", "-1500"},
-        {"hwmon11/temp1_input", "99000"}, // no name: not a device
-        {"other/name", "k10temp"},
-        {"other/temp1_input", "99000"},
-    };
-    for (const auto& [file, text] : files) {
-        writeFile(root / file, text);
-    }
+    // hwmon0: a missing input gives no reading; hwmon2: no labels, the device name alone; hwmon10:
+    // the older layout, everything under device/; hwmon11 has no name and "other" is no hwmon.
+    testing::writeFiles(root.path(), {"hwmon0/name=coretemp",
+                                      "hwmon0/temp1_label=Package id 0",
+                                      "hwmon0/temp1_input=52000",
+                                      "hwmon0/temp2_label=Core 0",
+                                      "hwmon0/temp2_input=48500",
+                                      "hwmon0/temp3_label=Core 1",
+                                      "hwmon0/temp3_input=not a number",
+                                      "hwmon0/temp4_label=Core 2",
+                                      "hwmon2/name=acpitz",
+                                      "hwmon2/temp1_input=27800",
+                                      "hwmon2/temp2_input=29800",
+                                      "hwmon3/name=applesmc",
+                                      "hwmon3/temp1_label=TC0P",
+                                      "hwmon3/temp1_input=45250",
+                                      "hwmon10/device/name=nvme",
+                                      "hwmon10/device/temp1_label=Composite",
+                                      "hwmon10/device/temp1_input=-1500",
+                                      "hwmon11/temp1_input=99000",
+                                      "other/name=k10temp",
+                                      "other/temp1_input=99000"});
     EXPECT_EQ(hwmonTemperatures(root.path()), (Pairs{{"coretemp Package id 0", 52.0},
                                                      {"coretemp Core 0", 48.5},
                                                      {"acpitz", 27.8},

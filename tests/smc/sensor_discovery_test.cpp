@@ -3,6 +3,7 @@
 #include "smc/sensor_discovery.h"
 
 #include <gtest/gtest.h>
+#include <ranges>
 
 namespace halvoren {
 namespace {
@@ -10,12 +11,8 @@ namespace {
 using Kind = SMCDataType::Kind;
 
 std::vector<std::string> keysOf(const std::vector<SMCSensor>& sensors) {
-    std::vector<std::string> keys;
-    keys.reserve(sensors.size());
-    for (const auto& sensor : sensors) {
-        keys.push_back(sensor.key);
-    }
-    return keys;
+    const auto keys = sensors | std::views::transform(&SMCSensor::key);
+    return {keys.begin(), keys.end()};
 }
 
 TEST(SensorDiscovery, WalksEveryIndexAndSkipsWhatFails) {

@@ -133,9 +133,8 @@ TEST(SMCKernelBridge, KeyCountAndIndexPreconditions) {
 }
 
 TEST(SMCKernelBridge, TwoThreadsShareOneBridge) {
-    const FakeBridge shared = makeFakeBridge();
-    CountingTransport* fake = shared.fake;
-    SMCKernelBridge& bridge = *shared.bridge;
+    const auto [fake, shared] = makeFakeBridge();
+    SMCKernelBridge& bridge = *shared;
     constexpr int keyCount = 256;
     constexpr int passes = 4;
     std::vector<std::string> keys;
@@ -160,13 +159,11 @@ TEST(SMCKernelBridge, TwoThreadsShareOneBridge) {
             }
         }
     };
-    std::thread first(reader, 0);
-    std::thread second(reader, 1);
-    first.join();
-    second.join();
-
-    EXPECT_EQ(wrong[0], 0);
-    EXPECT_EQ(wrong[1], 0);
+    {
+        const std::jthread first(reader, 0);
+        const std::jthread second(reader, 1);
+    }
+    EXPECT_EQ(wrong[0] + wrong[1], 0);
     EXPECT_EQ(fake->calls(SMCCommand::readValue), 2 * passes * keyCount);
     // Each key is asked at most once per thread, however the misses interleave.
     EXPECT_GE(fake->calls(SMCCommand::keyInformation), keyCount);

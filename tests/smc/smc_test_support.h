@@ -3,6 +3,7 @@
 #include "smc/smc_error.h"
 
 #include <optional>
+#include <string>
 
 namespace halvoren {
 
@@ -15,6 +16,17 @@ std::optional<SMCError> thrownError(F&& call) {
         return error;
     }
     return std::nullopt;
+}
+
+// The message of the `E` a call throws, or "none" when it returns.
+template <class E, class F>
+std::string thrownMessage(F&& call) {
+    try {
+        call();
+    } catch (const E& error) {
+        return error.what();
+    }
+    return "none";
 }
 
 } // namespace halvoren

@@ -2,6 +2,7 @@
 #include "smc/smc_socket_server.h"
 #include "smc/socket_smc_transport.h"
 #include "smc/unix_socket.h"
+#include "smc_test_support.h"
 #include "temp_directory.h"
 
 #include <array>
@@ -89,44 +90,30 @@ void expectAnswers(const SMCParamStruct& output, std::uint32_t n) {
     EXPECT_EQ(output.toWire(), expected.toWire());
 }
 
-std::int32_t callFailure(SMCTransport& t, const SMCParamStruct& input) {
-    try {
-        t.call(input);
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error.kind(), SMCError::Kind::callFailed) << error.description();
-        return error.code();
-    }
-    ADD_FAILURE() << "the call succeeded";
-    return 0;
+// The code of the callFailed (or, opening `path`, openFailed) error that `input` meets.
+std::int32_t failure(SMCTransport& t, const SMCParamStruct& input) {
+    const auto error = thrownError([&] { t.call(input); });
+    EXPECT_TRUE(error && error->kind() == SMCError::Kind::callFailed)
+        << (error ? error->description() : "none");
+    return error ? error->code() : 0;
 }
-
 std::int32_t openFailure(const std::string& path) {
-    try {
-        SocketSMCTransport t(path);
-    } catch (const SMCError& error) {
-        EXPECT_EQ(error.kind(), SMCError::Kind::openFailed) << error.description();
-        return error.code();
-    }
-    ADD_FAILURE() << "opened " << path;
-    return 0;
+    const auto error = thrownError([&] { SocketSMCTransport{path}; });
+    EXPECT_TRUE(error && error->kind() == SMCError::Kind::openFailed)
+        << (error ? error->description() : path);
+    return error ? error->code() : 0;
 }
 
-// A blocking client socket connected to `path`, for speaking the wire format by hand.
-FileDescriptor rawClient(const std::string& path) {
+// A blocking socket at `path`, connected or (with `listening`) bound and listening without a
+// server behind it, for speaking the wire format by hand.
+FileDescriptor rawSocket(const std::string& path, bool listening = false) {
     FileDescriptor fd{::socket(AF_UNIX, SOCK_STREAM, 0)};
     sockaddr_un address{};
     UnixSocket::makeAddress(path, address);
-    EXPECT_EQ(::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    return fd;
-}
-
-// A listening socket at `path` without a server behind it; the test plays the server.
-FileDescriptor rawListener(const std::string& path) {
-    FileDescriptor fd{::socket(AF_UNIX, SOCK_STREAM, 0)};
-    sockaddr_un address{};
-    UnixSocket::makeAddress(path, address);
-    EXPECT_EQ(::bind(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(fd.get(), 4), 0);
+    const auto* at = reinterpret_cast<const sockaddr*>(&address);
+    EXPECT_TRUE(listening ? ::bind(fd.get(), at, sizeof address) == 0 && ::listen(fd.get(), 4) == 0
+                          : ::connect(fd.get(), at, sizeof address) == 0)
+        << path;
     return fd;
 }
 
@@ -152,9 +139,9 @@ TEST_F(SocketExchange, CarriesTheWholeImageAndTheBackendsFailures) {
     expectAnswers(client.call(request(3)), 3);
 
     // Failures of the backend come back as statuses and leave the connection usable.
-    EXPECT_EQ(callFailure(client, request(4, failCoded)), unsupported);
-    EXPECT_EQ(callFailure(client, request(5, failOther)), SMCSocketServer::genericFailure);
-    EXPECT_EQ(callFailure(client, request(6, failSMC)), SMCSocketServer::genericFailure);
+    EXPECT_EQ(failure(client, request(4, failCoded)), unsupported);
+    EXPECT_EQ(failure(client, request(5, failOther)), SMCSocketServer::genericFailure);
+    EXPECT_EQ(failure(client, request(6, failSMC)), SMCSocketServer::genericFailure);
     EXPECT_FALSE(client.isBroken());
     expectAnswers(client.call(request(7)), 7);
     EXPECT_EQ(backend.calls.load(), 5);
@@ -186,10 +173,10 @@ TEST_F(SocketExchange, ServesConcurrentClientsWhileOthersMisbehave) {
     // TellsEachTimeItsLastClientLeaves).
     const auto frame = request(1).toWire();
     {
-        const FileDescriptor gone = rawClient(path);
+        const FileDescriptor gone = rawSocket(path);
         ASSERT_EQ(::write(gone.get(), frame.data(), 40), 40);
     }
-    const FileDescriptor stalled = rawClient(path);
+    const FileDescriptor stalled = rawSocket(path);
     ASSERT_EQ(::write(stalled.get(), frame.data(), 79), 79);
 
     for (std::thread& thread : threads) {
@@ -215,17 +202,17 @@ TEST_F(SocketExchange, AStoppedServerBreaksItsClients) {
     server.stop();
     EXPECT_FALSE(server.isRunning());
     EXPECT_FALSE(std::filesystem::exists(path));
-    const std::int32_t code = callFailure(client, request(2));
+    const std::int32_t code = failure(client, request(2));
     EXPECT_TRUE(code == ECONNRESET || code == EPIPE) << code;
     EXPECT_TRUE(client.isBroken());
-    EXPECT_EQ(callFailure(client, request(3)), ENOTCONN);
+    EXPECT_EQ(failure(client, request(3)), ENOTCONN);
     EXPECT_EQ(openFailure(path), ENOENT);
 
     // Nothing reconnects: a restarted server serves new transports, the broken one stays broken.
     server.start();
     SocketSMCTransport fresh(path);
     expectAnswers(fresh.call(request(4)), 4);
-    EXPECT_EQ(callFailure(client, request(5)), ENOTCONN);
+    EXPECT_EQ(failure(client, request(5)), ENOTCONN);
     server.stop();
     server.stop();
 }
@@ -235,13 +222,13 @@ TEST_F(SocketExchange, ASlowAnswerTimesOutAndBreaksTheConnection) {
     server.start();
     SocketSMCTransport client(path, 200ms);
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(callFailure(client, request(1, slow)), ETIMEDOUT);
+    EXPECT_EQ(failure(client, request(1, slow)), ETIMEDOUT);
     EXPECT_GE(std::chrono::steady_clock::now() - begin, 190ms);
     EXPECT_TRUE(client.isBroken());
 
     // Broken: the next call fails at once, without another exchange.
     const auto again = std::chrono::steady_clock::now();
-    EXPECT_EQ(callFailure(client, request(2)), ENOTCONN);
+    EXPECT_EQ(failure(client, request(2)), ENOTCONN);
     EXPECT_LT(std::chrono::steady_clock::now() - again, 150ms);
 
     // The server's late answer goes to a closed socket; it must survive that and go on.
@@ -255,7 +242,7 @@ TEST_F(SocketExchange, OwnsItsSocketFile) {
     EXPECT_EQ(openFailure("/tmp/" + std::string(120, 'x')), ENAMETOOLONG);
 
     // A socket file left by a dead server is replaced; the mode is 0600 whatever the umask.
-    { rawListener(path); }
+    { rawSocket(path, true); }
     ASSERT_TRUE(std::filesystem::is_socket(path));
     const mode_t previous = ::umask(0);
     server.start();
@@ -311,7 +298,7 @@ TEST_F(SocketExchange, TellsEachTimeItsLastClientLeaves) {
     EXPECT_TRUE(idleReaches(1));
 
     // A client the server drops counts as leaving too.
-    const FileDescriptor forged = rawClient(watched.path());
+    const FileDescriptor forged = rawSocket(watched.path());
     std::array<std::uint8_t, 80> frame{};
     frame[10] = 1; // padding no client of ours sends
     ASSERT_EQ(::write(forged.get(), frame.data(), frame.size()), 80);
@@ -371,7 +358,7 @@ TEST(UnixSocketDirectory, MakesAMissingDirectoryOpenOnlyAsFarAsTheSocketIs) {
 TEST(SocketSMCTransport, ReassemblesSplitAnswersAndDetectsCutOnes) {
     const testing::TempDirectory dir;
     const std::string path = (dir / "s").string();
-    const FileDescriptor listener = rawListener(path);
+    const FileDescriptor listener = rawSocket(path, true);
     // The test's own server: answers the first request in three pieces, with a non-zero
     // status for the second, and hangs up halfway through the third.
     std::thread peer([&] {
@@ -395,9 +382,9 @@ TEST(SocketSMCTransport, ReassemblesSplitAnswersAndDetectsCutOnes) {
     SocketSMCTransport client(path);
     const SMCParamStruct echoed = client.call(request(9));
     EXPECT_EQ(echoed.toWire(), request(9).toWire());
-    EXPECT_EQ(callFailure(client, request(10)), unsupported);
+    EXPECT_EQ(failure(client, request(10)), unsupported);
     EXPECT_FALSE(client.isBroken());
-    EXPECT_EQ(callFailure(client, request(11)), ECONNRESET);
+    EXPECT_EQ(failure(client, request(11)), ECONNRESET);
     EXPECT_TRUE(client.isBroken());
     peer.join();
 }

@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <string>
+#include <string_view>
 
 namespace halvoren::testing {
 
@@ -36,6 +38,15 @@ private:
 inline void writeFile(const std::filesystem::path& file, const std::string& text) {
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file) << text << '\n';
+}
+
+// Writes each "relative/path=text" entry under `directory`.
+inline void writeFiles(const std::filesystem::path& directory,
+                       std::initializer_list<std::string_view> entries) {
+    for (const auto entry : entries) {
+        const auto equals = entry.find('=');
+        writeFile(directory / entry.substr(0, equals), std::string(entry.substr(equals + 1)));
+    }
 }
 
 } // namespace halvoren::testing
