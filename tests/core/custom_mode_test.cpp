@@ -4,6 +4,7 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 
 namespace halvoren {
@@ -157,13 +158,9 @@ TEST(CustomMode, RoundTripPreservesEveryFieldInCompactText) {
 
 TEST(CustomMode, TemplatesAreMadeOncePerRunWithDistinctIdentities) {
     const auto& templates = CustomMode::templates();
-    ASSERT_EQ(templates.size(), 3u);
-    EXPECT_EQ(templates[0], CustomMode::gamingTemplate());
-    EXPECT_EQ(templates[1], CustomMode::recordingTemplate());
-    EXPECT_EQ(templates[2], CustomMode::renderingTemplate());
-    EXPECT_EQ(CustomMode::gamingTemplate().id, templates[0].id);
-    EXPECT_NE(templates[0].id, templates[1].id);
-    EXPECT_NE(templates[1].id, templates[2].id);
+    EXPECT_EQ(templates, (std::vector{CustomMode::gamingTemplate(), CustomMode::recordingTemplate(),
+                                      CustomMode::renderingTemplate()}));
+    EXPECT_EQ((std::set{templates[0].id, templates[1].id, templates[2].id}).size(), 3u);
     EXPECT_EQ(templates[1].speed, ModeSpeed::floor(0.25));
     const auto& symbols = CustomMode::curatedSymbolNames;
     for (const auto& mode : templates) {
