@@ -32,8 +32,7 @@ TEST(DoubleText, ShortestDigitsPositionalFrom1eMinus4UpTo2To53) {
         {1e19, "1e+19"},
         {1.7976931348623157e308, "1.7976931348623157e+308"},
         {std::numeric_limits<double>::infinity(), "inf"},
-        {-std::numeric_limits<double>::infinity(), "-inf"},
-    };
+        {-std::numeric_limits<double>::infinity(), "-inf"}};
     for (const auto& [value, text] : cases) {
         EXPECT_EQ(doubleText(value), text);
         EXPECT_EQ(doubleDebugText(value), text);
@@ -46,8 +45,7 @@ TEST(DoubleText, EveryNaNReadsNanButItsDebugFormKeepsSignKindAndPayload) {
         {0xFFF8000000000000, "-nan"},
         {0x7FF8000020000000, "nan(0x20000000)"},
         {0x7FF0000000000001, "snan(0x1)"},
-        {0xFFF7FFFFFFFFFFFF, "-snan(0x7ffffffffffff)"},
-    };
+        {0xFFF7FFFFFFFFFFFF, "-snan(0x7ffffffffffff)"}};
     for (const auto& [bits, text] : cases) {
         EXPECT_EQ(doubleText(std::bit_cast<double>(bits)), "nan");
         EXPECT_EQ(doubleDebugText(std::bit_cast<double>(bits)), text);

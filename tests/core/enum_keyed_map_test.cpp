@@ -23,6 +23,8 @@ TEST(PresetPowerCapsMapTest, TheStoredExampleDecodesToTheDefaultsAndEncodesBackI
     EXPECT_EQ(encodeEnumKeyedMap(reversed).dump(),
               R"(["max",{"ac":0.9,"battery":0.8},"quiet",{"ac":0.3,"battery":0.2}])");
     EXPECT_EQ((decodeEnumKeyedMap<FanPreset, PresetPowerCaps>(encodeEnumKeyedMap(reversed))), reversed);
+    const PresetPowerCapsMap nonFinite{{FanPreset::quiet, {std::numeric_limits<double>::quiet_NaN(), 0.5}}};
+    EXPECT_THROW(encodeEnumKeyedMap(nonFinite), EncodeError);
 }
 
 TEST(PresetPowerCapsMapTest, MalformedArraysFailTheWholeDecode) {
@@ -42,18 +44,12 @@ TEST(PresetPowerCapsMapTest, MalformedArraysFailTheWholeDecode) {
             << text;
     }
     EXPECT_TRUE((decodeEnumKeyedMap<FanPreset, PresetPowerCaps>(Json::array())).empty());
-}
 
-TEST(PresetPowerCapsMapTest, ARepeatedKeyKeepsItsLastValue) {
+    // A repeated key keeps its last value.
     const auto decoded = decodeEnumKeyedMap<FanPreset, PresetPowerCaps>(json::parse(
         R"(["quiet",{"ac":0.1,"battery":0.1},"max",{"ac":1,"battery":1},"quiet",{"ac":0.2,"battery":0.3}])"));
     const PresetPowerCapsMap expected{{FanPreset::quiet, {0.2, 0.3}}, {FanPreset::max, {1.0, 1.0}}};
     EXPECT_EQ(decoded, expected);
-}
-
-TEST(PresetPowerCapsMapTest, ANonFiniteCapCannotBeEncoded) {
-    const PresetPowerCapsMap caps{{FanPreset::quiet, {std::numeric_limits<double>::quiet_NaN(), 0.5}}};
-    EXPECT_THROW(encodeEnumKeyedMap(caps), EncodeError);
 }
 
 TEST(MergeOverDefaultsTest, StoredEntriesReplaceDefaultsAndMissingOnesKeepThem) {

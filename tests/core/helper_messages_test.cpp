@@ -107,16 +107,14 @@ TEST(HelperMessages, MalformedRequestsAnswerWithTheirIdWhenReadable) {
     EXPECT_EQ(std::get<HelperRequest>(decodeRequest(nested)).id, 1u);
     EXPECT_EQ(std::get<HelperMessageError>(decodeRequest(deep)).id, std::nullopt);
 
-    const std::string_view withoutId[] = {
-        "",
-        "not json",
-        "\"text\"",
-        R"({"method":"heartbeat"})",
-        R"({"id":"1"})",
-        R"({"id":1.0})",
-        R"({"id":18446744073709551616})",
-        R"({"id":1} trailing)",
-    };
+    const std::string_view withoutId[] = {"",
+                                          "not json",
+                                          "\"text\"",
+                                          R"({"method":"heartbeat"})",
+                                          R"({"id":"1"})",
+                                          R"({"id":1.0})",
+                                          R"({"id":18446744073709551616})",
+                                          R"({"id":1} trailing)"};
     for (const auto text : withoutId) {
         const auto decoded = decodeRequest(text);
         ASSERT_TRUE(std::holds_alternative<HelperMessageError>(decoded)) << text;

@@ -95,16 +95,16 @@ TEST(FanDrivingStatus, TheFirstMatchingReasonWins) {
 }
 
 TEST(FanDisplayName, DependsOnHowManyFansThereAre) {
-    const std::vector<int> one{3};
-    const std::vector<int> two{1, 4};
-    const std::vector<int> three{0, 1, 2};
-    EXPECT_EQ(fanDisplayName(3, one), "Fan");
-    EXPECT_EQ(fanDisplayName(1, two), "Left Fan");
-    EXPECT_EQ(fanDisplayName(4, two), "Right Fan");
-    EXPECT_EQ(fanDisplayName(9, two), "Right Fan");
-    EXPECT_EQ(fanDisplayName(0, three), "Fan 1");
-    EXPECT_EQ(fanDisplayName(2, three), "Fan 3");
-    EXPECT_EQ(fanDisplayName(5, std::vector<int>{}), "Fan 6");
+    const struct {
+        int fan;
+        std::vector<int> fans;
+        const char* name;
+    } rows[] = {{3, {3}, "Fan"},          {1, {1, 4}, "Left Fan"}, {4, {1, 4}, "Right Fan"},
+                {9, {1, 4}, "Right Fan"}, {0, {0, 1, 2}, "Fan 1"}, {2, {0, 1, 2}, "Fan 3"},
+                {5, {}, "Fan 6"}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(fanDisplayName(row.fan, row.fans), row.name) << row.fan;
+    }
 }
 
 } // namespace

@@ -64,8 +64,7 @@ TEST(SensorClassifier, HumanNamesTryTheThreeLetterPrefixFirstAndCountCharacters)
         {"Tp0", "P-Core"},
         {"Tp\u00e9", "P-Core \u00e9"},
         {"Te0\u20ac", "E-Core \u20ac"},
-        {"T\u20ac", "T\u20ac"},
-    };
+        {"T\u20ac", "T\u20ac"}};
     for (const auto& [key, name] : names) {
         EXPECT_EQ(SensorClassifier::humanName(key), name) << key;
     }

@@ -28,25 +28,16 @@ std::vector<SMCSensor> sensorsOf(const Readings& readings) {
 }
 
 TEST(SensorSelection, TheHottestSourceFollowsRealComponents) {
+    // The idle M2 Max: a fabric family 19-42 °C above every die reading, parked P-cores.
+    const Readings idleM2Max{{"TCMz", 38.3}, {"Te06", 38.2}, {"Tg0X", 36.8}, {"Tf04", 33.4},
+                             {"Tf06", 80.3}, {"Tf26", 76.0}, {"Tf46", 57.2}, {"Tf21", 12.8},
+                             {"TB0T", 25.9}, {"Tp01", 6.7},  {"Tp00", 0.0}};
     const struct {
         const char* what;
         Readings readings;
         std::optional<double> expected;
     } cases[] = {
-        // The idle M2 Max: a fabric family 19-42 °C above every die reading, parked P-cores.
-        {"idle fabric offset",
-         {{"TCMz", 38.3},
-          {"Te06", 38.2},
-          {"Tg0X", 36.8},
-          {"Tf04", 33.4},
-          {"Tf06", 80.3},
-          {"Tf26", 76.0},
-          {"Tf46", 57.2},
-          {"Tf21", 12.8},
-          {"TB0T", 25.9},
-          {"Tp01", 6.7},
-          {"Tp00", 0.0}},
-         38.3},
+        {"idle fabric offset", idleM2Max, 38.3},
         // Under load the same family comes within a few degrees of the dies and may lead.
         {"fabric near loaded dies", {{"TCMz", 92.0}, {"Tg0X", 80.0}, {"Tf06", 95.0}}, 95.0},
         // A family is judged by its middle reading: one member just inside does not lead for it.
@@ -71,8 +62,7 @@ TEST(SensorSelection, TheHottestSourceFollowsRealComponents) {
         // Nothing live: the largest named reading still answers.
         {"all parked", {{"Tp01", 6.7}, {"Tp02", 8.4}, {"Te04", 0.0}, {"Tf02", -7.0}}, 8.4},
         {"unnamed keys never count", {{"TZ0P", 99.0}, {"TVM4", 60.0}, {"TB0T", 30.0}}, 30.0},
-        {"nothing named", {{"TZ0P", 99.0}}, std::nullopt},
-    };
+        {"nothing named", {{"TZ0P", 99.0}}, std::nullopt}};
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const std::vector<SMCSensor> sensors = sensorsOf(c.readings);

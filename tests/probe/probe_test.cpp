@@ -41,10 +41,7 @@ TEST(ProbeOptions, SourcesFlagsAndNamedMistakes) {
 
 TEST(ProbeSource, ReadsEverySimulatedProfile) {
     for (const auto& name : MachineProfile::builtInNames()) {
-        Options options;
-        options.source = Options::Source::simulated;
-        options.profile = name;
-        const auto result = runProbe(options);
+        const auto result = runProbe(parseOptions({"--simulate=" + name}).options.value());
         ASSERT_TRUE(std::holds_alternative<Report>(result)) << name;
         const auto& report = std::get<Report>(result);
         EXPECT_NE(report.source.find(name), std::string::npos);
@@ -58,17 +55,13 @@ TEST(ProbeSource, ReadsEverySimulatedProfile) {
 }
 
 TEST(ProbeSource, UnknownProfilesAndMissingSocketsFailWithAReason) {
-    Options options;
-    options.source = Options::Source::simulated;
-    options.profile = "no-such-machine";
-    auto result = runProbe(options);
+    auto result = runProbe(parseOptions({"--simulate=no-such-machine"}).options.value());
     ASSERT_TRUE(std::holds_alternative<ProbeFailure>(result));
     EXPECT_NE(std::get<ProbeFailure>(result).message.find("apple-silicon-laptop-2fan"), std::string::npos);
 
     QTemporaryDir dir;
-    options.source = Options::Source::socket;
-    options.smcSocket = dir.filePath("absent.sock").toStdString();
-    result = runProbe(options);
+    result =
+        runProbe(parseOptions({"--smc-socket", dir.filePath("absent.sock").toStdString()}).options.value());
     ASSERT_TRUE(std::holds_alternative<ProbeFailure>(result));
     EXPECT_NE(std::get<ProbeFailure>(result).message.find("openFailed"), std::string::npos);
 }
@@ -82,10 +75,7 @@ TEST(ProbeSource, ReadsASimulatorServedOverItsSocket) {
     SMCSocketServer server(backend, dir.filePath("smc.sock").toStdString());
     server.start();
 
-    Options options;
-    options.source = Options::Source::socket;
-    options.smcSocket = server.path();
-    const auto result = runProbe(options);
+    const auto result = runProbe(parseOptions({"--smc-socket", server.path()}).options.value());
     ASSERT_TRUE(std::holds_alternative<Report>(result));
     const auto& report = std::get<Report>(result);
     EXPECT_EQ(report.fans.size(), 1U);

@@ -15,21 +15,12 @@ namespace {
 namespace fs = std::filesystem;
 
 struct FakeProcess {
-    FakeProcess(int pid, std::string exe, std::string cgroup, std::string comm = {}, int ppid = 1,
-                bool hasCommandLine = true)
-        : pid(pid)
-        , exe(std::move(exe))
-        , cgroup(std::move(cgroup))
-        , comm(std::move(comm))
-        , ppid(ppid)
-        , hasCommandLine(hasCommandLine) {}
-
     int pid;
     std::string exe;    // the link's target; empty: unreadable
     std::string cgroup; // the file's text; empty: unreadable
-    std::string comm;   // empty: the executable's name
-    int ppid;
-    bool hasCommandLine;
+    std::string comm{}; // empty: the executable's name
+    int ppid = 1;
+    bool hasCommandLine = true;
 };
 
 std::string appSlice(const std::string& unit) {
