@@ -158,6 +158,8 @@ TEST_F(EndToEndTest, UnpluggingSwitchesACustomModeToSilentStealthAndADustCyclePu
     EXPECT_EQ(engine.activeProfile().value(), FanProfile::halvorenStandard());
     EXPECT_TRUE(pumpUntil([&] { return !rig.allFansAt(0.3) && !rig.allFansAt(0.8); }, 3000))
         << "the curve did not resume";
+    // The result shows for a while, then the idle state: no timer is left pending at the end.
+    EXPECT_TRUE(pumpUntil([&] { return engine.dustCycleState().value() == DustCycleUIState::idle(); }, 3000));
 }
 
 TEST_F(EndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
