@@ -7,9 +7,6 @@ namespace {
 
 // A fan whose range is 6400 RPM wide, under a curve that rises by 1/128 per degree: every
 // degree is exactly 50 RPM, so the deadband's edges can be hit without rounding.
-constexpr double fanMin = 1000.0;
-constexpr double fanMax = 7400.0;
-
 FanProfile linearCurve() {
     return FanProfile{Uuid::random(),
                       "Linear",
@@ -26,9 +23,8 @@ protected:
         connect();
     }
 
-    std::vector<FanStatus> fans(double current = 2000.0) const { return {fan(0, current, fanMin, fanMax)}; }
     std::vector<FanStatus> twoFans() const {
-        return {fan(0, 2000.0, fanMin, fanMax), fan(1, 2000.0, fanMin, fanMax)};
+        return {fan(0, 2000.0, wideMin, wideMax), fan(1, 2000.0, wideMin, wideMax)};
     }
 
     // Makes the fans known, then locks them at `rpm`.
@@ -39,9 +35,9 @@ protected:
 };
 
 TEST_F(ControlTickTest, TheRampClimbsAtTheSpoolRateFromTheMeasuredSpeed) {
-    lockAt(4000, fans());
+    lockAt(4000, wideFan());
     for (int i = 0; i < 25; ++i) {
-        tick(fans());
+        tick(wideFan());
     }
     const std::vector<double> written = driver.writesTo(0);
     ASSERT_EQ(written.size(), 25U);
@@ -54,32 +50,32 @@ TEST_F(ControlTickTest, TheRampClimbsAtTheSpoolRateFromTheMeasuredSpeed) {
     // A new spool rate applies from the next write, downwards as well.
     engine->setSpoolRate(1200.0);
     engine->setConstantRPM(3000);
-    tick(fans());
+    tick(wideFan());
     EXPECT_EQ(driver.writes.back().rpm, 3880.0);
 }
 
 TEST_F(ControlTickTest, AnInstantSpoolRateWritesTheTargetAndKeepsWhatTheHelperApplied) {
-    driver.limits[0] = {fanMin, 3500.0};
+    driver.limits[0] = {wideMin, 3500.0};
     engine->setSpoolRate(9000.0);
-    lockAt(4000, fans());
-    tick(fans());
-    tick(fans());
+    lockAt(4000, wideFan());
+    tick(wideFan());
+    tick(wideFan());
     EXPECT_EQ(driver.writesTo(0), (std::vector<double>{4000.0, 4000.0}));
     EXPECT_EQ(engine->rampedTargets().at(0), 3500.0);
 
     // Just under the instant rate the ramp still limits, from the applied value.
     engine->setSpoolRate(8999.0);
     engine->setConstantRPM(1000);
-    tick(fans());
+    tick(wideFan());
     EXPECT_DOUBLE_EQ(driver.writes.back().rpm, 3500.0 - 899.9);
 }
 
 TEST_F(ControlTickTest, MaxCoolingClimbsUntilTheHelperReportsItsMaximum) {
-    driver.limits[0] = {fanMin, 2150.0};
-    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, fans()));
+    driver.limits[0] = {wideMin, 2150.0};
+    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, wideFan()));
     engine->selectPreset(FanPreset::max);
     for (int i = 0; i < 4; ++i) {
-        tick(fans());
+        tick(wideFan());
     }
     // The target is Int.max; each write is one step above what the helper last applied.
     EXPECT_EQ(driver.writesTo(0), (std::vector<double>{2090.0, 2180.0, 2240.0, 2240.0}));
@@ -87,19 +83,19 @@ TEST_F(ControlTickTest, MaxCoolingClimbsUntilTheHelperReportsItsMaximum) {
 }
 
 TEST_F(ControlTickTest, AHelperThatComesBackResumesFromTheOldRamp) {
-    lockAt(4000, fans());
-    tick(fans());
-    tick(fans());
+    lockAt(4000, wideFan());
+    tick(wideFan());
+    tick(wideFan());
     ASSERT_EQ(engine->rampedTargets().at(0), 2180.0);
 
     driver.state = HelperState::notRegistered();
     engine->refreshHelperState();
     ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::notRegistered(); }));
-    tick(fans());
+    tick(wideFan());
     EXPECT_EQ(driver.writes.size(), 2U);
 
     connect();
-    tick(fans()); // the fan still measures 2000 RPM
+    tick(wideFan()); // the fan still measures 2000 RPM
     EXPECT_EQ(driver.writes.back().rpm, 2270.0);
 }
 
@@ -109,7 +105,7 @@ TEST_F(ControlTickTest, TheDeadbandRisesBy50AndFallsBy150ThroughThePipeline) {
     engine->setAcousticAlpha(1.0); // unsmoothed, so each tick's target is the curve's
     // desired:          3000   3025  3050   2925  2912.5  2900  2950
     for (const double celsius : {40.0, 40.5, 41.0, 38.5, 38.25, 38.0, 39.0}) {
-        tickAt(celsius, fans());
+        tickAt(celsius, wideFan());
     }
     EXPECT_EQ(driver.writesTo(0),
               (std::vector<double>{3000.0, 3000.0, 3050.0, 3050.0, 3050.0, 2900.0, 2950.0}));
@@ -118,19 +114,19 @@ TEST_F(ControlTickTest, TheDeadbandRisesBy50AndFallsBy150ThroughThePipeline) {
 TEST_F(ControlTickTest, ANewProfileOrSmoothingStartsUnsmoothedFromThePresentTemperature) {
     engine->setSpoolRate(9000.0);
     engine->selectProfile(linearCurve());
-    tickAt(40.0, fans()); // seeds the filter: 3000
-    tickAt(80.0, fans()); // 0.35 of the way from 40 to 80 degrees: 54 of 128
+    tickAt(40.0, wideFan()); // seeds the filter: 3000
+    tickAt(80.0, wideFan()); // 0.35 of the way from 40 to 80 degrees: 54 of 128
     EXPECT_NEAR(driver.writes.back().rpm, 3700.0, 1e-6);
 
     // The same alpha again still restarts the filter and clears the deadband.
     engine->setAcousticAlpha(0.35);
-    tickAt(80.0, fans());
+    tickAt(80.0, wideFan());
     EXPECT_NEAR(driver.writes.back().rpm, 5000.0, 1e-6);
 
     // After selectPreset the first tick takes the new curve as it stands.
     engine->selectPreset(FanPreset::quiet);
-    tickAt(75.0, fans());
-    EXPECT_NEAR(driver.writes.back().rpm, fanMin + 0.5 * 6400.0, 1e-6);
+    tickAt(75.0, wideFan());
+    EXPECT_NEAR(driver.writes.back().rpm, wideMin + 0.5 * 6400.0, 1e-6);
 }
 
 TEST_F(ControlTickTest, AnEmptyCurveRunsOnTheCurveOfLastResortAndNoReadingAtAllOn0Degrees) {
@@ -138,18 +134,18 @@ TEST_F(ControlTickTest, AnEmptyCurveRunsOnTheCurveOfLastResortAndNoReadingAtAllO
     FanProfile empty = linearCurve();
     empty.curvePoints = {CurvePoint::make(50.0, 0.9)};
     engine->selectProfile(empty);
-    tickAt(40.0, fans());
-    EXPECT_NEAR(driver.writes.back().rpm, fanMin + 0.2 * 6400.0, 1e-6);
+    tickAt(40.0, wideFan());
+    EXPECT_NEAR(driver.writes.back().rpm, wideMin + 0.2 * 6400.0, 1e-6);
 
     engine->selectPreset(FanPreset::auto_);
     engine->setAcousticAlpha(1.0);
-    tickAt(85.0, fans());
-    EXPECT_EQ(driver.writes.back().rpm, fanMax);
-    engine->apply(sweep({}, fans())); // every sensor gone
+    tickAt(85.0, wideFan());
+    EXPECT_EQ(driver.writes.back().rpm, wideMax);
+    engine->apply(sweep({}, wideFan())); // every sensor gone
     EXPECT_TRUE(engine->controlSourceUnavailable().value());
     EXPECT_EQ(engine->controlTemperature().value(), 0.0);
-    tick(fans());
-    EXPECT_EQ(driver.writes.back().rpm, fanMin);
+    tick(wideFan());
+    EXPECT_EQ(driver.writes.back().rpm, wideMin);
 }
 
 TEST_F(ControlTickTest, AFanWhoseLimitsCouldNotBeReadKeepsItsTargetAndTheOthersAreWritten) {
@@ -157,11 +153,11 @@ TEST_F(ControlTickTest, AFanWhoseLimitsCouldNotBeReadKeepsItsTargetAndTheOthersA
     engine->selectProfile(linearCurve());
     engine->setAcousticAlpha(1.0);
     // The reader gives 0 for a limit it could not read: the maximum alone, or both.
-    tickAt(40.0, {fan(0, 2000.0, fanMin, 0.0), fan(1, 2000.0, 0.0, 0.0), fan(2, 2000.0, fanMin, fanMax)});
+    tickAt(40.0, {fan(0, 2000.0, wideMin, 0.0), fan(1, 2000.0, 0.0, 0.0), fan(2, 2000.0, wideMin, wideMax)});
     EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{2, 3000.0}}));
 
     // Once the limits read again, the fan is driven as before.
-    tickAt(40.0, {fan(0, 2000.0, fanMin, fanMax)});
+    tickAt(40.0, {fan(0, 2000.0, wideMin, wideMax)});
     EXPECT_EQ(driver.writesTo(0), (std::vector<double>{3000.0}));
 }
 
@@ -234,12 +230,12 @@ TEST_F(ControlTickTest, APlainFailureIsReportedAndTheOtherFansAreStillWritten) {
 
 TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {
     // Nothing forced: appleAuto writes and releases nothing.
-    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, fans()));
-    tick(fans());
+    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, wideFan()));
+    tick(wideFan());
     EXPECT_EQ(driver.restoreCalls, 0);
 
     // A fan forced by someone else is released on every tick while it stays forced.
-    std::vector<FanStatus> forced = fans();
+    std::vector<FanStatus> forced = wideFan();
     forced[0].isManaged = true;
     tick(forced);
     tick(forced);
@@ -248,7 +244,7 @@ TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {
 
     // Our own control: a failed release keeps the ramp and the flag, and the next tick retries.
     engine->setConstantRPM(3000);
-    tick(fans());
+    tick(wideFan());
     ASSERT_TRUE(engine->isControlling());
     driver.restoreFailures = {DriverFailure::linkFailed("helper went away")};
     engine->selectProfile(FanProfile::appleAuto());
@@ -257,13 +253,13 @@ TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {
     EXPECT_TRUE(engine->isControlling());
     EXPECT_FALSE(engine->rampedTargets().empty());
 
-    tick(fans());
+    tick(wideFan());
     EXPECT_EQ(driver.restoreCalls, 4);
     EXPECT_FALSE(engine->isControlling());
     EXPECT_TRUE(engine->rampedTargets().empty());
     // A successful release leaves the text for the next successful push to clear.
     EXPECT_EQ(engine->lastError().value(), "restore failed: helper went away");
-    tick(fans());
+    tick(wideFan());
     EXPECT_EQ(driver.restoreCalls, 4);
 
     engine->setConstantRPM(3000);
@@ -275,8 +271,8 @@ TEST_F(ControlTickTest, ReleasingToTheFirmwareAndRetryingAFailedRelease) {
 TEST_F(ControlTickTest, UninstallingHandsOurFansBackBeforeTheHelperIsLetGo) {
     std::vector<int> restoresAtUnregister;
     driver.onUnregister = [&] { restoresAtUnregister.push_back(driver.restoreCalls); };
-    lockAt(3000, fans());
-    tick(fans());
+    lockAt(3000, wideFan());
+    tick(wideFan());
     ASSERT_TRUE(engine->isControlling());
     engine->uninstallHelper();
     ASSERT_TRUE(pumpUntil([&] { return restoresAtUnregister.size() == 1; }));
@@ -289,31 +285,31 @@ TEST_F(ControlTickTest, UninstallingHandsOurFansBackBeforeTheHelperIsLetGo) {
 }
 
 TEST_F(ControlTickTest, WithoutAConnectedHelperNothingIsWrittenAndTheStateIsAskedForAtMostEvery2s) {
-    lockAt(3000, fans());
+    lockAt(3000, wideFan());
     driver.state = HelperState::requiresApproval();
     engine->refreshHelperState();
     ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::requiresApproval(); }));
     const int queriesBefore = driver.stateCalls;
 
-    tick(fans());
+    tick(wideFan());
     run(engine->applyManualTick());
     EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
     timers.advance(1.75);
-    tick(fans());
+    tick(wideFan());
     EXPECT_EQ(driver.stateCalls, queriesBefore + 1);
     timers.advance(0.25);
-    tick(fans());
+    tick(wideFan());
     EXPECT_EQ(driver.stateCalls, queriesBefore + 2);
 
     // A curve neither writes nor advances its filter.
     engine->setSpoolRate(9000.0);
     engine->selectProfile(linearCurve());
-    tickAt(40.0, fans());
-    tickAt(80.0, fans());
+    tickAt(40.0, wideFan());
+    tickAt(80.0, wideFan());
     EXPECT_TRUE(driver.writes.empty());
     EXPECT_EQ(driver.restoreCalls, 0);
     connect();
-    tickAt(80.0, fans());
+    tickAt(80.0, wideFan());
     EXPECT_NEAR(driver.writes.back().rpm, 5000.0, 1e-6);
 }
 

@@ -3,14 +3,9 @@
 namespace halvoren {
 namespace {
 
-constexpr double fanMin = 1000.0;
-constexpr double fanMax = 7400.0;
-
 class EngineCustomModesTest : public EngineTest {
 protected:
     void SetUp() override { makeEngine(); }
-
-    static std::vector<FanStatus> fans() { return {fan(0, 2000.0, fanMin, fanMax)}; }
 
     static CustomMode mode(std::string name, ModeSpeed speed,
                            ModeSensor control = ModeSensor::source(ControlSource::hottest)) {
@@ -21,10 +16,8 @@ protected:
     static SensorPoller::Snapshot machine(double cpu, double battery) {
         return sweep(
             {temperatureSensor("TC0P", cpu), temperatureSensor("TB0T", battery, SensorCategory::battery)},
-            fans());
+            wideFan());
     }
-
-    double lastFraction() const { return (driver.writes.back().rpm - fanMin) / (fanMax - fanMin); }
 };
 
 TEST_F(EngineCustomModesTest, SelectingNeedsAKnownFanAndAKnownMode) {
@@ -84,17 +77,17 @@ TEST_F(EngineCustomModesTest, AModesSpeedShapesTheCurve) {
 
     // A fixed speed replaces the curve, whatever the temperature.
     engine->selectCustomMode(fixed.id);
-    tickAt(35.0, fans());
+    tickAt(35.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.6, 1e-9);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.6, 1e-9);
 
     // A floor raises the curve where it is lower and leaves it where it is higher.
     engine->selectCustomMode(floor.id);
-    tickAt(35.0, fans());
+    tickAt(35.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.5, 1e-9);
     engine->selectCustomMode(floor.id);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 1.0, 1e-9);
 
     // An update of the active mode applies from the next tick, smoothed.
@@ -102,7 +95,7 @@ TEST_F(EngineCustomModesTest, AModesSpeedShapesTheCurve) {
     lower.speed = ModeSpeed::fixed(0.2);
     engine->updateCustomMode(lower);
     EXPECT_EQ(engine->activeCustomModeID().value(), floor.id);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.35 * 0.2 + 0.65 * 1.0, 1e-9);
     // An update of an unknown mode is ignored.
     engine->updateCustomMode(mode("Stranger", ModeSpeed::fixed(0.9)));

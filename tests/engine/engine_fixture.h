@@ -55,6 +55,13 @@ protected:
         return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
     }
 
+    // One fan 6400 RPM wide: every fraction of its range used here is an exact speed.
+    static constexpr double wideMin = 1000.0;
+    static constexpr double wideMax = 7400.0;
+    static std::vector<FanStatus> wideFan() { return {fan(0, 2000.0, wideMin, wideMax)}; }
+    // The fraction of the wide fan's range that the last write asked for.
+    double lastFraction() const { return (driver.writes.back().rpm - wideMin) / (wideMax - wideMin); }
+
     // A named sensor (its name differs from its key), so it counts as trusted.
     static SMCSensor temperatureSensor(std::string key, double celsius,
                                        SensorCategory category = SensorCategory::cpu) {

@@ -4,21 +4,13 @@
 namespace halvoren {
 namespace {
 
-constexpr double fanMin = 1000.0;
-constexpr double fanMax = 7400.0;
-
 class EngineProfilesTest : public EngineTest {
 protected:
     void SetUp() override { makeEngine(); }
 
-    static std::vector<FanStatus> fans() { return {fan(0, 2000.0, fanMin, fanMax)}; }
-
     void power(PowerSource source) { engine->updatePowerTelemetry(PowerTelemetry{.source = source}); }
 
     double lastCap() const { return engine->activeProfile().value()->curvePoints.back().rpmPercentage; }
-
-    // The fraction of the range that the last write asked for (writes are instant here).
-    double lastFraction() const { return (driver.writes.back().rpm - fanMin) / (fanMax - fanMin); }
 };
 
 TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCountsAsAChange) {
@@ -28,14 +20,14 @@ TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCou
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
 
-    tickAt(35.0, fans()); // the curve's bottom seeds the filter
-    tickAt(85.0, fans());
+    tickAt(35.0, wideFan()); // the curve's bottom seeds the filter
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
     // unknown -> ac and ac -> unknown are no change: the filter goes on smoothing.
     power(PowerSource::ac);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     power(PowerSource::unknown);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 1.0 - 0.65 * 0.65 * 0.65, 1e-9);
 
     // To battery: re-applied with the battery cap, so the next tick starts unsmoothed at it.
@@ -45,7 +37,7 @@ TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCou
     EXPECT_EQ(engine->activeProfile().value()->id, FanProfile::halvorenStandard().id);
     EXPECT_EQ(lastCap(), 0.7);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.7, 1e-9);
 
     power(PowerSource::ac);
@@ -80,21 +72,21 @@ TEST_F(EngineProfilesTest, ACapChangeForAnotherPresetStillRestartsTheActivePrese
     connect();
     engine->setSpoolRate(9000.0);
     engine->selectPreset(FanPreset::auto_);
-    tickAt(35.0, fans());
-    tickAt(85.0, fans());
+    tickAt(35.0, wideFan());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
 
     engine->setPresetCap(FanPreset::quiet, 0.3, std::nullopt);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 1.0, 1e-9);
 
     // Without an active preset nothing is re-applied.
     engine->selectProfile(FanProfile::halvorenStandard());
-    tickAt(35.0, fans());
+    tickAt(35.0, wideFan());
     engine->setPresetCap(FanPreset::auto_, 0.5, 0.5);
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
-    tickAt(85.0, fans());
+    tickAt(85.0, wideFan());
     EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
 }
 
@@ -105,7 +97,7 @@ TEST_F(EngineProfilesTest, AConstantSpeedNeedsAKnownFanAndIsAFreshManualLock) {
     EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
     EXPECT_EQ(engine->activeProfile().value(), quiet);
 
-    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, fans()));
+    engine->apply(sweep({temperatureSensor("TC0P", 50.0)}, wideFan()));
     engine->setConstantRPM(3000);
     const FanProfile first = *engine->activeProfile().value();
     EXPECT_EQ(first, (FanProfile{first.id, "Manual Lock", ControlMode::constantRPM, 3000, "max", {}}));

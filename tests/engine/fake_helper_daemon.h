@@ -5,16 +5,17 @@
 #include "platform/timer_source.h"
 
 #include <QLocalServer>
+#include <QLocalSocket>
 #include <QPointer>
 #include <QTemporaryDir>
+#include <algorithm>
 #include <deque>
 #include <map>
-#include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <variant>
 #include <vector>
-
-class QLocalSocket;
 
 namespace halvoren {
 
@@ -33,32 +34,119 @@ public:
         static Behaviour refusing(std::string text) { return Behaviour{0.0, std::move(text)}; }
     };
 
-    explicit FakeHelperDaemon(TimerSource& timers);
-    ~FakeHelperDaemon();
+    explicit FakeHelperDaemon(TimerSource& timers)
+        : timers_(timers)
+        , path_(dir_.filePath(QStringLiteral("helper.sock"))) {
+        QObject::connect(&server_, &QLocalServer::newConnection, &server_, [this] { accept(); });
+        listen();
+    }
+    ~FakeHelperDaemon() {
+        for (auto& handle : delayed_) {
+            handle.cancel();
+        }
+    }
     FakeHelperDaemon(const FakeHelperDaemon&) = delete;
     FakeHelperDaemon& operator=(const FakeHelperDaemon&) = delete;
 
     QString path() const { return path_; }
-    void listen();
-    void stopListening();
+    void listen() {
+        if (!server_.isListening() && !server_.listen(path_)) {
+            throw std::runtime_error("fake daemon cannot listen: " + server_.errorString().toStdString());
+        }
+    }
+    void stopListening() { server_.close(); }
     // Closes every accepted connection.
-    void dropClients();
+    void dropClients() {
+        for (auto* socket : server_.findChildren<QLocalSocket*>()) {
+            socket->disconnectFromServer();
+        }
+    }
     // Sends one frame holding `payload` to every accepted connection, as a confused helper might.
-    void sendToClients(const std::string& payload);
+    void sendToClients(const std::string& payload) {
+        for (auto* socket : server_.findChildren<QLocalSocket*>()) {
+            send(socket, payload);
+        }
+    }
 
     void setBehaviour(HelperMethod method, Behaviour behaviour) { behaviours_[method] = behaviour; }
     // Heartbeat uptimes, answered in order; the last one repeats.
     void setUptimes(std::deque<double> uptimes) { uptimes_ = std::move(uptimes); }
-    std::string version = "1.2.0";
+    int count(HelperMethod method) const {
+        return static_cast<int>(std::ranges::count(requests, method, &HelperRequest::method));
+    }
 
+    std::string version = "1.2.0";
     std::vector<HelperRequest> requests;
     int connections = 0;
-    int count(HelperMethod method) const;
 
 private:
-    void accept();
-    void receive(QLocalSocket* socket);
-    void answer(const QPointer<QLocalSocket>& socket, const HelperRequest& request);
+    static void send(QLocalSocket* socket, const std::string& payload) {
+        const auto frame = frameBytes(payload);
+        socket->write(frame.data(), static_cast<qint64>(frame.size()));
+        socket->flush();
+    }
+
+    void accept() {
+        while (auto* socket = server_.nextPendingConnection()) {
+            ++connections;
+            readers_[socket];
+            QObject::connect(socket, &QLocalSocket::readyRead, socket, [this, socket] { receive(socket); });
+            QObject::connect(socket, &QLocalSocket::disconnected, socket, [this, socket] {
+                readers_.erase(socket);
+                socket->deleteLater();
+            });
+        }
+    }
+
+    void receive(QLocalSocket* socket) {
+        // Cut every complete frame first: answering may fail on a closed peer, and the socket's
+        // disconnect then drops its reader, so no reference to it may live across an answer.
+        std::vector<std::string> payloads;
+        {
+            auto& reader = readers_[socket];
+            const QByteArray bytes = socket->readAll();
+            reader.append(std::string_view(bytes.constData(), static_cast<std::size_t>(bytes.size())));
+            while (auto payload = reader.next()) {
+                payloads.push_back(std::move(*payload));
+            }
+        }
+        const QPointer<QLocalSocket> target(socket);
+        for (const auto& payload : payloads) {
+            const auto decoded = decodeRequest(payload);
+            const auto* request = std::get_if<HelperRequest>(&decoded);
+            if (!request) {
+                continue;
+            }
+            requests.push_back(*request);
+            const auto delay = behaviours_[request->method].delay;
+            if (delay && *delay <= 0.0) {
+                answer(target, *request);
+            } else if (delay) {
+                delayed_.push_back(timers_.schedule(
+                    *delay, [this, target, request = *request] { answer(target, request); }));
+            }
+        }
+    }
+
+    void answer(const QPointer<QLocalSocket>& socket, const HelperRequest& request) {
+        if (!socket || socket->state() != QLocalSocket::ConnectedState) {
+            return;
+        }
+        HelperReply reply{.id = request.id, .outcome = std::monostate{}};
+        if (const auto& error = behaviours_[request.method].error) {
+            reply.outcome = HelperReply::Failure{*error};
+        } else if (request.method == HelperMethod::heartbeat) {
+            reply.outcome = HelperReply::Uptime{uptimes_.front()};
+            if (uptimes_.size() > 1) {
+                uptimes_.pop_front();
+            }
+        } else if (request.method == HelperMethod::helperVersion) {
+            reply.outcome = HelperReply::Version{version};
+        } else if (request.method == HelperMethod::setTargetRPM) {
+            reply.outcome = HelperReply::Applied{request.rpm};
+        }
+        send(socket, encodeReply(reply));
+    }
 
     TimerSource& timers_;
     QTemporaryDir dir_;

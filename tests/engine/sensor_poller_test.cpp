@@ -31,22 +31,26 @@ FakeBridge twoFanMachine() {
     return machine;
 }
 
-struct HIDProbe {
-    int made = 0;
-    std::vector<std::pair<std::string, double>> readings{{"PMU tdie3", 48.0}, {"PMU tdie3", 52.0}};
-
+// The machine above, and HID sources that count how often they are made.
+class SensorPollerTest : public ::testing::Test {
+protected:
     SensorPoller::HIDSourceFactory factory() {
         return [this] {
-            ++made;
-            return std::make_unique<HIDSensorSource>([this] { return readings; });
+            ++hidMade;
+            return std::make_unique<HIDSensorSource>([] {
+                return std::vector<std::pair<std::string, double>>{{"PMU tdie3", 48.0}, {"PMU tdie3", 52.0}};
+            });
         };
     }
+
+    int hidMade = 0;
+    ManualClock clock;
+    FakeBridge machine = twoFanMachine();
+    SensorPoller poller{machine.bridge, clock, factory()};
 };
 
-TEST(SensorPoller, WithoutABridgeEveryPollIsEmptyAndNoHIDSourceIsMade) {
-    ManualClock clock;
-    HIDProbe hid;
-    SensorPoller poller(nullptr, clock, hid.factory());
+TEST_F(SensorPollerTest, WithoutABridgeEveryPollIsEmptyAndNoHIDSourceIsMade) {
+    SensorPoller poller(nullptr, clock, factory());
     poller.pollNow();
     clock.advance(1.0);
     const auto snapshot = poller.pollNow();
@@ -54,15 +58,10 @@ TEST(SensorPoller, WithoutABridgeEveryPollIsEmptyAndNoHIDSourceIsMade) {
     EXPECT_TRUE(snapshot.fans.empty());
     EXPECT_FALSE(snapshot.smcAvailable);
     EXPECT_FALSE(snapshot.sensorsRefreshed);
-    EXPECT_EQ(hid.made, 0);
+    EXPECT_EQ(hidMade, 0);
 }
 
-TEST(SensorPoller, SweepsAtMostOncePerSecondWhileFansAreReadEveryPoll) {
-    ManualClock clock;
-    HIDProbe hid;
-    auto machine = twoFanMachine();
-    SensorPoller poller(machine.bridge, clock, hid.factory());
-
+TEST_F(SensorPollerTest, SweepsAtMostOncePerSecondWhileFansAreReadEveryPoll) {
     const auto first = poller.pollNow();
     EXPECT_TRUE(first.smcAvailable);
     EXPECT_TRUE(first.sensorsRefreshed);
@@ -99,16 +98,11 @@ TEST(SensorPoller, SweepsAtMostOncePerSecondWhileFansAreReadEveryPoll) {
     const auto third = poller.pollNow();
     EXPECT_TRUE(third.sensorsRefreshed);
     EXPECT_DOUBLE_EQ(third.temperatures[0].currentTemp, 60.0);
-    EXPECT_EQ(hid.made, 1); // made once, on first use
+    EXPECT_EQ(hidMade, 1); // made once, on first use
 }
 
-TEST(SensorPoller, DiscoveryRepeatsUntilItYieldsSomething) {
-    ManualClock clock;
-    HIDProbe hid;
-    auto machine = twoFanMachine();
+TEST_F(SensorPollerTest, DiscoveryRepeatsUntilItYieldsSomething) {
     machine.fake->failEveryCall(-536870212);
-    SensorPoller poller(machine.bridge, clock, hid.factory());
-
     const auto failed = poller.pollNow();
     EXPECT_TRUE(failed.smcAvailable);
     EXPECT_TRUE(failed.temperatures.empty());
@@ -131,13 +125,9 @@ TEST(SensorPoller, DiscoveryRepeatsUntilItYieldsSomething) {
     EXPECT_EQ(machine.fake->calls(SMCCommand::keyByIndex), 0);
 }
 
-TEST(SensorPoller, WarmUpDiscoversOnTheWorkerAheadOfTheFirstSnapshot) {
+TEST_F(SensorPollerTest, WarmUpDiscoversOnTheWorkerAheadOfTheFirstSnapshot) {
     int argc = 0;
     QCoreApplication app(argc, nullptr);
-    ManualClock clock;
-    HIDProbe hid;
-    auto machine = twoFanMachine();
-    SensorPoller poller(machine.bridge, clock, hid.factory());
     SensorPoller::Snapshot result;
     int walksAfterWarmUp = -1;
     auto run = [&]() -> QCoro::Task<> {

@@ -53,100 +53,97 @@ double asNumber(T value) {
     }
 }
 
+template <class T>
+T fromNumber(double value) {
+    if constexpr (std::is_enum_v<T>) {
+        return static_cast<T>(static_cast<std::underlying_type_t<T>>(value));
+    } else {
+        return static_cast<T>(value);
+    }
+}
+
 // One plain setting: its key, how to write a value and read it back, its default, a value other
-// than it, and what it reads as when holding each of `wrongKinds` (none: an enumeration, which
-// falls back to its default).
+// than it, what it reads as when holding each of `wrongKinds` (none: an enumeration, which falls
+// back to its default), and stored values out of bounds with what they load as.
 struct Field {
     const char* key;
-    std::function<void(Store&)> write;
+    std::function<void(Store&, double)> write;
     std::function<double(const Store&)> read;
     double fallback;
     double written;
     std::vector<double> readings;
+    std::vector<std::pair<double, double>> bounds;
 };
 
 template <auto store, auto load, class T>
-Field field(const char* key, T fallback, T written, std::vector<double> readings = {}) {
+Field field(const char* key, T fallback, T written, std::vector<double> readings = {},
+            std::vector<std::pair<double, double>> bounds = {}) {
     if constexpr (std::is_same_v<T, bool>) {
         readings = {0, 0, 1, 0, 1, 1};
     }
     return {key,
-            [written](Store& s) { (s.*store)(written); },
+            [](Store& s, double value) { (s.*store)(fromNumber<T>(value)); },
             [](const Store& s) { return asNumber((s.*load)()); },
             asNumber(fallback),
             asNumber(written),
-            std::move(readings)};
+            std::move(readings),
+            std::move(bounds)};
 }
+#define FIELD(Name, key, ...) field<&Store::store##Name, &Store::load##Name>(Store::key##Key, __VA_ARGS__)
 
 std::vector<Field> plainFields() {
     const RestorableDefaults d;
+    const std::vector<double> same{0, 0, 1, 0, 12, 12};
     return {
-        field<&Store::storeSpoolRate, &Store::loadSpoolRate>(Store::spoolRateKey, d.spoolRate, 2400.5,
-                                                             {120, 120, 120, 120, 120, 120}),
-        field<&Store::storeGlassFrost, &Store::loadGlassFrost>(Store::glassFrostKey, d.glassFrost, 0.25,
-                                                               {0, 0, 1, 0, 1, 1}),
-        field<&Store::storeBackdropScene, &Store::loadBackdropScene>(Store::backdropSceneKey, d.backdropScene,
-                                                                     BackdropScene::nebula),
-        field<&Store::storeControlSource, &Store::loadControlSource>(
-            Store::controlSourceKey, ControlSource::hottest, ControlSource::cpuEfficiency),
-        field<&Store::storeUseFahrenheit, &Store::loadUseFahrenheit>(Store::useFahrenheitKey, d.useFahrenheit,
-                                                                     true),
-        field<&Store::storePreciseTemperatures, &Store::loadPreciseTemperatures>(
-            Store::preciseTemperaturesKey, d.preciseTemperatures, false),
-        field<&Store::storeAccentChoice, &Store::loadAccentChoice>(Store::accentChoiceKey, d.accentChoice,
-                                                                   AccentChoice::violet),
-        field<&Store::storeMenuBarReadout, &Store::loadMenuBarReadout>(
-            Store::menuBarReadoutKey, MenuBarReadout::controlTemperature, MenuBarReadout::none),
-        field<&Store::storeShowDockIcon, &Store::loadShowDockIcon>(Store::showDockIconKey, true, false),
-        field<&Store::storeMenuBarTempSource, &Store::loadMenuBarTempSource>(
-            Store::menuBarTempSourceKey, MenuBarTempSource::control, MenuBarTempSource::cpuPerformance),
-        field<&Store::storeMenuBarIconAnimated, &Store::loadMenuBarIconAnimated>(
-            Store::menuBarIconAnimatedKey, true, false),
-        field<&Store::storeHasCompletedFirstRunSetup, &Store::loadHasCompletedFirstRunSetup>(
-            Store::hasCompletedFirstRunSetupKey, false, true),
-        // A stored 0 is not absence.
-        field<&Store::storeOverheatThreshold, &Store::loadOverheatThreshold>(
-            Store::overheatThresholdKey, d.overheatThreshold, 0.0, {0, 0, 1, 0, 12.5, 12.7}),
-        field<&Store::storeFanHealthWarningsEnabled, &Store::loadFanHealthWarningsEnabled>(
-            Store::fanHealthWarningsEnabledKey, true, false),
-        field<&Store::storePreSpoolEnabled, &Store::loadPreSpoolEnabled>(Store::preSpoolEnabledKey,
-                                                                         d.preSpoolEnabled, true),
-        field<&Store::storeQuietHoursEnabled, &Store::loadQuietHoursEnabled>(Store::quietHoursEnabledKey,
-                                                                             d.quietHoursEnabled, true),
-        field<&Store::storeQuietHoursStart, &Store::loadQuietHoursStart>(
-            Store::quietHoursStartKey, d.quietHoursStart, 0, {0, 0, 1, 0, 12, 12}),
-        field<&Store::storeQuietHoursEnd, &Store::loadQuietHoursEnd>(Store::quietHoursEndKey, d.quietHoursEnd,
-                                                                     1439, {0, 0, 1, 0, 12, 12}),
-        field<&Store::storeMeetingQuietEnabled, &Store::loadMeetingQuietEnabled>(
-            Store::meetingQuietEnabledKey, d.meetingQuietEnabled, true),
-        field<&Store::storeCooldownDuration, &Store::loadCooldownDuration>(
-            Store::cooldownDurationKey, d.cooldownDuration, 61.5, {60, 60, 60, 60, 60, 60}),
+        FIELD(SpoolRate, spoolRate, d.spoolRate, 2400.5, {120, 120, 120, 120, 120, 120},
+              {{50, 120}, {20000, 9000}}),
+        FIELD(GlassFrost, glassFrost, d.glassFrost, 0.25, {0, 0, 1, 0, 1, 1}, {{-0.5, 0}}),
+        FIELD(BackdropScene, backdropScene, d.backdropScene, BackdropScene::nebula),
+        FIELD(ControlSource, controlSource, ControlSource::hottest, ControlSource::cpuEfficiency),
+        FIELD(UseFahrenheit, useFahrenheit, d.useFahrenheit, true),
+        FIELD(PreciseTemperatures, preciseTemperatures, d.preciseTemperatures, false),
+        FIELD(AccentChoice, accentChoice, d.accentChoice, AccentChoice::violet),
+        FIELD(MenuBarReadout, menuBarReadout, MenuBarReadout::controlTemperature, MenuBarReadout::none),
+        FIELD(ShowDockIcon, showDockIcon, true, false),
+        FIELD(MenuBarTempSource, menuBarTempSource, MenuBarTempSource::control,
+              MenuBarTempSource::cpuPerformance),
+        FIELD(MenuBarIconAnimated, menuBarIconAnimated, true, false),
+        FIELD(HasCompletedFirstRunSetup, hasCompletedFirstRunSetup, false, true),
+        // A stored 0 is not absence; 20 is below the slider's range, yet taken as it stands.
+        FIELD(OverheatThreshold, overheatThreshold, d.overheatThreshold, 0.0, {0, 0, 1, 0, 12.5, 12.7},
+              {{20, 20}}),
+        FIELD(FanHealthWarningsEnabled, fanHealthWarningsEnabled, true, false),
+        FIELD(PreSpoolEnabled, preSpoolEnabled, d.preSpoolEnabled, true),
+        FIELD(QuietHoursEnabled, quietHoursEnabled, d.quietHoursEnabled, true),
+        FIELD(QuietHoursStart, quietHoursStart, d.quietHoursStart, 0, same, {{-5, 0}}),
+        FIELD(QuietHoursEnd, quietHoursEnd, d.quietHoursEnd, 1439, same, {{5000, 1439}}),
+        FIELD(MeetingQuietEnabled, meetingQuietEnabled, d.meetingQuietEnabled, true),
+        FIELD(CooldownDuration, cooldownDuration, d.cooldownDuration, 61.5, {60, 60, 60, 60, 60, 60},
+              {{30, 60}, {1801, 1800}}),
     };
 }
+#undef FIELD
 
-TEST_F(SettingsStoreTest, AnEmptyStoreGivesEveryDefaultAndAgreesWithRestoreDefaults) {
+TEST_F(SettingsStoreTest, EveryValueIsItsDefaultUntilWrittenAndComesBackInThisRunAndAfterARelaunch) {
     const RestorableDefaults restored;
     EXPECT_EQ(Store::defaultSpoolRate, restored.spoolRate);
     const auto fields = plainFields();
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        EXPECT_NE(fields[i].fallback, fields[i].written) << "field " << i;
-        EXPECT_EQ(fields[i].read(store), fields[i].fallback) << "field " << i;
+    for (const auto& f : fields) {
+        EXPECT_NE(f.fallback, f.written) << f.key;
+        EXPECT_EQ(f.read(store), f.fallback) << f.key;
     }
     EXPECT_EQ(store.loadAlertRules(), restored.alertRules);
     EXPECT_EQ(store.loadPresetPowerCaps(), restored.presetPowerCaps);
     EXPECT_TRUE(store.loadCustomModes().empty());
     EXPECT_EQ(store.loadActiveCustomModeID(), std::nullopt);
     EXPECT_TRUE(settings.allKeys().isEmpty()) << "loading must not write";
-}
 
-TEST_F(SettingsStoreTest, EveryWrittenValueComesBackInThisRunAndAfterARelaunch) {
     const CustomMode mode(Uuid::random(), "Render", "cube.fill", ModeSpeed::fixed(0.8),
                           ModeSensor::source(ControlSource::gpuAverage));
     const AlertRules rules{{SensorCategory::gpu, {true, 88.5, true}}};
     const PresetPowerCapsMap caps{{FanPreset::max, {0.9, 0.6}}};
-    const auto fields = plainFields();
     for (const auto& f : fields) {
-        f.write(store);
+        f.write(store, f.written);
     }
     store.persistAlertRules(rules);
     store.persistPresetPowerCaps(caps);
@@ -157,8 +154,8 @@ TEST_F(SettingsStoreTest, EveryWrittenValueComesBackInThisRunAndAfterARelaunch) 
     ASSERT_EQ(later.value(Store::spoolRateKey).typeId(), QMetaType::QString) << "the relaunch must read text";
     for (QSettings* source : {&settings, &later}) {
         const Store loaded(*source);
-        for (std::size_t i = 0; i < fields.size(); ++i) {
-            EXPECT_EQ(fields[i].read(loaded), fields[i].written) << "field " << i;
+        for (const auto& f : fields) {
+            EXPECT_EQ(f.read(loaded), f.written) << f.key;
         }
         EXPECT_EQ(loaded.loadAlertRules(), mergeOverDefaults(defaultAlertRules(), rules));
         EXPECT_EQ(loaded.loadPresetPowerCaps(), mergeOverDefaults(defaultPresetPowerCaps(), caps));
@@ -168,26 +165,13 @@ TEST_F(SettingsStoreTest, EveryWrittenValueComesBackInThisRunAndAfterARelaunch) 
 }
 
 TEST_F(SettingsStoreTest, BoundsClampOnLoadButTheStoredValueStaysAsItWas) {
-    store.storeSpoolRate(50);
-    EXPECT_EQ(store.loadSpoolRate(), 120);
-    EXPECT_EQ(settings.value(Store::spoolRateKey).toDouble(), 50);
-    store.storeSpoolRate(20000);
-    EXPECT_EQ(store.loadSpoolRate(), 9000);
-    EXPECT_EQ(settings.value(Store::spoolRateKey).toDouble(), 20000);
-
-    store.storeQuietHoursStart(-5);
-    EXPECT_EQ(store.loadQuietHoursStart(), 0);
-    store.storeQuietHoursEnd(5000);
-    EXPECT_EQ(store.loadQuietHoursEnd(), 1439);
-    EXPECT_EQ(settings.value(Store::quietHoursEndKey).toInt(), 5000);
-    store.storeCooldownDuration(30);
-    EXPECT_EQ(store.loadCooldownDuration(), 60);
-    store.storeCooldownDuration(1801);
-    EXPECT_EQ(store.loadCooldownDuration(), 1800);
-    store.storeGlassFrost(-0.5);
-    EXPECT_EQ(store.loadGlassFrost(), 0);
-    store.storeOverheatThreshold(20); // below the slider's range, yet taken as it stands
-    EXPECT_EQ(store.loadOverheatThreshold(), 20);
+    for (const auto& f : plainFields()) {
+        for (const auto& [stored, loaded] : f.bounds) {
+            f.write(store, stored);
+            EXPECT_EQ(f.read(store), loaded) << f.key << " holding " << stored;
+            EXPECT_EQ(settings.value(f.key).toDouble(), stored) << f.key;
+        }
+    }
 }
 
 // A scalar is read as the platform's typed getters read it, and then the bounds apply; only
