@@ -15,6 +15,7 @@
 #include "core/preset_power_caps.h"
 #include "core/sensor.h"
 #include "core/smc_data_codec.h"
+#include "core/thermal_almanac.h"
 
 #include <cstdio>
 #include <cstring>
@@ -162,6 +163,14 @@ void settingsStore(const fs::path& root) {
 
 } // namespace
 
+void thermalAlmanac(const fs::path& root) {
+    SeedWriter seeds(root, "fuzz_thermal_almanac");
+    ThermalAlmanac almanac;
+    almanac.days = {{"2027-01-14", {{0, 48.5}, {13, 71.0}, {23, 55.25}}}, {"2027-01-15", {{9, 62.0}}}};
+    seeds.add(encodeThermalAlmanac(almanac).value_or("{}"));
+    seeds.add(R"({"days":[{"dayKey":"2027-01-15","hourPeaks":{"09":60}}]})");
+}
+
 int main(int argc, char** argv) {
     if (argc != 2) {
         std::fprintf(stderr, "usage: make_seeds DIR\n");
@@ -173,5 +182,6 @@ int main(int argc, char** argv) {
     modelJson(root);
     customModes(root);
     settingsStore(root);
+    thermalAlmanac(root);
     return 0;
 }

@@ -26,7 +26,7 @@ bin=build/fuzz/bin
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
   targets=(fuzz_helper_frames fuzz_smc_codec fuzz_model_json fuzz_custom_modes fuzz_settings_store
-           fuzz_machine_profile)
+           fuzz_machine_profile fuzz_thermal_almanac)
 fi
 
 seeds=build/fuzz/seeds

@@ -210,6 +210,7 @@ void HeadlessRun::shutDown() {
     [[maybe_unused]] auto task = [](HeadlessRun* self) -> QCoro::Task<void> {
         HalvorenEngine& engine = *self->parts_->engine;
         engine.stop();
+        engine.prepareForTermination();
         if (const auto& path = self->options_.exportCsvPath; path && !engine.writeHistoryCSV(*path)) {
             std::cerr << "halvoren: " << engine.lastError()->value_or("") << std::endl;
         }

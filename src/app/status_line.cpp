@@ -60,6 +60,7 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
     for (const auto& [id, warning] : engine.fanHealthWarnings().value()) {
         health[std::to_string(id)] = std::string(FanHealthText::detail(warning));
     }
+    const WeatherSnapshot& weather = engine.weatherSnapshot().value();
     const ThermalTrend& trend = engine.thermalTrend().value();
     const ForecastChipState& chip = engine.forecastChip().value();
     const auto& profile = engine.activeProfile().value();
@@ -94,6 +95,8 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
               {"etaMinutes", chip.etaWholeMinutes ? Json(*chip.etaWholeMinutes) : Json(nullptr)},
               {"urgent", chip.etaIsUrgent}}},
         {"overheating", engine.isOverheating().value()},
+        {"weather", std::string(rawValue(weather.condition))},
+        {"forecastLine", weather.forecastLine},
         {"fanHealthWarnings", std::move(health)},
         {"fans", std::move(fans)},
     };

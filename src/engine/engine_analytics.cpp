@@ -1,10 +1,17 @@
+#include "core/clamp.h"
 #include "core/telemetry_csv.h"
+#include "core/weather_copy.h"
+#include "core/weather_hourly.h"
 #include "engine/halvoren_engine.h"
+#include "engine/thermal_almanac_store.h"
 
 #include <QDir>
 #include <QSaveFile>
+#include <QThreadPool>
+#include <QtConcurrent/QtConcurrentRun>
 #include <algorithm>
 #include <cmath>
+#include <qcoro/qcorofuture.h>
 
 namespace halvoren {
 
@@ -91,6 +98,105 @@ void HalvorenEngine::updateThermalTrend() {
 void HalvorenEngine::publishThermalTrend(const ThermalTrend& trend) {
     thermalTrend_.set(trend);
     forecastChip_.set(forecastChipState(trend));
+}
+
+namespace {
+
+// The weather's own notion of hot, apart from the user's overheat threshold.
+constexpr double weatherHotThreshold = 72.0;
+constexpr double almanacSaveInterval = 300.0;
+// Thirty minutes at one sample a second.
+constexpr double projectionSamples = 1800.0;
+
+double tenths(double x) {
+    return std::round(x * 10.0) / 10.0;
+}
+
+} // namespace
+
+double HalvorenEngine::menuBarFanFraction() const {
+    const FanStatus* fastest = nullptr;
+    for (const auto& [id, fan] : fans_.value()) {
+        if (!fastest || fan.currentRPM > fastest->currentRPM) {
+            fastest = &fan;
+        }
+    }
+    if (!fastest || !(fastest->maxRPM - fastest->minRPM > 0.0)) {
+        return 0.0;
+    }
+    return clampUnit((fastest->currentRPM - fastest->minRPM) / (fastest->maxRPM - fastest->minRPM));
+}
+
+void HalvorenEngine::updateWeather() {
+    const double control = controlTemperature_.value();
+    if (!(control > 0.0)) {
+        return;
+    }
+    weatherSmoother_.update(control);
+    const Clock::WallTime now = timers_.clock().wallNow();
+    const std::chrono::local_seconds local = localTime(now);
+    if (weatherAlmanacLoaded_) {
+        weatherAlmanac_.record(control, local);
+        const double monotonic = timers_.clock().monotonicNow();
+        if (!lastAlmanacSave_ || monotonic - *lastAlmanacSave_ >= almanacSaveInterval) {
+            lastAlmanacSave_ = monotonic;
+            // A copy goes to a worker; the file is small and the result is not awaited.
+            QThreadPool::globalInstance()->start(
+                [path = almanacPath_, copy = weatherAlmanac_] { ThermalAlmanacStore::save(path, copy); });
+        }
+    }
+    // The published slope agrees with the trend's direction; the projection does not pass
+    // through that gate.
+    const double trend = slopeAgreeingWith(thermalTrend_.value(), weatherSmoother_.trendPerSample * 60.0);
+    const double projected = weatherSmoother_.projected(projectionSamples);
+    const WeatherCondition condition =
+        resolveWeatherCondition({.controlTemp = control,
+                                 .trendPerMinute = trend,
+                                 .fanDuty = menuBarFanFraction(),
+                                 .workloadBoost = processWorkloadImpact_.value(),
+                                 .hotThreshold = weatherHotThreshold});
+    std::optional<std::string> outlook;
+    if (weatherAlmanacLoaded_) {
+        if (const auto found = weatherAlmanac_.outlook(local, weatherHotThreshold)) {
+            outlook = found->line;
+        }
+    }
+    WeatherSnapshot snapshot;
+    snapshot.condition = condition;
+    // The hero shows the displayed temperature; the storm sentence the control temperature.
+    snapshot.temperature = tenths(displayedTemperature_.value());
+    snapshot.trendPerMinute = tenths(trend);
+    snapshot.projected30Min = std::round(projected);
+    snapshot.forecastLine = WeatherCopy::forecastLine(condition, control, trend, projected);
+    snapshot.outlookLine = std::move(outlook);
+    snapshot.hourly = hourlyEntries(ThermalAlmanac::hourOf(local), control, projected,
+                                    weatherAlmanacLoaded_ ? weatherAlmanac_ : ThermalAlmanac{},
+                                    weatherSmoother_.sampleCount);
+    weatherSnapshot_.set(std::move(snapshot));
+}
+
+void HalvorenEngine::loadAlmanacInBackground() {
+    if (weatherAlmanacLoaded_) {
+        return;
+    }
+    [[maybe_unused]] auto task = [](HalvorenEngine* self, std::weak_ptr<int> alive,
+                                    QString path) -> QCoro::Task<void> {
+        QFuture<ThermalAlmanac> loading = QtConcurrent::run(
+            QThreadPool::globalInstance(), [path] { return ThermalAlmanacStore::load(path); });
+        co_await loading;
+        // Loaded meanwhile by another start: the file's older value is dropped.
+        if (alive.expired() || self->weatherAlmanacLoaded_) {
+            co_return;
+        }
+        self->weatherAlmanac_ = loading.result();
+        self->weatherAlmanacLoaded_ = true;
+    }(this, lifetime_, almanacPath_);
+}
+
+void HalvorenEngine::prepareForTermination() {
+    if (weatherAlmanacLoaded_) {
+        ThermalAlmanacStore::save(almanacPath_, weatherAlmanac_);
+    }
 }
 
 std::optional<std::string> HalvorenEngine::exportHistoryCSV() {

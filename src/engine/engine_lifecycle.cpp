@@ -1,12 +1,15 @@
 #include "engine/fan_driver.h"
 #include "engine/halvoren_engine.h"
+#include "engine/thermal_almanac_store.h"
 #include "platform/application_watcher.h"
 #include "platform/core_counts.h"
 #include "platform/mic_activity_monitor.h"
 #include "platform/power_state.h"
 #include "platform/timer_source.h"
 
+#include <QDir>
 #include <QSettings>
+#include <QStandardPaths>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 #include <coroutine>
@@ -95,6 +98,9 @@ HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, 
                         ? std::move(environment.applications)
                         : std::shared_ptr<ApplicationWatcher>(systemApplicationWatcher(environment.timers)))
     , timeZone_(std::move(environment.timeZone)) {
+    almanacPath_ = QDir(environment.dataDirectory.value_or(
+                            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)))
+                       .filePath(QString::fromLatin1(ThermalAlmanacStore::fileName));
     poller_ = makePoller(driver_.sharedBridge());
     // No profile or preset is restored: every launch starts with the firmware in control.
     activeProfile_.set(initialProfile);
@@ -143,6 +149,7 @@ void HalvorenEngine::start() {
     warmUpInBackground(poller_);
     supervisor_.refreshHelperState();
     startWorkloadWatcher();
+    loadAlmanacInBackground();
     loop_ = std::make_shared<LoopControl>();
     [[maybe_unused]] auto task = runLoop(loop_);
 }
@@ -173,6 +180,7 @@ QCoro::Task<void> HalvorenEngine::runPowerSlice() {
     updatePowerTelemetry(result.telemetry);
     evaluateQuietHours(timers_.clock().wallNow());
     updateThermalTrend();
+    updateWeather();
 }
 
 QCoro::Task<void> HalvorenEngine::runMicrophoneSlice() {
@@ -226,7 +234,7 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
                 co_return;
             }
         }
-        // The weather and the heat sample join here, before the control tick.
+        // The heat sample joins here, before the control tick.
 
         if (!manualFanTargets_->empty()) {
             co_await applyManualTick();

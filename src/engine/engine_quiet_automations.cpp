@@ -5,12 +5,18 @@
 
 namespace halvoren {
 
-int HalvorenEngine::minuteOfDay(Clock::WallTime now) const {
+std::chrono::local_seconds HalvorenEngine::localTime(Clock::WallTime now) const {
     const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
     const QDateTime utc = QDateTime::fromMSecsSinceEpoch(millis, QTimeZone::utc());
-    const QTime local = (timeZone_ ? utc.toTimeZone(*timeZone_) : utc.toLocalTime()).time();
-    // Seconds play no part; an invalid time counts as midnight.
-    return local.isValid() ? local.hour() * 60 + local.minute() : 0;
+    const int offset = (timeZone_ ? utc.toTimeZone(*timeZone_) : utc.toLocalTime()).offsetFromUtc();
+    return std::chrono::local_seconds{std::chrono::floor<std::chrono::seconds>(now.time_since_epoch()) +
+                                      std::chrono::seconds{offset}};
+}
+
+int HalvorenEngine::minuteOfDay(Clock::WallTime now) const {
+    // Seconds play no part.
+    const auto sinceMidnight = localTime(now) - std::chrono::floor<std::chrono::days>(localTime(now));
+    return static_cast<int>(std::chrono::duration_cast<std::chrono::minutes>(sinceMidnight).count());
 }
 
 // Two near-twin machines: each captures the present policy and selects Quiet when its

@@ -10,14 +10,17 @@
 #include "core/fan_health_monitor.h"
 #include "core/fan_profile.h"
 #include "core/fan_status.h"
+#include "core/holt_smoother.h"
 #include "core/power_telemetry.h"
 #include "core/preset_power_caps.h"
 #include "core/sensor.h"
 #include "core/sensor_selection.h"
 #include "core/target_deadband.h"
 #include "core/telemetry_store.h"
+#include "core/thermal_almanac.h"
 #include "core/thermal_trend.h"
 #include "core/uuid.h"
+#include "core/weather_snapshot.h"
 #include "core/workload_policy.h"
 #include "engine/helper_state.h"
 #include "engine/helper_supervisor.h"
@@ -75,8 +78,10 @@ public:
         std::shared_ptr<PowerStateObserver> power = {};
         std::shared_ptr<MicActivityMonitor> microphone = {};
         std::shared_ptr<ApplicationWatcher> applications = {};
-        // The calendar of the quiet hours; empty: the user's own time zone.
+        // The calendar of the quiet hours and the almanac; empty: the user's own time zone.
         std::optional<QTimeZone> timeZone = {};
+        // Where the almanac is kept; empty: the application's data folder.
+        std::optional<QString> dataDirectory = {};
     };
 
     // The period that slew limiting assumes for one control tick.
@@ -154,6 +159,9 @@ public:
     const Observable<ForecastChipState>& forecastChip() const { return forecastChip_; }
     // The last minute, one sample per sensor sweep.
     const TelemetryStore& telemetry() const { return telemetry_; }
+    const Observable<WeatherSnapshot>& weatherSnapshot() const { return weatherSnapshot_; }
+    // The fastest fan's place in its range, 0 ... 1; 0 without fans.
+    double menuBarFanFraction() const;
     // The present warning of each fan that is failing to follow its command.
     const Observable<std::map<int, FanHealthMonitor::Warning>>& fanHealthWarnings() const {
         return fanHealthWarnings_;
@@ -251,6 +259,13 @@ public:
     void recordTelemetry(const SensorPoller::Snapshot& snapshot);
     // One sample of the hottest reading into the two-minute fit; once a second.
     void updateThermalTrend();
+    // The smoothed control temperature, the almanac and the forecast; once a second.
+    void updateWeather();
+    // The one piece of work for the program's end: the almanac is written at once, if it was
+    // ever read, so a file not read yet is never replaced by an empty one.
+    void prepareForTermination();
+    bool isAlmanacLoaded() const { return weatherAlmanacLoaded_; }
+    const ThermalAlmanac& almanac() const { return weatherAlmanac_; }
 
     // --- Cooldown and dust cycle --------------------------------------------------------------
     // Turbo for `cooldownDuration` seconds (or `seconds`), then back; nothing while one runs.
@@ -349,6 +364,9 @@ private:
     void recordSweep(const SensorPoller::Snapshot& snapshot);
     void evaluateFanHealth(const std::vector<FanStatus>& fans);
     int minuteOfDay(Clock::WallTime now) const;
+    // The wall time as the user's calendar shows it.
+    std::chrono::local_seconds localTime(Clock::WallTime now) const;
+    void loadAlmanacInBackground();
     static bool isTurboProfile(const FanProfile& profile);
     void presetPowerCapsChanged();
 
@@ -463,6 +481,11 @@ private:
     FanHealthMonitor fanHealth_;
     Observable<std::map<int, FanHealthMonitor::Warning>> fanHealthWarnings_;
     std::vector<TrendSample> trendSamples_;
+    HoltSmoother weatherSmoother_{0.35, 0.1};
+    Observable<WeatherSnapshot> weatherSnapshot_{WeatherSnapshot::placeholder()};
+    QString almanacPath_;
+    ThermalAlmanac weatherAlmanac_;
+    std::optional<double> lastAlmanacSave_; // monotonic
     Observable<ThermalTrend> thermalTrend_{ThermalTrend::steady()};
     Observable<ForecastChipState> forecastChip_{forecastChipState(ThermalTrend::steady())};
 
@@ -492,6 +515,7 @@ private:
     bool micWasInUse_ = false;
     bool hasMeetingQuietMemory_ = false;
     bool meetingQuietOverriddenThisMeeting_ = false;
+    bool weatherAlmanacLoaded_ = false;
 };
 
 } // namespace halvoren

@@ -1,7 +1,9 @@
+#include "core/double_text.h"
 #include "core/holt_smoother.h"
 #include "core/json_support.h"
 #include "core/weather_condition.h"
 #include "core/weather_copy.h"
+#include "core/weather_hourly.h"
 #include "core/weather_snapshot.h"
 
 #include <gtest/gtest.h>
@@ -108,6 +110,31 @@ TEST(WeatherSnapshot, PlaceholderIsClearWithADashAndNoCards) {
     auto blank = placeholder;
     blank.forecastLine.clear();
     EXPECT_EQ(blank, WeatherSnapshot{});
+}
+
+} // namespace
+} // namespace halvoren
+
+namespace halvoren {
+namespace {
+
+TEST(WeatherHourly, PastHoursComeFromTodayOnlyAndForecastsNeedEnoughData) {
+    ThermalAlmanac almanac;
+    for (int day = 0; day < 4; ++day) {
+        almanac.days.push_back({"2027-01-1" + std::to_string(day), {{23, 60.0}, {1, 70.0 + day}, {2, 55.0}}});
+    }
+    const auto labels = [](const std::vector<WeatherSnapshot::HourlyEntry>& entries) {
+        std::string text;
+        for (const auto& entry : entries) {
+            text += std::to_string(entry.id) + ":" + entry.label + "=" + doubleText(entry.temperature) + " ";
+        }
+        return text;
+    };
+    // At midnight 10p and 11p are looked up in today's record; 2a has four days of peaks.
+    EXPECT_EQ(labels(hourlyEntries(0, 48.26, 51.6, almanac, 59)), "-1:11p=60.0 0:now=48.3 2:2a=55.0 ");
+    EXPECT_EQ(labels(hourlyEntries(23, 48.0, 51.6, almanac, 60)),
+              "0:now=48.0 1:12a=52.0 2:1a=71.5 3:2a=55.0 ");
+    EXPECT_EQ(labels(hourlyEntries(3, 40.0, 40.0, ThermalAlmanac{}, 0)), "0:now=40.0 ");
 }
 
 } // namespace

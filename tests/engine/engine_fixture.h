@@ -38,7 +38,8 @@ protected:
                                                  .power = power,
                                                  .microphone = microphone,
                                                  .applications = applications,
-                                                 .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin"))});
+                                                 .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
+                                                 .dataDirectory = dir.path()});
         return *engine;
     }
 
