@@ -278,8 +278,8 @@ public:
     AlertsManager& alerts() { return alerts_; }
     const AlertsManager& alerts() const { return alerts_; }
     // A missing argument keeps that field of the category's rule; the rules are stored.
-    void setAlertRule(SensorCategory category, std::optional<bool> enabled, std::optional<double> thresholdCelsius,
-                      std::optional<bool> autoBoost);
+    void setAlertRule(SensorCategory category, std::optional<bool> enabled,
+                      std::optional<double> thresholdCelsius, std::optional<bool> autoBoost);
     void resetAlertRules();
     // Each enabled rule against the hottest sensor of its category: alerts on the rising edge,
     // and an auto-boost rule holds Turbo while it is triggered. A Turbo the user engaged is
