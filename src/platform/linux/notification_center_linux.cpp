@@ -1,10 +1,12 @@
-#include "platform/notification_center.h"
+#include "platform/linux/notification_center_linux.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QVariantMap>
+#include <functional>
+#include <optional>
 #include <utility>
 
 namespace halvoren {
@@ -14,6 +16,10 @@ namespace {
 // permission to ask for: a server that answers stands for consent, none for refusal.
 class FreedesktopNotificationCenter final : public NotificationCenter {
 public:
+    // The bus is reached on first use, not when the program starts.
+    explicit FreedesktopNotificationCenter(std::function<QDBusConnection()> connect)
+        : connect_(std::move(connect)) {}
+
     bool isUsable() override { return bus().isConnected(); }
 
     void requestAuthorization(AuthorizationHandler done) override {
@@ -47,15 +53,13 @@ private:
     // A reply that has not come by then counts as none; nothing waits on it meanwhile.
     static constexpr int timeoutMs = 3000;
 
-    static QDBusConnection bus() { return QDBusConnection::sessionBus(); }
-
     static QDBusMessage message(const QString& method) {
         return QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
                                               QStringLiteral("/org/freedesktop/Notifications"),
                                               QStringLiteral("org.freedesktop.Notifications"), method);
     }
 
-    static void watch(const QDBusMessage& call, std::function<void(const QDBusMessage&)> handle) {
+    void watch(const QDBusMessage& call, std::function<void(const QDBusMessage&)> handle) {
         auto* watcher = new QDBusPendingCallWatcher(bus().asyncCall(call, timeoutMs));
         QObject::connect(watcher, &QDBusPendingCallWatcher::finished,
                          [handle = std::move(handle)](QDBusPendingCallWatcher* finished) {
@@ -63,12 +67,26 @@ private:
                              handle(finished->reply());
                          });
     }
+
+    QDBusConnection& bus() {
+        if (!bus_) {
+            bus_ = connect_();
+        }
+        return *bus_;
+    }
+
+    std::function<QDBusConnection()> connect_;
+    std::optional<QDBusConnection> bus_;
 };
 
 } // namespace
 
+std::shared_ptr<NotificationCenter> freedesktopNotificationCenter(QDBusConnection bus) {
+    return std::make_shared<FreedesktopNotificationCenter>([bus = std::move(bus)] { return bus; });
+}
+
 std::shared_ptr<NotificationCenter> systemNotificationCenter() {
-    return std::make_shared<FreedesktopNotificationCenter>();
+    return std::make_shared<FreedesktopNotificationCenter>([] { return QDBusConnection::sessionBus(); });
 }
 
 } // namespace halvoren
