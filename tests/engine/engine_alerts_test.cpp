@@ -61,6 +61,16 @@ TEST_F(EngineAlertsTest, ARuleNeverEndsTheUsersTurbo) {
     EXPECT_EQ(state(), "turbo -/Turbo");
 }
 
+TEST_F(EngineAlertsTest, ARuleThatJoinsACooldownLeavesItsTurboToTheUser) {
+    boostOn(SensorCategory::cpu);
+    engine->startCooldown(60.0);
+    sweepAt(97.0, 60.0);
+    timers.advance(60.0); // the holder keeps Turbo past the cooldown's end
+    EXPECT_EQ(state(), "turbo -/Turbo");
+    sweepAt(80.0, 60.0); // not engaged by the rule, so not ended by it
+    EXPECT_EQ(state(), "turbo -/Turbo");
+}
+
 TEST_F(EngineAlertsTest, SettingOneFieldOfARuleKeepsTheOthers) {
     engine->setAlertRule(SensorCategory::cpu, std::nullopt, 80.0, std::nullopt);
     const AlertRules& rules = engine->alertRules().value();
