@@ -5,6 +5,7 @@
 #include "platform/log_levels.h"
 #include "platform/notification_center.h"
 
+#include <string_view>
 #include <utility>
 
 namespace halvoren {
@@ -12,7 +13,7 @@ namespace {
 
 Q_LOGGING_CATEGORY(logAlerts, "alerts")
 
-const std::string overheatTitle = "Halvoren: Overheating";
+constexpr std::string_view overheatTitle = "Halvoren: Overheating";
 
 } // namespace
 
@@ -25,7 +26,8 @@ AlertsManager::~AlertsManager() = default;
 void AlertsManager::update(bool isOverheating, const std::string& hottestSensorName, double hottestTemp) {
     if (isOverheating && !wasOverheating_) {
         // The text is taken at the edge, even when it goes out after the permission answer.
-        authorizeThenFire(std::nullopt, overheatTitle, runningHotMessage(hottestSensorName, hottestTemp));
+        authorizeThenFire(std::nullopt, std::string(overheatTitle),
+                          runningHotMessage(hottestSensorName, hottestTemp));
     }
     wasOverheating_ = isOverheating;
 }

@@ -19,14 +19,10 @@ public:
     };
 
     bool usable = true;
-    int usableQueries = 0;
     std::vector<AuthorizationHandler> pendingAuthorizations;
     std::vector<Post> posts;
 
-    bool isUsable() override {
-        ++usableQueries;
-        return usable;
-    }
+    bool isUsable() override { return usable; }
     void requestAuthorization(AuthorizationHandler done) override {
         pendingAuthorizations.push_back(std::move(done));
     }
