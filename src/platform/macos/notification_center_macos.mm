@@ -37,7 +37,7 @@ public:
         // The answer comes on a private queue; it is handed to the main thread.
         auto shared = std::make_shared<AuthorizationHandler>(std::move(done));
         const UNAuthorizationOptions options = UNAuthorizationOptionAlert | UNAuthorizationOptionSound;
-        [UNUserNotificationCenter.currentNotificationCenter
+        [[UNUserNotificationCenter currentNotificationCenter]
             requestAuthorizationWithOptions:options
                           completionHandler:^(BOOL granted, NSError* _Nullable error) {
                             std::optional<std::string> failure = describe(error);
@@ -54,10 +54,10 @@ public:
             UNMutableNotificationContent* content = [[UNMutableNotificationContent alloc] init];
             content.title = toNSString(title);
             content.body = toNSString(body);
-            content.sound = UNNotificationSound.defaultSound;
+            content.sound = [UNNotificationSound defaultSound];
             UNNotificationRequest* request =
-                [UNNotificationRequest requestWithIdentifier:NSUUID.UUID.UUIDString content:content trigger:nil];
-            [UNUserNotificationCenter.currentNotificationCenter
+                [UNNotificationRequest requestWithIdentifier:[NSUUID UUID].UUIDString content:content trigger:nil];
+            [[UNUserNotificationCenter currentNotificationCenter]
                 addNotificationRequest:request
                  withCompletionHandler:^(NSError* _Nullable error) {
                    std::optional<std::string> failure = describe(error);
