@@ -1,4 +1,5 @@
 #include "core/clamp.h"
+#include "core/fan_driving_status.h"
 #include "core/telemetry_csv.h"
 #include "core/weather_copy.h"
 #include "core/weather_hourly.h"
@@ -30,6 +31,12 @@ void HalvorenEngine::evaluateFanHealth(const std::vector<FanStatus>& fans) {
     }
     // The suspending clock: a machine asleep does not mature the timers.
     const double now = timers_.clock().suspendingNow();
+    std::vector<int> ids;
+    ids.reserve(fans.size());
+    for (const FanStatus& fan : fans) {
+        ids.push_back(fan.id);
+    }
+    std::ranges::sort(ids);
     for (const FanStatus& fan : fans) {
         // Under firmware control, and for a failed reading, nothing is judged.
         std::optional<double> commanded;
@@ -52,6 +59,23 @@ void HalvorenEngine::evaluateFanHealth(const std::vector<FanStatus>& fans) {
             const auto [it, inserted] = warnings.insert_or_assign(fan.id, warning);
             return inserted || it->second != warning;
         });
+        const std::string key = FanHealthText::alertKey(fan.id);
+        if (std::holds_alternative<FanHealthMonitor::Recovered>(*event)) {
+            // Re-armed without a notification, so that a later failure alerts again.
+            alerts_.setRuleWasTriggered(key, false);
+            continue;
+        }
+        const std::string name = fanDisplayName(fan.id, ids);
+        if (std::holds_alternative<FanHealthMonitor::Stalled>(*event)) {
+            const auto ramp = rampedTargets_.find(fan.id);
+            alerts_.updateRule(
+                key, true, std::string(FanHealthText::alertTitle(FanHealthMonitor::Warning::stalled)),
+                FanHealthText::stalledMessage(name, ramp != rampedTargets_.end() ? ramp->second : 0.0));
+        } else if (const auto* slow = std::get_if<FanHealthMonitor::Underperforming>(&*event)) {
+            alerts_.updateRule(
+                key, true, std::string(FanHealthText::alertTitle(FanHealthMonitor::Warning::underperforming)),
+                FanHealthText::underperformingMessage(name, slow->actualRPM, slow->commandedRPM));
+        }
     }
 }
 
@@ -79,6 +103,13 @@ void HalvorenEngine::recordSweep(const SensorPoller::Snapshot& snapshot) {
                       timers_.clock().wallNow());
     lastMaxTempSample_ = maxTemp;
     isOverheating_.set(maxTemp >= overheatThreshold_.value());
+
+    alerts_.update(isOverheating_.value(), hottest ? hottest->name : "Unknown sensor", maxTemp);
+    // Only temperatures: a power reading of the same category is not a heat.
+    std::vector<SMCSensor> temperatures;
+    std::ranges::copy_if(snapshot.allSensors, std::back_inserter(temperatures),
+                         [](const SMCSensor& s) { return s.sensorClass == SensorClass::temperature; });
+    evaluateAlertRules(temperatures);
 }
 
 void HalvorenEngine::updateThermalTrend() {

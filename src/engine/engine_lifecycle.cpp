@@ -4,6 +4,7 @@
 #include "platform/application_watcher.h"
 #include "platform/core_counts.h"
 #include "platform/mic_activity_monitor.h"
+#include "platform/notification_center.h"
 #include "platform/power_state.h"
 #include "platform/timer_source.h"
 
@@ -97,7 +98,9 @@ HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, 
     , applications_(environment.applications
                         ? std::move(environment.applications)
                         : std::shared_ptr<ApplicationWatcher>(systemApplicationWatcher(environment.timers)))
-    , timeZone_(std::move(environment.timeZone)) {
+    , timeZone_(std::move(environment.timeZone))
+    , alerts_(environment.notifications ? std::move(environment.notifications) : systemNotificationCenter(),
+              environment.timers.clock()) {
     almanacPath_ = QDir(environment.dataDirectory.value_or(
                             QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)))
                        .filePath(QString::fromLatin1(ThermalAlmanacStore::fileName));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/alert_evaluation.h"
 #include "core/alert_rules.h"
 #include "core/control_pipeline.h"
 #include "core/control_source.h"
@@ -22,6 +23,7 @@
 #include "core/uuid.h"
 #include "core/weather_snapshot.h"
 #include "core/workload_policy.h"
+#include "engine/alerts_manager.h"
 #include "engine/helper_state.h"
 #include "engine/helper_supervisor.h"
 #include "engine/observable.h"
@@ -49,6 +51,7 @@ namespace halvoren {
 class ApplicationWatcher;
 class FanDriver;
 class MicActivityMonitor;
+class NotificationCenter;
 class PowerStateObserver;
 class TimerSource;
 
@@ -78,6 +81,8 @@ public:
         std::shared_ptr<PowerStateObserver> power = {};
         std::shared_ptr<MicActivityMonitor> microphone = {};
         std::shared_ptr<ApplicationWatcher> applications = {};
+        // Empty: the system's own notifications.
+        std::shared_ptr<NotificationCenter> notifications = {};
         // The calendar of the quiet hours and the almanac; empty: the user's own time zone.
         std::optional<QTimeZone> timeZone = {};
         // Where the almanac is kept; empty: the application's data folder.
@@ -266,6 +271,20 @@ public:
     void prepareForTermination();
     bool isAlmanacLoaded() const { return weatherAlmanacLoaded_; }
     const ThermalAlmanac& almanac() const { return weatherAlmanac_; }
+
+    // --- Alerts ---------------------------------------------------------------------------------
+    // The overheat and rule alerts; its banner is what the window shows when notifications
+    // cannot be used.
+    AlertsManager& alerts() { return alerts_; }
+    const AlertsManager& alerts() const { return alerts_; }
+    // A missing argument keeps that field of the category's rule; the rules are stored.
+    void setAlertRule(SensorCategory category, std::optional<bool> enabled,
+                      std::optional<double> thresholdCelsius, std::optional<bool> autoBoost);
+    void resetAlertRules();
+    // Each enabled rule against the hottest sensor of its category: alerts on the rising edge,
+    // and an auto-boost rule holds Turbo while it is triggered. A Turbo the user engaged is
+    // never ended here.
+    void evaluateAlertRules(const std::vector<SMCSensor>& sensors);
 
     // --- Cooldown and dust cycle --------------------------------------------------------------
     // Turbo for `cooldownDuration` seconds (or `seconds`), then back; nothing while one runs.
@@ -488,6 +507,10 @@ private:
     std::optional<double> lastAlmanacSave_; // monotonic
     Observable<ThermalTrend> thermalTrend_{ThermalTrend::steady()};
     Observable<ForecastChipState> forecastChip_{forecastChipState(ThermalTrend::steady())};
+
+    // Alerts: the result of each rule's last evaluation.
+    AlertsManager alerts_;
+    RuleTriggerState ruleTriggerState_;
 
     // Cooldown: a timer whose generation must still be current when it fires.
     Observable<std::optional<Clock::WallTime>> cooldownEndDate_;

@@ -74,6 +74,7 @@ TEST_F(EngineAnalyticsTest, TheHistoryExportsAtomicallyOrSaysWhy) {
 
 TEST_F(EngineAnalyticsTest, AFanThatDoesNotFollowItsCommandIsWarnedOfUntilItDoes) {
     connect();
+    notifications->usable = false;
     engine->setSpoolRate(9000.0);
     const std::vector<FanStatus> stopped{fan(0, 0.0), fan(1, 2990.0)};
     engine->apply(sweep({}, stopped));
@@ -92,12 +93,19 @@ TEST_F(EngineAnalyticsTest, AFanThatDoesNotFollowItsCommandIsWarnedOfUntilItDoes
     pass(stopped, 1.0);
     EXPECT_EQ(engine->fanHealthWarnings().value(),
               (std::map<int, FanHealthMonitor::Warning>{{0, FanHealthMonitor::Warning::stalled}}));
+    const std::string stalledAlert = "Left Fan is commanded to 3000 RPM but isn't spinning.";
+    EXPECT_EQ(engine->alerts().inAppAlert().value(), stalledAlert);
+    engine->alerts().dismissInAppAlert();
     pass({fan(0, 2950.0), fan(1, 2990.0)}, 1.0);
     EXPECT_TRUE(engine->fanHealthWarnings()->empty());
+    EXPECT_EQ(engine->alerts().inAppAlert().value(), std::nullopt); // recovery is silent
 
+    // Re-armed by the recovery: the next failure, past the minute's throttle, alerts again.
+    clock.advance(60.0);
     pass(stopped, 1.0);
     pass(stopped, 20.0);
     ASSERT_FALSE(engine->fanHealthWarnings()->empty());
+    EXPECT_EQ(engine->alerts().inAppAlert().value(), stalledAlert);
     engine->setFanHealthWarningsEnabled(false);
     EXPECT_TRUE(engine->fanHealthWarnings()->empty());
     pass(stopped, 30.0);

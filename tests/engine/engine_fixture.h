@@ -6,6 +6,7 @@
 #include "fakes/fake_application_watcher.h"
 #include "fakes/fake_fan_driver.h"
 #include "fakes/fake_mic_activity_monitor.h"
+#include "fakes/fake_notification_center.h"
 #include "fakes/fake_power_state_observer.h"
 #include "platform/clock.h"
 #include "platform/timer_source.h"
@@ -38,6 +39,7 @@ protected:
                                                  .power = power,
                                                  .microphone = microphone,
                                                  .applications = applications,
+                                                 .notifications = notifications,
                                                  .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
                                                  .dataDirectory = dir.path()});
         return *engine;
@@ -138,6 +140,7 @@ protected:
     std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
     std::shared_ptr<FakeMicActivityMonitor> microphone = std::make_shared<FakeMicActivityMonitor>();
     std::shared_ptr<FakeApplicationWatcher> applications = std::make_shared<FakeApplicationWatcher>();
+    std::shared_ptr<FakeNotificationCenter> notifications = std::make_shared<FakeNotificationCenter>();
     std::unique_ptr<HalvorenEngine> engine;
 };
 
