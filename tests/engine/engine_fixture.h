@@ -7,6 +7,7 @@
 #include "fakes/fake_fan_driver.h"
 #include "fakes/fake_mic_activity_monitor.h"
 #include "fakes/fake_power_state_observer.h"
+#include "fakes/fake_process_cpu_times.h"
 #include "platform/clock.h"
 #include "platform/timer_source.h"
 #include "smc/hid_sensor_source.h"
@@ -39,7 +40,8 @@ protected:
                                                  .microphone = microphone,
                                                  .applications = applications,
                                                  .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
-                                                 .dataDirectory = dir.path()});
+                                                 .dataDirectory = dir.path(),
+                                                 .processCPUTimes = processes});
         return *engine;
     }
 
@@ -138,6 +140,7 @@ protected:
     std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
     std::shared_ptr<FakeMicActivityMonitor> microphone = std::make_shared<FakeMicActivityMonitor>();
     std::shared_ptr<FakeApplicationWatcher> applications = std::make_shared<FakeApplicationWatcher>();
+    std::shared_ptr<FakeProcessCPUTimes> processes = std::make_shared<FakeProcessCPUTimes>();
     std::unique_ptr<HalvorenEngine> engine;
 };
 

@@ -2,6 +2,7 @@
 
 #include "platform/process_cpu_times.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 
@@ -10,6 +11,8 @@ namespace halvoren {
 // Processes whose times and names the test sets; read from the sampler's worker thread.
 class FakeProcessCPUTimes final : public ProcessCPUTimes {
 public:
+    std::atomic<int> reads{0};
+
     // Cumulative seconds of user time for `pid`, named `name`.
     void set(std::int32_t pid, std::string name, double userSeconds) {
         const std::lock_guard lock(mutex_);
@@ -22,6 +25,7 @@ public:
 
     bool readAll(std::vector<ProcessCPUTime>& out) override {
         const std::lock_guard lock(mutex_);
+        ++reads;
         out.clear();
         for (const auto& [pid, process] : processes_) {
             out.push_back({pid, {process.user, 0}});
