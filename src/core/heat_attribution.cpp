@@ -59,28 +59,42 @@ std::string_view stripHelperSuffix(std::string_view name) {
     return name;
 }
 
-void cpuTimeDeltas(std::span<const ProcessCPUTime> readings, CPUTimeTable& last,
-                   std::vector<ProcessCPUDelta>& out) {
+namespace {
+
+bool byPid(const ProcessCPUTime& a, const ProcessCPUTime& b) {
+    return a.pid < b.pid;
+}
+
+} // namespace
+
+bool CPUTimeBaselines::contains(std::int32_t pid) const {
+    return std::binary_search(last_.begin(), last_.end(), ProcessCPUTime{pid, {}}, byPid);
+}
+
+void CPUTimeBaselines::advance(std::span<const ProcessCPUTime> readings, std::vector<ProcessCPUDelta>& out) {
     out.clear();
-    CPUTimeTable next;
-    next.reserve(readings.size());
+    next_.clear();
     for (const ProcessCPUTime& reading : readings) {
         if (reading.pid < 1) {
             continue;
         }
-        next.insert_or_assign(reading.pid, reading.times);
-        const auto before = last.find(reading.pid);
-        if (before == last.end()) {
+        next_.push_back(reading);
+        const auto before = std::lower_bound(last_.begin(), last_.end(), reading, byPid);
+        if (before == last_.end() || before->pid != reading.pid) {
             continue;
         }
-        const std::uint64_t nanoseconds = counterDelta(reading.times.user, before->second.user) +
-                                          counterDelta(reading.times.system, before->second.system);
+        const std::uint64_t nanoseconds = counterDelta(reading.times.user, before->times.user) +
+                                          counterDelta(reading.times.system, before->times.system);
         const double seconds = static_cast<double>(nanoseconds) / 1e9;
         if (seconds > 0.0) {
             out.push_back({reading.pid, seconds});
         }
     }
-    last = std::move(next);
+    // The system lists pids in order already; a list that is not is sorted once here.
+    if (!std::is_sorted(next_.begin(), next_.end(), byPid)) {
+        std::stable_sort(next_.begin(), next_.end(), byPid);
+    }
+    std::swap(last_, next_);
 }
 
 std::vector<HeatSource> aggregateHeat(std::span<const std::pair<std::string_view, double>> entries) {

@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -56,7 +55,6 @@ struct HeatDelta {
     std::int32_t pid = 0;
 };
 
-using CPUTimeTable = std::unordered_map<std::int32_t, CPUTimes>;
 // Seconds per application name for one day.
 using HeatTotals = std::map<std::string, double, std::less<>>;
 
@@ -70,12 +68,21 @@ inline constexpr int heatFileRetentionDays = 7;
 // "Browser Helper (Renderer)" -> "Browser": the first suffix the name ends with is removed.
 std::string_view stripHelperSuffix(std::string_view name);
 
-// The processes of `readings` that used CPU time since `last`, in reading order; `last` then
-// holds exactly the readings. A pid seen for the first time is only a baseline, so a process's
-// whole lifetime is never counted at once; counters that went backwards (a reused pid) count
-// as no time. Pids below 1 are ignored. `out` is cleared first, so its storage can be reused.
-void cpuTimeDeltas(std::span<const ProcessCPUTime> readings, CPUTimeTable& last,
-                   std::vector<ProcessCPUDelta>& out);
+// The cumulative CPU times of each process at the previous sample. Two buffers used in turn, so
+// a sample allocates nothing once they have grown to the number of processes.
+class CPUTimeBaselines {
+public:
+    // The processes of `readings` that used CPU time since the previous call, in reading order,
+    // into `out` (cleared first); the readings then become the baselines. A pid seen for the
+    // first time is only a baseline, so a process's whole lifetime is never counted at once;
+    // counters that went backwards (a reused pid) count as no time. Pids below 1 are ignored.
+    void advance(std::span<const ProcessCPUTime> readings, std::vector<ProcessCPUDelta>& out);
+    bool contains(std::int32_t pid) const;
+
+private:
+    std::vector<ProcessCPUTime> last_; // ascending by pid
+    std::vector<ProcessCPUTime> next_;
+};
 
 // The ranked list of (name, seconds) pairs: seconds summed per name, non-positive ones ignored,
 // the largest `heatListLength` kept, each share taken of the total before truncation (so the

@@ -89,7 +89,7 @@ void HeatAttributionSampler::sampleProcessDeltas() {
     if (!processes_->readAll(readings_)) {
         return; // no process list: the baselines stay as they were
     }
-    cpuTimeDeltas(readings_, lastCPUTimes_, cpuDeltas_);
+    lastCPUTimes_.advance(readings_, cpuDeltas_);
     for (const ProcessCPUDelta& delta : cpuDeltas_) {
         if (const std::optional<std::string> name = processes_->processName(delta.pid)) {
             deltas_.push_back({std::string(stripHelperSuffix(*name)), delta.seconds, delta.pid});

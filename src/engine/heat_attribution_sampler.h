@@ -49,7 +49,7 @@ private:
 
     std::shared_ptr<ProcessCPUTimes> processes_;
     QString directory_;
-    CPUTimeTable lastCPUTimes_;
+    CPUTimeBaselines lastCPUTimes_;
     HeatTotals dailyTotals_;
     std::optional<std::chrono::local_days> currentDayStart_; // none before the first sample
     std::optional<Clock::WallTime> lastPersistDate_;

@@ -68,11 +68,11 @@ TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
          {{9, 0.5}, {3, 1.0}}},
     };
     for (const auto& c : cases) {
-        CPUTimeTable last;
+        CPUTimeBaselines baselines;
         std::vector<ProcessCPUDelta> out;
-        cpuTimeDeltas(c.before, last, out);
+        baselines.advance(c.before, out);
         EXPECT_TRUE(out.empty()) << c.what;
-        cpuTimeDeltas(c.now, last, out);
+        baselines.advance(c.now, out);
         std::vector<std::pair<std::int32_t, double>> got;
         for (const auto& d : out) {
             got.emplace_back(d.pid, d.seconds);
@@ -82,14 +82,19 @@ TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
 }
 
 TEST(HeatAttribution, VanishedProcessLeavesTheTable) {
-    CPUTimeTable last;
+    CPUTimeBaselines baselines;
     std::vector<ProcessCPUDelta> out;
-    cpuTimeDeltas(std::vector{at(7, second), at(8, second)}, last, out);
-    cpuTimeDeltas(std::vector{at(8, 2 * second)}, last, out);
-    EXPECT_FALSE(last.contains(7));
+    baselines.advance(std::vector{at(8, second), at(7, second)}, out); // not in pid order
+    EXPECT_TRUE(baselines.contains(7) && baselines.contains(8));
+    baselines.advance(std::vector{at(8, 2 * second)}, out);
+    EXPECT_FALSE(baselines.contains(7));
     // Back under the same pid: a baseline again, not a delta from the old process.
-    cpuTimeDeltas(std::vector{at(7, 30 * second), at(8, 2 * second)}, last, out);
+    baselines.advance(std::vector{at(7, 30 * second), at(8, 2 * second)}, out);
     EXPECT_TRUE(out.empty());
+    baselines.advance(std::vector{at(9, 0), at(7, 31 * second), at(8, 4 * second)}, out);
+    ASSERT_EQ(out.size(), 2U);
+    EXPECT_EQ(out[0].pid, 7);
+    EXPECT_EQ(out[1].pid, 8);
 }
 
 std::vector<HeatSource> aggregated(const std::vector<std::pair<std::string_view, double>>& entries) {
