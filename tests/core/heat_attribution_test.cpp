@@ -74,6 +74,7 @@ TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
         EXPECT_TRUE(out.empty()) << c.what;
         baselines.advance(c.now, out);
         std::vector<std::pair<std::int32_t, double>> got;
+        got.reserve(out.size());
         for (const auto& d : out) {
             got.emplace_back(d.pid, d.seconds);
         }
