@@ -4,6 +4,7 @@
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
 #include "fakes/fake_power_state_observer.h"
+#include "fakes/fake_process_cpu_times.h"
 #include "platform/timer_source.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_machine_host.h"
@@ -75,13 +76,15 @@ public:
     SimulatedSystem system;
     std::size_t fanCount;
     std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
-    HalvorenEngine engine{FanProfile::appleAuto(),
-                          HalvorenEngine::Environment{.driver = system.driver(),
-                                                      .timers = timers,
-                                                      .settings = settings,
-                                                      .coreCounts = [this] { return system.coreCounts(); },
-                                                      .hidFactory = {},
-                                                      .power = power}};
+    HalvorenEngine engine{
+        FanProfile::appleAuto(),
+        HalvorenEngine::Environment{.driver = system.driver(),
+                                    .timers = timers,
+                                    .settings = settings,
+                                    .coreCounts = [this] { return system.coreCounts(); },
+                                    .hidFactory = {},
+                                    .power = power,
+                                    .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()}};
 };
 
 class EndToEndTest : public ::testing::Test {

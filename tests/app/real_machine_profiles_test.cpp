@@ -50,7 +50,8 @@ protected:
                                         .timers = timers,
                                         .settings = settings,
                                         .coreCounts = [counts = machine.coreCounts] { return counts; },
-                                        .hidFactory = noHIDSensors});
+                                        .hidFactory = noHIDSensors,
+                                        .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
         engine->start();
         ASSERT_TRUE(pumpUntil([&] { return engine->passCount() >= 1; }, 20000));
         // The preset takes over at the end of the first pass's long sleep.

@@ -85,10 +85,12 @@ protected:
     std::unique_ptr<HalvorenEngine> relaunch() {
         settings.sync();
         reopened = std::make_unique<QSettings>(settings.fileName(), QSettings::IniFormat);
-        return std::make_unique<HalvorenEngine>(
-            FanProfile::appleAuto(),
-            HalvorenEngine::Environment{
-                .driver = driver, .timers = timers, .settings = *reopened, .hidFactory = noHIDSensors});
+        return std::make_unique<HalvorenEngine>(FanProfile::appleAuto(),
+                                                HalvorenEngine::Environment{.driver = driver,
+                                                                            .timers = timers,
+                                                                            .settings = *reopened,
+                                                                            .hidFactory = noHIDSensors,
+                                                                            .processCPUTimes = processes});
     }
 
     RestorableDefaults changed{.acousticAlpha = 0.8,
