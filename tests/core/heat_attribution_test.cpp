@@ -98,14 +98,11 @@ TEST(HeatAttribution, VanishedProcessLeavesTheTable) {
     EXPECT_EQ(out[1].pid, 8);
 }
 
-std::vector<HeatSource> aggregated(const std::vector<std::pair<std::string_view, double>>& entries) {
-    return aggregateHeat(entries);
-}
-
 TEST(HeatAttribution, AggregateRanksSumsAndTruncates) {
-    EXPECT_TRUE(aggregated({}).empty());
-    EXPECT_TRUE(aggregated({{"A", 0.0}, {"B", -1.0}}).empty());
-    const auto two = aggregated({{"A", 1.0}, {"B", 3.0}, {"A", 0.5}});
+    using Entries = std::vector<std::pair<std::string_view, double>>;
+    EXPECT_TRUE(aggregateHeat(Entries{}).empty());
+    EXPECT_TRUE(aggregateHeat(Entries{{"A", 0.0}, {"B", -1.0}}).empty());
+    const auto two = aggregateHeat(Entries{{"A", 1.0}, {"B", 3.0}, {"A", 0.5}});
     ASSERT_EQ(two.size(), 2U);
     EXPECT_EQ(two[0], (HeatSource{"B", 3.0 / 4.5, 3.0, 0}));
     EXPECT_EQ(two[1], (HeatSource{"A", 1.5 / 4.5, 1.5, 0}));
