@@ -36,6 +36,15 @@ std::string_view dustCycleStateName(DustCycleUIState::Kind kind) {
     return "idle";
 }
 
+// The applications of a heat list, hottest first.
+nlohmann::ordered_json heatRows(const std::vector<HeatSource>& rows) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const HeatSource& row : rows) {
+        list.push_back({{"name", row.name}, {"cpuShare", row.cpuShare}, {"cpuSeconds", row.cpuSeconds}});
+    }
+    return list;
+}
+
 } // namespace
 
 nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime now) {
@@ -98,6 +107,8 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
         {"weather", std::string(rawValue(weather.condition))},
         {"forecastLine", weather.forecastLine},
         {"fanHealthWarnings", std::move(health)},
+        {"heatSources", heatRows(engine.heatSources().value())},
+        {"dailyHeatSources", heatRows(engine.dailyHeatSources().value())},
         {"fans", std::move(fans)},
     };
 }

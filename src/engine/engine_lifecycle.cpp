@@ -6,6 +6,7 @@
 #include "platform/mic_activity_monitor.h"
 #include "platform/notification_center.h"
 #include "platform/power_state.h"
+#include "platform/process_cpu_times.h"
 #include "platform/timer_source.h"
 
 #include <QDir>
@@ -105,6 +106,9 @@ HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, 
                             QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)))
                        .filePath(QString::fromLatin1(ThermalAlmanacStore::fileName));
     poller_ = makePoller(driver_.sharedBridge());
+    heatSampler_ = std::make_shared<HeatAttributionSampler>(
+        environment.processCPUTimes ? std::move(environment.processCPUTimes) : systemProcessCPUTimes(),
+        environment.dataDirectory.value_or(HeatAttributionSampler::defaultDirectory()));
     // No profile or preset is restored: every launch starts with the firmware in control.
     activeProfile_.set(initialProfile);
     pinnedSensorKeys_.set(pinnedSensorStore_.load());
@@ -203,6 +207,23 @@ QCoro::Task<void> HalvorenEngine::runMicrophoneSlice() {
     evaluateMeetingQuiet(inUse.result());
 }
 
+double HalvorenEngine::heatSampleDelay() const {
+    return powerPanelVisible_ && mainWindowVisible_ ? heatSampleVisibleInterval : heatSampleInterval;
+}
+
+QCoro::Task<void> HalvorenEngine::runHeatSlice() {
+    const std::weak_ptr<int> alive = lifetime_;
+    const Clock::WallTime now = timers_.clock().wallNow();
+    // The sampler lives until its sample ends, even if the engine goes meanwhile.
+    const std::shared_ptr<HeatAttributionSampler> sampler = heatSampler_;
+    HeatSnapshot snapshot = co_await sampler->sample(now, localTime(now));
+    if (alive.expired()) {
+        co_return;
+    }
+    heatSources_.set(std::move(snapshot.live));
+    dailyHeatSources_.set(std::move(snapshot.daily));
+}
+
 QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) {
     const std::weak_ptr<int> alive = lifetime_;
     rebuildPipelines();
@@ -210,6 +231,7 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
     // missed period.
     double nextPowerPoll = timers_.clock().monotonicNow();
     double nextMicCheck = nextPowerPoll;
+    double nextHeatSample = nextPowerPoll;
     while (!control->cancelled) {
         // The poller may be replaced while a poll runs; this one lives until the poll ends.
         const std::shared_ptr<SensorPoller> poller = poller_;
@@ -237,7 +259,13 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
                 co_return;
             }
         }
-        // The heat sample joins here, before the control tick.
+        if (loopNow >= nextHeatSample) {
+            nextHeatSample = loopNow + heatSampleDelay();
+            co_await runHeatSlice();
+            if (alive.expired()) {
+                co_return;
+            }
+        }
 
         if (!manualFanTargets_->empty()) {
             co_await applyManualTick();

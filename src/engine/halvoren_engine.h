@@ -24,6 +24,7 @@
 #include "core/weather_snapshot.h"
 #include "core/workload_policy.h"
 #include "engine/alerts_manager.h"
+#include "engine/heat_attribution_sampler.h"
 #include "engine/helper_state.h"
 #include "engine/helper_supervisor.h"
 #include "engine/observable.h"
@@ -53,6 +54,7 @@ class FanDriver;
 class MicActivityMonitor;
 class NotificationCenter;
 class PowerStateObserver;
+class ProcessCPUTimes;
 class TimerSource;
 
 // The one object that holds the live state of the application, on the main thread. It owns
@@ -87,6 +89,8 @@ public:
         std::optional<QTimeZone> timeZone = {};
         // Where the almanac is kept; empty: the application's data folder.
         std::optional<QString> dataDirectory = {};
+        // Empty: the system's own reader of process CPU times (heat attribution).
+        std::shared_ptr<ProcessCPUTimes> processCPUTimes = {};
     };
 
     // The period that slew limiting assumes for one control tick.
@@ -107,6 +111,9 @@ public:
     // A closed lid keeps the fans at least this far up their range.
     static constexpr double clamshellFloor = 0.1;
     static constexpr std::size_t trendSampleLimit = 150;
+    // The heat sample's period while its panel is on screen, and otherwise.
+    static constexpr double heatSampleVisibleInterval = 5.0;
+    static constexpr double heatSampleInterval = 60.0;
 
     HalvorenEngine(const std::optional<FanProfile>& initialProfile, Environment environment);
     ~HalvorenEngine();
@@ -285,6 +292,13 @@ public:
     // and an auto-boost rule holds Turbo while it is triggered. A Turbo the user engaged is
     // never ended here.
     void evaluateAlertRules(const std::vector<SMCSensor>& sensors);
+    // --- Heat attribution ---------------------------------------------------------------------
+    // The applications that used the most CPU in the last interval, and so far today.
+    const Observable<std::vector<HeatSource>>& heatSources() const { return heatSources_; }
+    const Observable<std::vector<HeatSource>>& dailyHeatSources() const { return dailyHeatSources_; }
+    // Set by the views: heat is sampled often only while the power panel is on screen.
+    void setPowerPanelVisible(bool visible) { powerPanelVisible_ = visible; }
+    void setMainWindowVisible(bool visible) { mainWindowVisible_ = visible; }
 
     // --- Cooldown and dust cycle --------------------------------------------------------------
     // Turbo for `cooldownDuration` seconds (or `seconds`), then back; nothing while one runs.
@@ -378,6 +392,9 @@ private:
     // The one-second and ten-second slices of the run loop.
     QCoro::Task<void> runPowerSlice();
     QCoro::Task<void> runMicrophoneSlice();
+    // The heat slice: one sample, then the next one's delay.
+    QCoro::Task<void> runHeatSlice();
+    double heatSampleDelay() const;
     void startWorkloadWatcher();
     void publishThermalTrend(const ThermalTrend& trend);
     void recordSweep(const SensorPoller::Snapshot& snapshot);
@@ -511,6 +528,12 @@ private:
     // Alerts: the result of each rule's last evaluation.
     AlertsManager alerts_;
     RuleTriggerState ruleTriggerState_;
+    // Heat attribution.
+    std::shared_ptr<HeatAttributionSampler> heatSampler_;
+    Observable<std::vector<HeatSource>> heatSources_;
+    Observable<std::vector<HeatSource>> dailyHeatSources_;
+    bool powerPanelVisible_ = false;
+    bool mainWindowVisible_ = false;
 
     // Cooldown: a timer whose generation must still be current when it fires.
     Observable<std::optional<Clock::WallTime>> cooldownEndDate_;

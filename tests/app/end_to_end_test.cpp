@@ -4,12 +4,14 @@
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
 #include "fakes/fake_power_state_observer.h"
+#include "fakes/fake_process_cpu_times.h"
 #include "platform/timer_source.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_machine_host.h"
 #include "smc/fan_control_protocol.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <csignal>
@@ -75,13 +77,16 @@ public:
     SimulatedSystem system;
     std::size_t fanCount;
     std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
-    HalvorenEngine engine{FanProfile::appleAuto(),
-                          HalvorenEngine::Environment{.driver = system.driver(),
-                                                      .timers = timers,
-                                                      .settings = settings,
-                                                      .coreCounts = [this] { return system.coreCounts(); },
-                                                      .hidFactory = {},
-                                                      .power = power}};
+    HalvorenEngine engine{
+        FanProfile::appleAuto(),
+        HalvorenEngine::Environment{.driver = system.driver(),
+                                    .timers = timers,
+                                    .settings = settings,
+                                    .coreCounts = [this] { return system.coreCounts(); },
+                                    .hidFactory = {},
+                                    .power = power,
+                                    .dataDirectory = QFileInfo(settings.fileName()).absolutePath(),
+                                    .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()}};
 };
 
 class EndToEndTest : public ::testing::Test {

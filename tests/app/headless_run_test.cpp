@@ -10,6 +10,10 @@ namespace {
 TEST(HeadlessProgram, AppliesThePresetOnceConnectedReportsEverySecondAndStopsOnTime) {
     QTemporaryDir dir;
     QProcess program;
+    // The program keeps its files in the user's data folder: a folder of the test's own here.
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), dir.path());
+    program.setProcessEnvironment(environment);
     program.start(QStringLiteral(HALVOREN_APP_BINARY),
                   {"--headless", "--simulate", "--preset", "max", "--duration", "4", "--status-json",
                    "--settings", dir.filePath(QStringLiteral("settings.ini"))});

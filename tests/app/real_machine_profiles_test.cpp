@@ -5,6 +5,7 @@
 #include "sim/simulated_smc_transport.h"
 #include "smc/smc_kernel_bridge.h"
 
+#include <QFileInfo>
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -50,7 +51,9 @@ protected:
                                         .timers = timers,
                                         .settings = settings,
                                         .coreCounts = [counts = machine.coreCounts] { return counts; },
-                                        .hidFactory = noHIDSensors});
+                                        .hidFactory = noHIDSensors,
+                                        .dataDirectory = QFileInfo(settings.fileName()).absolutePath(),
+                                        .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
         engine->start();
         ASSERT_TRUE(pumpUntil([&] { return engine->passCount() >= 1; }, 20000));
         // The preset takes over at the end of the first pass's long sleep.

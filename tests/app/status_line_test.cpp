@@ -52,5 +52,29 @@ TEST_F(StatusLineTest, CarriesThePolicyTheTemperaturesAndEveryFan) {
     EXPECT_EQ(line.dump().find('\n'), std::string::npos);
 }
 
+TEST_F(StatusLineTest, CarriesTheHottestApplications) {
+    makeEngine();
+    driver.version = std::string(helperBuildVersion);
+    processes->set(7, "Editor", 10.0);
+    processes->set(8, "Browser Web Content", 20.0);
+    engine->start();
+    ASSERT_TRUE(pumpUntil([&] { return engine->passCount() >= 1; }));
+    EXPECT_EQ(statusLine(*engine, clock.wallNow())["heatSources"], nlohmann::ordered_json::array());
+    processes->set(7, "Editor", 13.0);
+    processes->set(8, "Browser Web Content", 21.0);
+    // A second at a time, as the idle loop sleeps, until the next sample.
+    for (int second = 0; second <= 61 && engine->heatSources()->empty(); ++second) {
+        const std::uint64_t before = engine->passCount();
+        timers.advance(1.0);
+        pumpUntil([&] { return engine->passCount() > before; });
+    }
+    const auto line = statusLine(*engine, clock.wallNow());
+    EXPECT_EQ(line["heatSources"],
+              (nlohmann::ordered_json{{{"name", "Editor"}, {"cpuShare", 0.75}, {"cpuSeconds", 3.0}},
+                                      {{"name", "Browser"}, {"cpuShare", 0.25}, {"cpuSeconds", 1.0}}}));
+    EXPECT_EQ(line["dailyHeatSources"], line["heatSources"]);
+    engine->stop();
+}
+
 } // namespace
 } // namespace halvoren

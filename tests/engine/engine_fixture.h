@@ -8,6 +8,7 @@
 #include "fakes/fake_mic_activity_monitor.h"
 #include "fakes/fake_notification_center.h"
 #include "fakes/fake_power_state_observer.h"
+#include "fakes/fake_process_cpu_times.h"
 #include "platform/clock.h"
 #include "platform/timer_source.h"
 #include "smc/hid_sensor_source.h"
@@ -41,7 +42,8 @@ protected:
                                                  .applications = applications,
                                                  .notifications = notifications,
                                                  .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
-                                                 .dataDirectory = dir.path()});
+                                                 .dataDirectory = dir.path(),
+                                                 .processCPUTimes = processes});
         return *engine;
     }
 
@@ -141,6 +143,7 @@ protected:
     std::shared_ptr<FakeMicActivityMonitor> microphone = std::make_shared<FakeMicActivityMonitor>();
     std::shared_ptr<FakeApplicationWatcher> applications = std::make_shared<FakeApplicationWatcher>();
     std::shared_ptr<FakeNotificationCenter> notifications = std::make_shared<FakeNotificationCenter>();
+    std::shared_ptr<FakeProcessCPUTimes> processes = std::make_shared<FakeProcessCPUTimes>();
     std::unique_ptr<HalvorenEngine> engine;
 };
 

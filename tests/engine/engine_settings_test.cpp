@@ -1,6 +1,7 @@
 #include "core/preset_profiles.h"
 #include "engine_fixture.h"
 
+#include <QFileInfo>
 #include <string>
 #include <tuple>
 
@@ -87,8 +88,12 @@ protected:
         reopened = std::make_unique<QSettings>(settings.fileName(), QSettings::IniFormat);
         return std::make_unique<HalvorenEngine>(
             FanProfile::appleAuto(),
-            HalvorenEngine::Environment{
-                .driver = driver, .timers = timers, .settings = *reopened, .hidFactory = noHIDSensors});
+            HalvorenEngine::Environment{.driver = driver,
+                                        .timers = timers,
+                                        .settings = *reopened,
+                                        .hidFactory = noHIDSensors,
+                                        .dataDirectory = QFileInfo((*reopened).fileName()).absolutePath(),
+                                        .processCPUTimes = processes});
     }
 
     RestorableDefaults changed{.acousticAlpha = 0.8,

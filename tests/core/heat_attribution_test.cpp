@@ -1,0 +1,185 @@
+#include "core/heat_attribution.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace halvoren {
+namespace {
+
+using namespace std::chrono;
+
+constexpr std::uint64_t second = 1'000'000'000;
+
+ProcessCPUTime at(std::int32_t pid, std::uint64_t user, std::uint64_t system = 0) {
+    return {pid, {user, system}};
+}
+
+TEST(HeatAttribution, HelperSuffixes) {
+    const struct {
+        std::string_view name;
+        std::string_view stripped;
+    } cases[] = {
+        {"Browser Helper (Renderer)", "Browser"},
+        {"Browser Helper (GPU)", "Browser"},
+        {"Browser Helper (Plugin)", "Browser"},
+        {"Mail Helper", "Mail"},
+        {"Browser Web Content", "Browser"},
+        {"Editor Helper Networking", "Editor Helper"}, // one suffix at most
+        {" Helper (GPU)", ""},
+        {"Helper", "Helper"}, // no leading space: not a suffix
+        {"Editor", "Editor"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(stripHelperSuffix(c.name), c.stripped) << c.name;
+    }
+}
+
+TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
+    const struct {
+        const char* what;
+        std::vector<ProcessCPUTime> before; // empty: no earlier sample
+        std::vector<ProcessCPUTime> now;
+        std::vector<std::pair<std::int32_t, double>> expected;
+    } cases[] = {
+        {"first sample only makes baselines", {}, {at(7, 5 * second)}, {}},
+        {"user and system both count",
+         {at(7, 1 * second, 1 * second)},
+         {at(7, 2 * second, 3 * second)},
+         {{7, 3.0}}},
+        {"an idle process is not listed", {at(7, second)}, {at(7, second)}, {}},
+        {"a new pid is only a baseline",
+         {at(7, second)},
+         {at(7, 2 * second), at(9, 50 * second)},
+         {{7, 1.0}}},
+        {"a reused pid with smaller counters gives nothing",
+         {at(7, 9 * second, 9 * second)},
+         {at(7, second, second)},
+         {}},
+        {"one counter back, the other on",
+         {at(7, 9 * second, second)},
+         {at(7, second, 3 * second)},
+         {{7, 2.0}}},
+        {"pids below 1 are ignored", {at(0, 0), at(-3, 0)}, {at(0, second), at(-3, second)}, {}},
+        {"reading order is kept",
+         {at(9, 0), at(3, 0)},
+         {at(9, second / 2), at(3, second)},
+         {{9, 0.5}, {3, 1.0}}},
+    };
+    for (const auto& c : cases) {
+        CPUTimeBaselines baselines;
+        std::vector<ProcessCPUDelta> out;
+        baselines.advance(c.before, out);
+        EXPECT_TRUE(out.empty()) << c.what;
+        baselines.advance(c.now, out);
+        std::vector<std::pair<std::int32_t, double>> got;
+        got.reserve(out.size());
+        for (const auto& d : out) {
+            got.emplace_back(d.pid, d.seconds);
+        }
+        EXPECT_EQ(got, c.expected) << c.what;
+    }
+}
+
+TEST(HeatAttribution, VanishedProcessLeavesTheTable) {
+    CPUTimeBaselines baselines;
+    std::vector<ProcessCPUDelta> out;
+    baselines.advance(std::vector{at(8, second), at(7, second)}, out); // not in pid order
+    EXPECT_TRUE(baselines.contains(7) && baselines.contains(8));
+    baselines.advance(std::vector{at(8, 2 * second)}, out);
+    EXPECT_FALSE(baselines.contains(7));
+    // Back under the same pid: a baseline again, not a delta from the old process.
+    baselines.advance(std::vector{at(7, 30 * second), at(8, 2 * second)}, out);
+    EXPECT_TRUE(out.empty());
+    baselines.advance(std::vector{at(9, 0), at(7, 31 * second), at(8, 4 * second)}, out);
+    ASSERT_EQ(out.size(), 2U);
+    EXPECT_EQ(out[0].pid, 7);
+    EXPECT_EQ(out[1].pid, 8);
+}
+
+TEST(HeatAttribution, AggregateRanksSumsAndTruncates) {
+    using Entries = std::vector<std::pair<std::string_view, double>>;
+    EXPECT_TRUE(aggregateHeat(Entries{}).empty());
+    EXPECT_TRUE(aggregateHeat(Entries{{"A", 0.0}, {"B", -1.0}}).empty());
+    const auto two = aggregateHeat(Entries{{"A", 1.0}, {"B", 3.0}, {"A", 0.5}});
+    ASSERT_EQ(two.size(), 2U);
+    EXPECT_EQ(two[0], (HeatSource{"B", 3.0 / 4.5, 3.0, 0}));
+    EXPECT_EQ(two[1], (HeatSource{"A", 1.5 / 4.5, 1.5, 0}));
+
+    // Nine names: the smallest is dropped but still counts toward the total.
+    std::vector<std::pair<std::string_view, double>> nine;
+    const std::vector<std::string> names{"a", "b", "c", "d", "e", "f", "g", "h", "i"};
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        nine.emplace_back(names[i], static_cast<double>(9 - i));
+    }
+    const auto rows = aggregateHeat(nine);
+    ASSERT_EQ(rows.size(), heatListLength);
+    EXPECT_EQ(rows.front().name, "a");
+    EXPECT_EQ(rows.back().name, "h");
+    EXPECT_DOUBLE_EQ(rows.front().cpuShare, 9.0 / 45.0);
+}
+
+TEST(HeatAttribution, TallyKeepsTheDayAndFirstPid) {
+    HeatTotals totals{{"Mail", 10.0}};
+    HeatSnapshot snapshot;
+    const std::vector<HeatDelta> deltas{{"Browser", 1.0, 40}, {"Editor", 2.0, 12}, {"Browser", 3.0, 41}};
+    EXPECT_TRUE(tallyHeat(deltas, totals, snapshot));
+    EXPECT_EQ(totals, (HeatTotals{{"Browser", 4.0}, {"Editor", 2.0}, {"Mail", 10.0}}));
+    EXPECT_EQ(snapshot.live,
+              (std::vector<HeatSource>{{"Browser", 4.0 / 6.0, 4.0, 40}, {"Editor", 2.0 / 6.0, 2.0, 12}}));
+    EXPECT_EQ(snapshot.daily, (std::vector<HeatSource>{{"Mail", 10.0 / 16.0, 10.0, 0},
+                                                       {"Browser", 4.0 / 16.0, 4.0, 40},
+                                                       {"Editor", 2.0 / 16.0, 2.0, 12}}));
+
+    // All idle: the live list empties, the day stays, nothing new to write.
+    EXPECT_FALSE(tallyHeat({}, totals, snapshot));
+    EXPECT_TRUE(snapshot.live.empty());
+    EXPECT_EQ(snapshot.daily.size(), 3U);
+    EXPECT_EQ(snapshot.daily[1].pid, 0);
+}
+
+TEST(HeatAttribution, FileNamesAndStaleness) {
+    const local_days march9{2026y / March / 9};
+    EXPECT_EQ(heatFileName(march9), "heat-2026-03-09.json");
+    EXPECT_EQ(heatFileDay("heat-2026-03-09.json"), march9);
+    for (const char* name :
+         {"heat-notadate.json", "heat-2020-01-01.txt", "heat-2026-02-30.json", "heat-2026-3-09.json",
+          "heat-.json", "warm-2026-03-09.json", "heat-2026-03-09.json.tmp"}) {
+        EXPECT_FALSE(heatFileDay(name)) << name;
+    }
+    const struct {
+        const char* name;
+        local_seconds now;
+        bool stale;
+    } cases[] = {
+        {"heat-2026-03-02.json", local_seconds{march9} + hours{10}, true}, // exactly 7 days, later in the day
+        {"heat-2026-03-02.json", local_seconds{march9}, false},            // exactly 7 days, at midnight
+        {"heat-2026-03-03.json", local_seconds{march9} + hours{23}, false},
+        {"heat-2020-01-01.json", local_seconds{march9}, true},
+        {"heat-notadate.json", local_seconds{march9}, false},
+        {"heat-2020-01-01.txt", local_seconds{march9}, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(isStaleHeatFile(c.name, c.now), c.stale) << c.name;
+    }
+}
+
+TEST(HeatAttribution, DailyFileText) {
+    EXPECT_EQ(encodeHeatTotals({{"Editor", 412.7}, {"Browser", 38.03}}),
+              R"({"totals":{"Browser":38.03,"Editor":412.7}})");
+    EXPECT_EQ(encodeHeatTotals({}), R"({"totals":{}})");
+    EXPECT_FALSE(encodeHeatTotals({{"Editor", std::numeric_limits<double>::infinity()}}));
+    EXPECT_FALSE(encodeHeatTotals({{"\xff", 1.0}}));
+
+    const HeatTotals totals{{"Editor", 412.7}, {"Browser", 38.03}, {"", 2.0}};
+    EXPECT_EQ(decodeHeatTotals(encodeHeatTotals(totals).value()), totals);
+    EXPECT_EQ(decodeHeatTotals(R"({"totals":{"A":1},"extra":true})"), (HeatTotals{{"A", 1.0}}));
+    for (const char* bad : {"", "{", R"({"totals":{"A":1})", R"({"totals":[]})", R"({"total":{}})",
+                            R"({"totals":{"A":"1"}})", "[]", "null"}) {
+        EXPECT_FALSE(decodeHeatTotals(bad)) << bad;
+    }
+}
+
+} // namespace
+} // namespace halvoren

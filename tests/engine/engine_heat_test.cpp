@@ -1,0 +1,200 @@
+#include "engine/heat_attribution_sampler.h"
+#include "engine_fixture.h"
+
+#include <QDir>
+#include <QFile>
+#include <filesystem>
+
+namespace halvoren {
+namespace {
+
+using namespace std::chrono;
+
+} // namespace
+
+void PrintTo(const HeatSource& row, std::ostream* out) {
+    *out << row.name << " share " << row.cpuShare << " seconds " << row.cpuSeconds << " pid " << row.pid;
+}
+
+namespace {
+
+// A sampler over fake processes and a folder of its own, sampled at moments counted in
+// seconds from 22:00 local time on 9 March 2026.
+class HeatSamplerTest : public ::testing::Test {
+protected:
+    HeatAttributionSampler& make(const QString& directory) {
+        sampler = std::make_unique<HeatAttributionSampler>(processes, directory);
+        return *sampler;
+    }
+    HeatSnapshot sampleAt(double seconds) {
+        const auto offset = duration_cast<system_clock::duration>(duration<double>(seconds));
+        const auto local =
+            floor<std::chrono::seconds>(local_seconds{local_days{2026y / March / 9} + hours{22}} + offset);
+        return sampler->sampleNow(system_clock::time_point{std::chrono::seconds{1'773'090'000}} + offset,
+                                  local);
+    }
+    QString path(const char* name) const { return dir.filePath(QString::fromLatin1(name)); }
+    std::string read(const char* name) const {
+        QFile file(path(name));
+        return file.open(QIODevice::ReadOnly) ? file.readAll().toStdString() : "absent";
+    }
+    void write(const char* name, const char* text) const {
+        QFile file(path(name));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+    }
+
+    QTemporaryDir dir;
+    std::shared_ptr<FakeProcessCPUTimes> processes = std::make_shared<FakeProcessCPUTimes>();
+    std::unique_ptr<HeatAttributionSampler> sampler;
+};
+
+TEST_F(HeatSamplerTest, LiveAndDailyListsWithTheDayKeptInItsFile) {
+    write("heat-2026-03-09.json", R"({"totals":{"Mail":6}})");
+    make(dir.path());
+    processes->set(10, "Browser Helper (Renderer)", 100.0);
+    processes->set(11, "Browser", 50.0);
+    processes->set(12, "Editor", 10.0);
+    // The first sample only takes baselines; the day comes from its file.
+    HeatSnapshot first = sampleAt(0);
+    EXPECT_TRUE(first.live.empty());
+    EXPECT_EQ(first.daily, (std::vector<HeatSource>{{"Mail", 1.0, 6.0, 0}}));
+
+    processes->set(10, "Browser Helper (Renderer)", 101.0);
+    processes->set(11, "Browser", 51.0);
+    processes->set(12, "Editor", 12.0);
+    HeatSnapshot second = sampleAt(5);
+    EXPECT_EQ(second.live, (std::vector<HeatSource>{{"Browser", 0.5, 2.0, 10}, {"Editor", 0.5, 2.0, 12}}));
+    EXPECT_EQ(second.daily.front(), (HeatSource{"Mail", 0.6, 6.0, 0}));
+    // Written at once, then at most once a minute.
+    EXPECT_EQ(read("heat-2026-03-09.json"), R"({"totals":{"Browser":2,"Editor":2,"Mail":6}})");
+    processes->set(12, "Editor", 14.0);
+    sampleAt(30);
+    EXPECT_EQ(read("heat-2026-03-09.json"), R"({"totals":{"Browser":2,"Editor":2,"Mail":6}})");
+    processes->remove(12); // ended: its day stays, with no pid
+    const HeatSnapshot later = sampleAt(65);
+    EXPECT_TRUE(later.live.empty());
+    EXPECT_EQ(later.daily.front(), (HeatSource{"Mail", 0.5, 6.0, 0}));
+    EXPECT_EQ(later.daily.back().pid, 0);
+    EXPECT_EQ(read("heat-2026-03-09.json"), R"({"totals":{"Browser":2,"Editor":4,"Mail":6}})");
+
+    // A relaunch goes on with the day.
+    make(dir.path());
+    EXPECT_EQ(sampleAt(70).daily, later.daily);
+}
+
+TEST_F(HeatSamplerTest, MidnightWritesTheOldDayAndStartsTheNewOneFromItsFile) {
+    make(dir.path());
+    processes->set(7, "Editor", 0.0);
+    sampleAt(0);
+    processes->set(7, "Editor", 3.0);
+    sampleAt(1); // written
+    processes->set(7, "Editor", 4.0);
+    sampleAt(2); // not yet written: under a minute since the last write
+    write("heat-2026-03-10.json", R"({"totals":{"Mail":1}})");
+    processes->set(7, "Editor", 6.0);
+    const HeatSnapshot next = sampleAt(2 * 3600 + 1); // 00:00:01 on 10 March
+    EXPECT_EQ(read("heat-2026-03-09.json"), R"({"totals":{"Editor":4}})");
+    EXPECT_EQ(next.daily,
+              (std::vector<HeatSource>{{"Editor", 2.0 / 3.0, 2.0, 7}, {"Mail", 1.0 / 3.0, 1.0, 0}}));
+    EXPECT_EQ(read("heat-2026-03-10.json"), R"({"totals":{"Editor":2,"Mail":1}})");
+}
+
+TEST_F(HeatSamplerTest, AnUnreadableDayStartsEmptyAndIsReplacedOnlyByItsOwnDay) {
+    for (const char* text : {"", R"({"totals":{"A":1)", R"({"totals":[1]})", "\x00\xff"}) {
+        write("heat-2026-03-09.json", text);
+        write("heat-2026-03-08.json", R"({"totals":{"Kept":9}})");
+        make(dir.path());
+        processes->set(7, "Editor", 0.0);
+        EXPECT_TRUE(sampleAt(0).daily.empty()) << text;
+        processes->set(7, "Editor", 1.0);
+        sampleAt(1);
+        EXPECT_EQ(read("heat-2026-03-09.json"), R"({"totals":{"Editor":1}})") << text;
+        EXPECT_EQ(read("heat-2026-03-08.json"), R"({"totals":{"Kept":9}})") << text;
+        processes->remove(7);
+    }
+}
+
+TEST_F(HeatSamplerTest, FilesOlderThanAWeekGoAtStart) {
+    for (const char* name : {"heat-2026-03-02.json", "heat-2026-03-03.json", "heat-notadate.json"}) {
+        write(name, "{}");
+    }
+    make(dir.path());
+    sampleAt(0);
+    EXPECT_FALSE(QFile::exists(path("heat-2026-03-02.json")));
+    EXPECT_TRUE(QFile::exists(path("heat-2026-03-03.json")) && QFile::exists(path("heat-notadate.json")));
+}
+
+TEST_F(HeatSamplerTest, AFolderThatIsALinkIsNeitherWrittenNorCleaned) {
+    QDir(dir.path()).mkdir(QStringLiteral("real"));
+    write("real/heat-2020-01-01.json", "{}");
+    std::filesystem::create_directory_symlink(path("real").toStdString(), path("link").toStdString());
+    make(path("link"));
+    processes->set(7, "Editor", 0.0);
+    sampleAt(0);
+    processes->set(7, "Editor", 1.0);
+    EXPECT_EQ(sampleAt(1).live, (std::vector<HeatSource>{{"Editor", 1.0, 1.0, 7}}));
+    EXPECT_TRUE(QFile::exists(path("real/heat-2020-01-01.json")));
+    EXPECT_FALSE(QFile::exists(path("real/heat-2026-03-09.json")));
+
+    // A folder not there yet is made, for the owner only.
+    make(path("new/deeper"));
+    sampleAt(2);
+    processes->set(7, "Editor", 2.0);
+    sampleAt(3);
+    EXPECT_TRUE(QFile::exists(path("new/deeper/heat-2026-03-09.json")));
+    EXPECT_EQ(QFile::permissions(path("new/deeper")) & (QFile::ReadOther | QFile::ReadGroup),
+              QFile::Permissions{});
+}
+
+class EngineHeatTest : public EngineTest {
+protected:
+    void SetUp() override { driver.version = std::string(helperBuildVersion); }
+    void TearDown() override {
+        if (engine) {
+            engine->stop();
+        }
+    }
+    // Moves time on a second at a time, each step awaiting its pass, until the processes are
+    // read again; the seconds that took, or 0 when nothing was read within two minutes.
+    int secondsUntilNextRead() {
+        const int reads = processes->reads.load();
+        for (int seconds = 1; seconds <= 120; ++seconds) {
+            const std::uint64_t before = engine->passCount();
+            timers.advance(1.0);
+            pumpUntil([&] { return engine->passCount() > before; }, 3000);
+            if (processes->reads.load() > reads) {
+                return seconds;
+            }
+        }
+        return 0;
+    }
+};
+
+TEST_F(EngineHeatTest, SampledAtOnceThenEveryMinuteOrEveryFiveSecondsWhileThePanelIsOnScreen) {
+    makeEngine();
+    processes->set(7, "Editor", 0.0);
+    engine->start();
+    ASSERT_TRUE(pumpUntil([&] { return engine->passCount() >= 1; }));
+    ASSERT_EQ(processes->reads.load(), 1);
+    processes->set(7, "Editor", 3.0);
+    // A pass may read the clock up to one sleep after its timer fired.
+    const auto slow = [](int seconds) { return seconds >= 60 && seconds <= 61; };
+    EXPECT_PRED1(slow, secondsUntilNextRead());
+    ASSERT_TRUE(pumpUntil([&] { return !engine->heatSources()->empty(); }));
+    EXPECT_EQ(engine->heatSources().value(), (std::vector<HeatSource>{{"Editor", 1.0, 3.0, 7}}));
+    EXPECT_EQ(engine->dailyHeatSources().value(), engine->heatSources().value());
+
+    // Only the main window and the panel together speed it up, from the next sample on.
+    engine->setPowerPanelVisible(true);
+    EXPECT_PRED1(slow, secondsUntilNextRead());
+    engine->setMainWindowVisible(true);
+    EXPECT_PRED1(slow, secondsUntilNextRead());
+    const int fast = secondsUntilNextRead();
+    EXPECT_TRUE(fast >= 5 && fast <= 6) << fast;
+    EXPECT_TRUE(engine->heatSources()->empty()); // idle since
+    EXPECT_EQ(engine->dailyHeatSources()->size(), 1U);
+}
+
+} // namespace
+} // namespace halvoren
