@@ -10,6 +10,7 @@
 #include "engine/sensor_poller.h"
 #include "fakes/fake_fan_driver.h"
 #include "fakes/fake_power_state_observer.h"
+#include "fakes/fake_process_cpu_times.h"
 #include "platform/clock.h"
 #include "platform/power_state.h"
 #include "platform/timer_source.h"
@@ -94,7 +95,10 @@ public:
                                               .timers = timers_,
                                               .settings = settings_,
                                               .coreCounts = [cores] { return cores; },
-                                              .hidFactory = {}}) {
+                                              .hidFactory = {},
+                                              // The almanac and heat files stay in the rig's folder.
+                                              .dataDirectory = dir_.path(),
+                                              .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()}) {
         driver_.state = HelperState::connected();
         driver_.version = std::string(helperBuildVersion); // an older helper would be relaunched
         engine_.refreshHelperState();
@@ -245,6 +249,29 @@ void BM_OneSecondSlice(benchmark::State& state) {
     checked(state, *rig);
 }
 BENCHMARK(BM_OneSecondSlice)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond)->UseRealTime();
+
+// The analytics of one second together: the sweep into the history with the alerts and fan
+// health, the trend's fit and the weather (smoother, almanac, forecast, hourly strip).
+void BM_AnalyticsSecond(benchmark::State& state) {
+    const Recording& rec = recording();
+    const auto rig = warmedRig();
+    HalvorenEngine& engine = rig->mutableEngine();
+    std::size_t i = 0;
+    const std::uint64_t before = bench::allocationCount();
+    for (auto _ : state) {
+        const SensorPoller::Snapshot& sweep = rec.sweeps[i];
+        rig->pass(sweep); // moves the clock on, so the trend sees a new instant
+        engine.recordTelemetry(sweep);
+        engine.updateThermalTrend();
+        engine.updateWeather();
+        i = (i + 1) % rec.sweeps.size();
+    }
+    const std::uint64_t made = bench::allocationCount() - before;
+    if (checked(state, *rig)) {
+        reportContext(state, *rig, made);
+    }
+}
+BENCHMARK(BM_AnalyticsSecond)->Unit(benchmark::kMicrosecond);
 
 } // namespace
 } // namespace halvoren

@@ -19,6 +19,7 @@
 #include "core/write_policy.h"
 #include "engine/fan_driver.h"
 #include "engine/halvoren_engine.h"
+#include "fakes/fake_process_cpu_times.h"
 #include "helper/fan_safety.h"
 #include "helper/helper_service.h"
 #include "helper/smc_fan_writer.h"
@@ -602,7 +603,10 @@ std::uint64_t Soak::run() {
                         const double celsius = hidNaN_ ? std::numeric_limits<double>::quiet_NaN() : 41.0;
                         return std::vector<std::pair<std::string, double>>{{"soak enclosure", celsius}};
                     });
-                }});
+                },
+            // The almanac and the heat files stay in the run's own folder.
+            .dataDirectory = dir_.path(),
+            .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
     engine_->selectPreset(FanPreset::auto_);
     QTimer wake; // an event now and then, so a stalled loop is noticed
     wake.start(20);
