@@ -21,18 +21,18 @@ protected:
         fs::create_directories(path.parent_path());
         std::ofstream(path) << text;
     }
-    void supply(const std::string& spec, const fs::path& under) const {
-        const std::size_t colon = spec.find(": ");
-        const fs::path directory = under / "class/power_supply" / spec.substr(0, colon);
+    void supply(const std::string& description, const fs::path& under) const {
+        const std::size_t colon = description.find(": ");
+        const fs::path directory = under / "class/power_supply" / description.substr(0, colon);
         fs::create_directories(directory);
-        std::istringstream files(spec.substr(colon + 2));
+        std::istringstream files(description.substr(colon + 2));
         for (std::string item; std::getline(files, item, ',');) {
             const std::size_t start = item.find_first_not_of(' ');
             const std::size_t equals = item.find('=');
             write(directory / item.substr(start, equals - start), item.substr(equals + 1) + "\n");
         }
     }
-    void supply(const std::string& spec) const { supply(spec, root()); }
+    void supply(const std::string& description) const { supply(description, root()); }
     QTemporaryDir dir;
 };
 
@@ -102,8 +102,8 @@ TEST_F(PowerSupplyTree, ReadsSourceFlowAndCapacityOfEachMachine) {
         SCOPED_TRACE(c.name);
         const fs::path tree = root() / c.name;
         fs::create_directories(tree);
-        for (const std::string& spec : c.supplies) {
-            supply(spec, tree);
+        for (const std::string& description : c.supplies) {
+            supply(description, tree);
         }
         const PowerTelemetry telemetry = readPowerSupplies(tree);
         EXPECT_EQ(telemetry.source, c.expected.source);
