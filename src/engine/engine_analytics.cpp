@@ -3,11 +3,11 @@
 #include "core/telemetry_csv.h"
 #include "core/weather_copy.h"
 #include "core/weather_hourly.h"
+#include "engine/atomic_file.h"
 #include "engine/halvoren_engine.h"
 #include "engine/thermal_almanac_store.h"
 
 #include <QDir>
-#include <QSaveFile>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 #include <algorithm>
@@ -201,7 +201,7 @@ void HalvorenEngine::updateWeather() {
     snapshot.forecastLine = WeatherCopy::forecastLine(condition, control, trend, projected);
     snapshot.outlookLine = std::move(outlook);
     snapshot.hourly = hourlyEntries(ThermalAlmanac::hourOf(local), control, projected,
-                                    weatherAlmanacLoaded_ ? weatherAlmanac_ : ThermalAlmanac{},
+                                    weatherAlmanac_, // empty until it has been read
                                     weatherSmoother_.sampleCount);
     weatherSnapshot_.set(std::move(snapshot));
 }
@@ -239,16 +239,12 @@ std::optional<std::string> HalvorenEngine::exportHistoryCSV() {
 }
 
 bool HalvorenEngine::writeHistoryCSV(const std::string& path) {
-    const std::string text = telemetryCSV(telemetry_.history());
-    // Whole or not at all: a reader never sees half a file.
-    QSaveFile file(QString::fromStdString(path));
-    if (file.open(QIODevice::WriteOnly) &&
-        file.write(text.data(), static_cast<qint64>(text.size())) == static_cast<qint64>(text.size()) &&
-        file.commit()) {
-        return true;
+    const std::optional<std::string> error =
+        writeFileAtomically(QString::fromStdString(path), telemetryCSV(telemetry_.history()));
+    if (error) {
+        setLastError("CSV export failed: " + *error);
     }
-    setLastError("CSV export failed: " + file.errorString().toStdString());
-    return false;
+    return !error;
 }
 
 } // namespace halvoren

@@ -15,7 +15,8 @@ std::chrono::local_seconds HalvorenEngine::localTime(Clock::WallTime now) const 
 
 int HalvorenEngine::minuteOfDay(Clock::WallTime now) const {
     // Seconds play no part.
-    const auto sinceMidnight = localTime(now) - std::chrono::floor<std::chrono::days>(localTime(now));
+    const std::chrono::local_seconds local = localTime(now);
+    const auto sinceMidnight = local - std::chrono::floor<std::chrono::days>(local);
     return static_cast<int>(std::chrono::duration_cast<std::chrono::minutes>(sinceMidnight).count());
 }
 

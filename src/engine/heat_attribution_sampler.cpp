@@ -1,11 +1,11 @@
 #include "engine/heat_attribution_sampler.h"
 
+#include "engine/atomic_file.h"
 #include "platform/process_cpu_times.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QStandardPaths>
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
@@ -111,11 +111,7 @@ void HeatAttributionSampler::persist(Clock::WallTime now) {
     if (!text) {
         return;
     }
-    // Whole or not at all: a reader never sees half a file.
-    QSaveFile file(dayPath(*currentDayStart_));
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(text->data(), static_cast<qint64>(text->size())) != static_cast<qint64>(text->size()) ||
-        !file.commit()) {
+    if (writeFileAtomically(dayPath(*currentDayStart_), *text)) {
         return;
     }
     isDirty_ = false;

@@ -1,9 +1,10 @@
 #include "engine/thermal_almanac_store.h"
 
+#include "engine/atomic_file.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace halvoren::ThermalAlmanacStore {
 
@@ -23,11 +24,7 @@ void save(const QString& path, const ThermalAlmanac& almanac) {
     if (!text) {
         return;
     }
-    QSaveFile file(path);
-    if (file.open(QIODevice::WriteOnly)) {
-        file.write(text->data(), static_cast<qint64>(text->size()));
-        file.commit();
-    }
+    writeFileAtomically(path, *text); // a failure is silent
 }
 
 } // namespace halvoren::ThermalAlmanacStore
