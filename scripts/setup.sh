@@ -16,6 +16,13 @@ packages=(
   libgmock-dev
   libbenchmark-dev
   libpulse-dev         # asks the sound server whether the microphone records
+  fonts-inter          # the interface's typeface
+  fonts-material-design-icons-iconfont  # the interface's symbols
+  xvfb                 # scripts/screenshots.sh: a display with no screen,
+  tint2                # a tray for the menu-bar item to sit in,
+  x11-utils            # and xwd/xwininfo to capture windows
+  imagemagick          # which converts the captures to PNG
+  xdotool              # and clicks the tray item open
   clang-format
   clang-tidy
   clang                # the fuzz targets: libFuzzer is clang's

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QApplication>
+#include <gtest/gtest.h>
+
+namespace halvoren {
+
+// Views are built and checked without a display: the offscreen platform unless the caller
+// chose another, and one application object per test.
+class UiTest : public ::testing::Test {
+protected:
+    static int& argumentCount() {
+        static int count = 1;
+        return count;
+    }
+    static char** arguments() {
+        static char name[] = "halvoren_ui_tests";
+        static char* argv[] = {name, nullptr};
+        return argv;
+    }
+    static bool offscreen() {
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+        return true;
+    }
+
+    bool platformChosen_ = offscreen();
+    QApplication app{argumentCount(), arguments()};
+};
+
+} // namespace halvoren
