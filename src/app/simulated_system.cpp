@@ -22,7 +22,7 @@ SimulatedSystem::SimulatedSystem(const std::string& profile, const std::string& 
     }
     const QString smcSocket = runtime_.filePath(QStringLiteral("smc.sock"));
     const QString helperSocket = runtime_.filePath(QStringLiteral("helper.sock"));
-    host_ = std::make_unique<SimulatedMachineHost>(profile, SystemClock::shared(), 1, std::move(scenario),
+    host_ = std::make_unique<SimulatedMachineHost>(profile, timers.clock(), 1, std::move(scenario),
                                                    smcSocket.toStdString());
     services_ = std::make_unique<SimulatedHelperServiceManager>(
         timers, SimulatedHelperServiceManager::Options{

@@ -21,7 +21,7 @@ class SimulatedSystem {
 public:
     // `profile` is a built-in machine or a profile file, `load` a load scenario's name. An
     // empty `helperPath` means halvoren-helper beside the running program. Throws
-    // std::runtime_error with a message fit for the user.
+    // std::runtime_error with a message fit for the user. The machine runs on `timers`' clock.
     SimulatedSystem(const std::string& profile, const std::string& load, TimerSource& timers,
                     const QString& helperPath = {});
     ~SimulatedSystem();

@@ -75,6 +75,7 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
     const auto& profile = engine.activeProfile().value();
     const auto& preset = engine.activePreset().value();
     const auto& error = engine.lastError().value();
+    const auto& alert = engine.alerts().inAppAlert().value();
     return Json{
         {"time", isoTime(now)},
         {"controlTemperature", engine.controlTemperature().value()},
@@ -104,6 +105,7 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
               {"etaMinutes", chip.etaWholeMinutes ? Json(*chip.etaWholeMinutes) : Json(nullptr)},
               {"urgent", chip.etaIsUrgent}}},
         {"overheating", engine.isOverheating().value()},
+        {"alert", alert ? Json(*alert) : Json(nullptr)},
         {"weather", std::string(rawValue(weather.condition))},
         {"forecastLine", weather.forecastLine},
         {"fanHealthWarnings", std::move(health)},

@@ -1,21 +1,26 @@
 #include "app/simulated_system.h"
+#include "core/thermal_almanac.h"
 #include "engine/engine_test_support.h"
 #include "engine/halvoren_engine.h"
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
+#include "fakes/fake_notification_center.h"
 #include "fakes/fake_power_state_observer.h"
 #include "fakes/fake_process_cpu_times.h"
+#include "fakes/fast_timer_source.h"
 #include "platform/timer_source.h"
 #include "sim/machine_profile.h"
 #include "sim/simulated_machine_host.h"
 #include "smc/fan_control_protocol.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
+#include <QDir>
+#include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <csignal>
 #include <filesystem>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/types.h>
 
@@ -26,8 +31,10 @@ namespace {
 // simulated Mac at idle.
 class Rig {
 public:
-    explicit Rig(const std::string& profile)
-        : system(profile, "idle", timers, QStringLiteral(HALVOREN_HELPER_BINARY))
+    // `rate`: how many times faster than the wall the engine's and the machine's time runs.
+    explicit Rig(const std::string& profile, double rate = 1.0)
+        : timers(rate)
+        , system(profile, "idle", timers, QStringLiteral(HALVOREN_HELPER_BINARY))
         , fanCount(system.host().mac().fans().size()) {}
     ~Rig() {
         engine.stop();
@@ -71,22 +78,30 @@ private:
     } deferredDeletes;
     QTemporaryDir dir;
     QSettings settings{dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat};
-    QtTimerSource timers;
+    FastTimerSource timers;
 
 public:
     SimulatedSystem system;
     std::size_t fanCount;
     std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
-    HalvorenEngine engine{
-        FanProfile::appleAuto(),
-        HalvorenEngine::Environment{.driver = system.driver(),
-                                    .timers = timers,
-                                    .settings = settings,
-                                    .coreCounts = [this] { return system.coreCounts(); },
-                                    .hidFactory = {},
-                                    .power = power,
-                                    .dataDirectory = QFileInfo(settings.fileName()).absolutePath(),
-                                    .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()}};
+    std::shared_ptr<FakeNotificationCenter> notifications = [] {
+        auto none = std::make_shared<FakeNotificationCenter>();
+        none->usable = false;
+        return none;
+    }();
+    QString dataDirectory() const { return dir.path(); }
+    HalvorenEngine::Environment environment() {
+        return {.driver = system.driver(),
+                .timers = timers,
+                .settings = settings,
+                .coreCounts = [this] { return system.coreCounts(); },
+                .hidFactory = {},
+                .power = power,
+                .notifications = notifications,
+                .dataDirectory = dataDirectory(),
+                .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()};
+    }
+    HalvorenEngine engine{FanProfile::appleAuto(), environment()};
 };
 
 class EndToEndTest : public ::testing::Test {
@@ -167,15 +182,88 @@ TEST_F(EndToEndTest, UnpluggingSwitchesACustomModeToSilentStealthAndADustCyclePu
     EXPECT_TRUE(pumpUntil([&] { return engine.dustCycleState().value() == DustCycleUIState::idle(); }, 3000));
 }
 
-TEST_F(EndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
+// Four times faster than the wall: what takes minutes of the machine's time.
+class FastEndToEndTest : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+    Rig rig{"apple-silicon-laptop-2fan", 4.0};
+    HalvorenEngine& engine = rig.engine;
+};
+
+TEST_F(FastEndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
     ASSERT_TRUE(rig.startConnected());
     engine.startCooldown(60.0);
     EXPECT_TRUE(pumpUntil([&] { return rig.allFansAt(1.0); }, 5000)) << "fans did not reach their maximum";
-    pumpFor(50000);
+    pumpFor(12500); // 50 s of the engine's time
     EXPECT_TRUE(engine.isCoolingDown());
-    EXPECT_TRUE(pumpUntil([&] { return rig.allReleased(); }, 15000)) << "fans were not handed back";
+    EXPECT_TRUE(pumpUntil([&] { return rig.allReleased(); }, 5000)) << "fans were not handed back";
     EXPECT_FALSE(engine.isTurboEngaged().value());
     EXPECT_EQ(engine.activeProfile().value(), FanProfile::appleAuto());
+}
+
+// A sustained load on the Balanced curve with pre-spool on, one fan obstructed to half its
+// maximum and a CPU rule with auto-boost; then idle again, a stop and a second start.
+TEST_F(FastEndToEndTest, ALoadAnObstructedFanAndARestartShowInTheAnalytics) {
+    SimulatedMac& mac = rig.system.host().mac();
+    mac.setFaults(FaultPlan{.obstructedFans = {{1, 0.5}}});
+    engine.setPreSpoolEnabled(true);
+    engine.setAlertRule(SensorCategory::cpu, true, 55.0, true);
+    ASSERT_TRUE(rig.startConnected());
+    engine.selectPreset(FanPreset::auto_);
+    ASSERT_TRUE(pumpUntil([&] { return engine.weatherSnapshot()->forecastLine != "\u2014"; }, 10000));
+    const std::string idleForecast = engine.weatherSnapshot()->forecastLine;
+
+    mac.setLoad(Load{1.0, 0.5});
+    EXPECT_TRUE(pumpUntil([&] { return engine.thermalTrend()->etaMinutes().has_value(); }, 15000))
+        << "the trend did not rise with a time: " << engine.thermalTrend()->label();
+    EXPECT_TRUE(pumpUntil([&] { return engine.forecastChip()->etaWholeMinutes.has_value(); }, 5000));
+    EXPECT_TRUE(pumpUntil([&] { return engine.effectiveFloor() > 0.0; }, 5000))
+        << "pre-spool did not lift the floor";
+    EXPECT_NE(engine.weatherSnapshot()->forecastLine, idleForecast);
+
+    // The rule's threshold is crossed on the way up; the fans' maximum holds the CPU above it.
+    EXPECT_TRUE(pumpUntil([&] { return engine.isTurboEngaged().value(); }, 15000))
+        << "auto-boost did not engage";
+    // With no notification service the alerts are banners, the latest one showing.
+    EXPECT_THAT(engine.alerts().inAppAlert().value().value_or(""), ::testing::HasSubstr("running hot"));
+    // Commanded its maximum, the obstructed fan reaches half of it: warned after 90 s of that.
+    EXPECT_TRUE(pumpUntil(
+        [&] {
+            const auto& warnings = engine.fanHealthWarnings().value();
+            return warnings.contains(1) && warnings.at(1) == FanHealthMonitor::Warning::underperforming;
+        },
+        40000))
+        << "no obstruction warning";
+    EXPECT_FALSE(engine.fanHealthWarnings()->contains(0));
+    EXPECT_THAT(engine.alerts().inAppAlert().value().value_or(""),
+                ::testing::HasSubstr("only reaches 3150 of 6300 RPM"));
+    const double hottest = engine.controlTemperature().value();
+
+    mac.setLoad(idleLevel);
+    EXPECT_TRUE(pumpUntil([&] { return !engine.isTurboEngaged().value(); }, 30000)) << "auto-boost held on";
+    EXPECT_EQ(engine.activePreset().value(), FanPreset::auto_);
+
+    engine.stop();
+    engine.prepareForTermination();
+    QFile file(QDir(rig.dataDirectory()).filePath(QStringLiteral("ThermalAlmanac.json")));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const auto saved = decodeThermalAlmanac(file.readAll().toStdString());
+    ASSERT_TRUE(saved && !saved->days.empty());
+    double peak = 0.0;
+    for (const auto& day : saved->days) {
+        for (const auto& [hour, temp] : day.hourPeaks) {
+            peak = std::max(peak, temp);
+        }
+    }
+    EXPECT_GE(peak, hottest - 0.5);
+
+    HalvorenEngine restarted(FanProfile::appleAuto(), rig.environment());
+    restarted.start();
+    EXPECT_TRUE(pumpUntil([&] { return restarted.isAlmanacLoaded(); }, 5000));
+    EXPECT_EQ(restarted.almanac(), *saved);
+    restarted.stop();
+    pumpFor(300);
 }
 
 // Max and back to the firmware on a simulated Mac of each generation, through the real helper,
