@@ -273,5 +273,28 @@ void BM_AnalyticsSecond(benchmark::State& state) {
 }
 BENCHMARK(BM_AnalyticsSecond)->Unit(benchmark::kMicrosecond);
 
+// Each step of that second alone, on a warmed engine: one sweep into the history (with the
+// alerts and fan health), one weather update.
+void BM_TelemetryRecord(benchmark::State& state) {
+    const Recording& rec = recording();
+    const auto rig = warmedRig();
+    HalvorenEngine& engine = rig->mutableEngine();
+    std::size_t i = 0;
+    for (auto _ : state) {
+        engine.recordTelemetry(rec.sweeps[i]);
+        i = (i + 1) % rec.sweeps.size();
+    }
+}
+BENCHMARK(BM_TelemetryRecord)->Unit(benchmark::kMicrosecond);
+
+void BM_WeatherUpdate(benchmark::State& state) {
+    const auto rig = warmedRig();
+    HalvorenEngine& engine = rig->mutableEngine();
+    for (auto _ : state) {
+        engine.updateWeather();
+    }
+}
+BENCHMARK(BM_WeatherUpdate)->Unit(benchmark::kMicrosecond);
+
 } // namespace
 } // namespace halvoren
