@@ -1,5 +1,5 @@
-#include "app/headless_options.h"
 #include "app/headless_run.h"
+#include "app/launch_options.h"
 
 #include <QCoreApplication>
 #include <iostream>
@@ -10,8 +10,8 @@ int main(int argc, char* argv[]) {
     QCoreApplication::setOrganizationDomain(QStringLiteral("halvoren.com"));
     QCoreApplication::setApplicationName(QStringLiteral("Halvoren"));
     try {
-        const halvoren::HeadlessCommandLine command =
-            halvoren::parseHeadlessCommandLine(QCoreApplication::arguments().mid(1));
+        const halvoren::CommandLine command =
+            halvoren::parseCommandLine(QCoreApplication::arguments().mid(1));
         if (command.helpRequested) {
             std::cout << command.helpText;
             return 0;
@@ -24,7 +24,7 @@ int main(int argc, char* argv[]) {
         }
         halvoren::HeadlessRun run(command.options);
         return run.exec();
-    } catch (const halvoren::HeadlessUsageError& error) {
+    } catch (const halvoren::UsageError& error) {
         std::cerr << "halvoren: " << error.what() << "\n";
         return 2;
     }
