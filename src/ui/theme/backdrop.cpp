@@ -38,7 +38,7 @@ BackdropStyle space() {
     return {
         {{0.5, 0.0},
          {0.5, 1.0},
-         {{0.0, hex(0x2A2F45)}, {1.0, hex(0x3B4060)}},
+         {{0.0, hex(0x3A4060)}, {1.0, hex(0x545B80)}},
          {{0.0, hex(0x040509)}, {1.0, hex(0x0B0D18)}}},
         {BackdropBand{ink(hex(0xB9B7D6, 0.22), hex(0x8C88B8, 0.20)), {0.0, 1.0}, {1.0, 0.0}, 0.5, 0.34},
          BackdropBand{ink(hex(0xE8D9C8, 0.16), hex(0xC9B49A, 0.12)), {0.0, 1.0}, {1.0, 0.0}, 0.52, 0.12},

@@ -12,7 +12,7 @@ namespace halvoren::theme {
 
 double glassFillOpacity(double frost, Appearance appearance) {
     const double f = std::isnan(frost) ? 0.0 : std::clamp(frost, 0.0, 1.0);
-    return appearance == Appearance::light ? 0.62 + 0.32 * f : 0.50 + 0.38 * f;
+    return appearance == Appearance::light ? 0.74 + 0.22 * f : 0.52 + 0.36 * f;
 }
 
 void paintGlassCard(QPainter& painter, const QRectF& rect, double frost, std::optional<QColor> tint,
