@@ -87,8 +87,8 @@ BackdropStyle abyss() {
 BackdropStyle graphite() {
     return {{{0.5, 0.0},
              {0.5, 1.0},
-             {{0.0, hex(0xEBEBEC)}, {1.0, hex(0xD5D5D6)}},
-             {{0.0, hex(0x2B2B2C)}, {1.0, hex(0x19191A)}}},
+             {{0.0, hex(0xEBEBEB)}, {1.0, hex(0xD5D5D5)}},
+             {{0.0, hex(0x2B2B2B)}, {1.0, hex(0x1A1A1A)}}},
             {BackdropGlow{ink(hex(0xFFFFFF, 0.55), hex(0xFFFFFF, 0.06)), {0.3, 0.0}, 0.7},
              BackdropSpeckles{60, 0x62A9ULL, {0.3, 0.8}, 0.0, ink(hex(0x000000, 0.06), hex(0xFFFFFF, 0.08))}},
             {ink(hex(0x000000, 0.08), hex(0x000000, 0.35)), 0.6}};

@@ -65,6 +65,7 @@ constexpr std::array symbols{
     SymbolGlyph{"sun.max.fill", "wb_sunny", 0xe430},
     SymbolGlyph{"timer", "timer", 0xe425},
     SymbolGlyph{"trash", "delete", 0xe872},
+    SymbolGlyph{"wifi", "wifi", 0xe63e},
     SymbolGlyph{"wind", "air", 0xefd8},
     SymbolGlyph{"xmark.circle.fill", "cancel", 0xe5c9},
     SymbolGlyph{"xmark.octagon.fill", "dangerous", 0xe99a},
