@@ -14,8 +14,8 @@ namespace halvoren {
 // What a MiniGraph is asked to draw at one moment.
 struct MiniGraphInput {
     const std::vector<double>& samples;
-    std::optional<int> sampleClock;
-    std::optional<ClosedRange> range;
+    std::optional<int> sampleClock = std::nullopt;
+    std::optional<ClosedRange> range = std::nullopt;
     bool reduceMotion = false;
 };
 

@@ -64,8 +64,9 @@ TEST(BackdropStyleTest, GraphiteHasNoHue) {
         }
     }
     for (const BackdropLayer& layer : style.layers) {
-        std::visit([&](const auto& payload) { EXPECT_TRUE(grey(payload.ink.light) && grey(payload.ink.dark)); },
-                   layer);
+        std::visit(
+            [&](const auto& payload) { EXPECT_TRUE(grey(payload.ink.light) && grey(payload.ink.dark)); },
+            layer);
     }
 }
 
@@ -105,9 +106,11 @@ TEST_F(BackdropTest, ScenesRedrawIdenticallyAndTextureScalesOnlyTheSpeckles) {
         EXPECT_EQ(render(backdropStyle(scene), 1.0), render(backdropStyle(scene), 1.0)) << rawValue(scene);
     }
     BackdropStyle plain = backdropStyle(BackdropScene::space);
-    std::erase_if(plain.layers, [](const BackdropLayer& layer) { return std::holds_alternative<BackdropSpeckles>(layer); });
+    std::erase_if(plain.layers,
+                  [](const BackdropLayer& layer) { return std::holds_alternative<BackdropSpeckles>(layer); });
     EXPECT_EQ(render(plain, 1.0), render(plain, 3.0));
-    EXPECT_NE(render(backdropStyle(BackdropScene::space), 1.0), render(backdropStyle(BackdropScene::space), 3.0));
+    EXPECT_NE(render(backdropStyle(BackdropScene::space), 1.0),
+              render(backdropStyle(BackdropScene::space), 3.0));
 }
 
 } // namespace

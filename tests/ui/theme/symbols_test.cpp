@@ -23,15 +23,16 @@ std::set<std::string> engineSymbols() {
     for (const WeatherCondition condition : allCases<WeatherCondition>()) {
         names.emplace(symbolName(condition));
     }
-    for (const ThermalTrend& trend : {ThermalTrend::rising(3.0), ThermalTrend::steady(), ThermalTrend::cooling()}) {
+    for (const ThermalTrend& trend :
+         {ThermalTrend::rising(3.0), ThermalTrend::steady(), ThermalTrend::cooling()}) {
         names.emplace(trend.sfSymbolName());
     }
     for (const std::string_view name : CustomMode::curatedSymbolNames) {
         names.emplace(name);
     }
     std::vector<SMCSensor> sensors;
-    for (const char* key : {"TW0P", "TB0T", "TB1T", "TPSP", "TDeL", "TDeR", "TH0x", "Te05", "Tp01", "Tg05", "Tg0D",
-                            "TPD0", "TPDX"}) {
+    for (const char* key : {"TW0P", "TB0T", "TB1T", "TPSP", "TDeL", "TDeR", "TH0x", "Te05", "Tp01", "Tg05",
+                            "Tg0D", "TPD0", "TPDX"}) {
         sensors.push_back({key, key, key, SensorClassifier::category(key, SensorClass::temperature), 50.0,
                            SensorClass::temperature, "°C"});
     }

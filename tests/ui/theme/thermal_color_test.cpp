@@ -1,8 +1,7 @@
 #include "ui/theme/thermal_color.h"
 
-#include <gtest/gtest.h>
-
 #include <cmath>
+#include <gtest/gtest.h>
 
 namespace halvoren::theme {
 namespace {
