@@ -54,7 +54,8 @@ TEST(ThermalColorTest, ContrastFloorDarkensOnlyWhatIsIllegible) {
 }
 
 TEST(ThermalColorTest, TextColoursAreLegibleOnTheLightCardAndShareTheirHalfDegree) {
-    for (double c = 30.0; c <= 100.0; c += 0.5) {
+    for (int half = 60; half <= 200; ++half) {
+        const double c = half * 0.5;
         EXPECT_GE(contrastRatio(rgbOf(thermalTextColor(c)), lightCardRgb), textContrastMinimum) << c;
     }
     // Cached by the half degree: 70.1 and 69.9 round to the key of 70.
