@@ -28,6 +28,10 @@ struct Launch {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("XDG_DATA_HOME"), dir.path());
         environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        // A run ended in the middle of a conversation with the helper leaves its suspended
+        // coroutine frames behind at exit, which the leak checker would turn into exit code 1;
+        // leaks proper are the in-process tests' to find.
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         program.setProcessEnvironment(environment);
         program.start(QStringLiteral(HALVOREN_APP_BINARY), {"--simulate", "--load", "idle", "--settings",
                                                             dir.filePath(QStringLiteral("settings.ini"))});
