@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
-#include <limits>
 
 namespace halvoren {
 
@@ -70,13 +69,10 @@ std::string MenuBarItemRenderer::quantizedRPMText(std::string_view text) {
     }
     std::int64_t steps = *value / rpmStep;
     const std::int64_t rest = *value % rpmStep;
+    // The ends of the range (ending 807 and -808) lie less than half a step past a multiple of 50, so
+    // rounding never leaves it.
     if (2 * (rest < 0 ? -rest : rest) >= rpmStep) {
         steps += rest < 0 ? -1 : 1;
-    }
-    // Past the largest multiple of 50 the number cannot be rounded up; it is shown as it is.
-    if (steps > std::numeric_limits<std::int64_t>::max() / rpmStep ||
-        steps < std::numeric_limits<std::int64_t>::min() / rpmStep) {
-        return std::string(text);
     }
     return std::to_string(steps * rpmStep);
 }
