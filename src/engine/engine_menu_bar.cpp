@@ -3,6 +3,7 @@
 #include "engine/halvoren_engine.h"
 
 #include <cmath>
+#include <limits>
 
 namespace halvoren {
 
@@ -43,7 +44,7 @@ std::string HalvorenEngine::menuBarFanText() const {
     if (!smcAvailable_.value() || fans_->empty()) {
         return "--";
     }
-    double fastest = -INFINITY;
+    double fastest = -std::numeric_limits<double>::infinity();
     for (const auto& [id, fan] : fans_.value()) {
         fastest = std::max(fastest, fan.currentRPM);
     }

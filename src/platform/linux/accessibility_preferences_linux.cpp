@@ -1,87 +1,89 @@
 #include "platform/linux/accessibility_preferences_linux.h"
 
-#include <QDBusArgument>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <QLatin1String>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 
 namespace halvoren {
 
 namespace {
 
-const QString portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString interfaceNamespace = QStringLiteral("org.gnome.desktop.interface");
-const QString animationsKey = QStringLiteral("enable-animations");
-const QString a11yNamespace = QStringLiteral("org.gnome.desktop.a11y.interface");
-const QString contrastKey = QStringLiteral("high-contrast");
+constexpr QLatin1String portalService("org.freedesktop.portal.Desktop");
+constexpr QLatin1String portalPath("/org/freedesktop/portal/desktop");
+constexpr QLatin1String settingsInterface("org.freedesktop.portal.Settings");
+constexpr QLatin1String interfaceNamespace("org.gnome.desktop.interface");
+constexpr QLatin1String animationsKey("enable-animations");
+constexpr QLatin1String a11yNamespace("org.gnome.desktop.a11y.interface");
+constexpr QLatin1String contrastKey("high-contrast");
 
-} // namespace
-
-// Reads both settings once, then follows the portal's change signal. No portal, or one without
-// these keys, leaves the defaults.
-class PortalAccessibilityPreferences final : public QObject, public AccessibilityPreferences {
-    Q_OBJECT
-
+// Reads both settings, and again after the portal says a setting changed. No portal, or one
+// without these keys, leaves the defaults.
+class PortalAccessibilityPreferences final : public AccessibilityPreferences {
 public:
     explicit PortalAccessibilityPreferences(QDBusConnection bus)
         : bus_(std::move(bus)) {
         if (!bus_.isConnected()) {
             return;
         }
-        bus_.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), this,
-                     SLOT(settingChanged(QString, QString, QDBusVariant)));
-        read(interfaceNamespace, animationsKey);
-        read(a11yNamespace, contrastKey);
-    }
-
-private slots:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {
-        apply(group, key, value.variant());
+        // The signal restarts a zero-length timer, so a burst of changes costs one reading.
+        reread_.setSingleShot(true);
+        reread_.setInterval(0);
+        QObject::connect(&reread_, &QTimer::timeout, &context_, [this] { readAll(); });
+        bus_.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"), &reread_,
+                     SLOT(start()));
+        readAll();
     }
 
 private:
     static constexpr int timeoutMs = 3000;
 
-    void read(const QString& group, const QString& key) {
+    void readAll() {
+        read(interfaceNamespace, animationsKey);
+        read(a11yNamespace, contrastKey);
+    }
+
+    void read(QLatin1String group, QLatin1String key) {
         QDBusMessage call = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface,
                                                            QStringLiteral("Read"));
-        call << group << key;
-        auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call, timeoutMs), this);
-        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, this,
-                         [this, group, key](QDBusPendingCallWatcher* finished) {
+        call << QString(group) << QString(key);
+        // Owned by the context: a reply that comes after this object is gone reaches nothing.
+        auto* watcher = new QDBusPendingCallWatcher(bus_.asyncCall(call, timeoutMs), &context_);
+        QObject::connect(watcher, &QDBusPendingCallWatcher::finished, &context_,
+                         [this, group](QDBusPendingCallWatcher* finished) {
                              finished->deleteLater();
                              const QDBusMessage reply = finished->reply();
-                             if (reply.type() == QDBusMessage::ReplyMessage &&
-                                 reply.arguments().size() == 1) {
-                                 apply(group, key, reply.arguments().front());
+                             if (reply.type() != QDBusMessage::ReplyMessage ||
+                                 reply.arguments().size() != 1) {
+                                 return;
                              }
+                             const std::optional<bool> flag = portalBool(reply.arguments().front());
+                             if (!flag) {
+                                 return;
+                             }
+                             AccessibilitySettings settings = current();
+                             if (group == interfaceNamespace) {
+                                 settings.reduceMotion = !*flag;
+                             } else {
+                                 settings.increaseContrast = *flag;
+                             }
+                             update(settings);
                          });
     }
 
-    void apply(const QString& group, const QString& key, const QVariant& value) {
-        const std::optional<bool> flag = portalBool(value);
-        if (!flag) {
-            return;
-        }
-        AccessibilitySettings settings = current();
-        if (group == interfaceNamespace && key == animationsKey) {
-            settings.reduceMotion = !*flag;
-        } else if (group == a11yNamespace && key == contrastKey) {
-            settings.increaseContrast = *flag;
-        }
-        update(settings);
-    }
-
     QDBusConnection bus_;
+    QObject context_;
+    QTimer reread_;
 };
+
+} // namespace
 
 std::optional<bool> portalBool(const QVariant& value) {
     QVariant inner = value;
-    // A bounded unwrapping: a malicious bus cannot make this loop for long.
+    // Bounded: a bus that nests without end cannot keep this loop going.
     for (int depth = 0; depth < 4 && inner.metaType() == QMetaType::fromType<QDBusVariant>(); ++depth) {
         inner = qvariant_cast<QDBusVariant>(inner).variant();
     }
@@ -100,5 +102,3 @@ std::shared_ptr<AccessibilityPreferences> systemAccessibilityPreferences() {
 }
 
 } // namespace halvoren
-
-#include "accessibility_preferences_linux.moc"

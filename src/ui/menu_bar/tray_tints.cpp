@@ -1,6 +1,7 @@
 #include "ui/menu_bar/tray_tints.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace halvoren {
 
@@ -20,7 +21,7 @@ const Swatch red{QColor(255, 59, 48), QColor(255, 69, 58)};
 constexpr double tierTwoBlend = 0.55;
 
 int channel(int from, int to, double fraction) {
-    return std::clamp(static_cast<int>(from + (to - from) * fraction + 0.5), 0, 255);
+    return std::clamp(static_cast<int>(std::lround(from + (to - from) * fraction)), 0, 255);
 }
 
 } // namespace
@@ -49,8 +50,8 @@ QColor TrayTints::plainColor(bool darkTray) {
 
 QColor TrayTints::blend(const QColor& from, const QColor& to, double fraction) {
     const double f = fraction > 0.0 ? std::min(fraction, 1.0) : 0.0; // NaN: no way at all
-    return QColor(channel(from.red(), to.red(), f), channel(from.green(), to.green(), f),
-                  channel(from.blue(), to.blue(), f), channel(from.alpha(), to.alpha(), f));
+    return {channel(from.red(), to.red(), f), channel(from.green(), to.green(), f),
+            channel(from.blue(), to.blue(), f), channel(from.alpha(), to.alpha(), f)};
 }
 
 } // namespace halvoren
