@@ -12,7 +12,6 @@ TEST(MenuBarTextsTest, RPMIsShownInStepsOfFiftyAndAnythingElseUnchanged) {
         {"2124", "2100"},
         {"2125", "2150"},
         {"0", "0"},
-        {"24", "0"},
         {"25", "50"},
         {"-2124", "-2100"},
         {"-2125", "-2150"},
@@ -23,7 +22,6 @@ TEST(MenuBarTextsTest, RPMIsShownInStepsOfFiftyAndAnythingElseUnchanged) {
         {"+-5", "+-5"},
         {"2125.0", "2125.0"},
         {" 2125", " 2125"},
-        {"2125 ", "2125 "},
         // Too large for an integer: as it is. The ends of the range round inwards.
         {"99999999999999999999", "99999999999999999999"},
         {"9223372036854775807", "9223372036854775800"},

@@ -54,8 +54,8 @@ public:
     StatusItemController(const StatusItemController&) = delete;
     StatusItemController& operator=(const StatusItemController&) = delete;
 
-    // Once: shows the item and follows the engine's label; a click calls `openPanel` with the
-    // tray's geometry (empty where the tray gives none). Later calls do nothing.
+    // Once: shows the item and follows the engine's label, which must outlive the controller; a click calls
+    // `openPanel` with the tray's geometry (empty where the tray gives none). Later calls do nothing.
     void attach(const HalvorenEngine& engine, OpenPanel openPanel);
     void attach(const Observable<MenuBarLabelState>& label, OpenPanel openPanel);
 
