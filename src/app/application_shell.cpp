@@ -4,8 +4,12 @@
 #include "app/engine_host.h"
 #include "app/run_marker.h"
 #include "engine/halvoren_engine.h"
+#include "platform/accessibility_preferences.h"
 #include "platform/data_directory.h"
 #include "platform/termination_signals.h"
+#include "platform/timer_source.h"
+#include "ui/menu_bar/status_item_controller.h"
+#include "ui/theme/appearance.h"
 
 #include <QApplication>
 #include <QThreadPool>
@@ -15,7 +19,11 @@
 
 namespace halvoren {
 
-struct ApplicationShell::Views {};
+// Built once the engine exists, destroyed before it: each watches engine fields.
+struct ApplicationShell::Views {
+    std::shared_ptr<AccessibilityPreferences> accessibility;
+    std::unique_ptr<StatusItemController> statusItem;
+};
 
 ApplicationShell::ApplicationShell(LaunchOptions options, QString dataDirectory)
     : host_(std::make_unique<EngineHost>(std::move(options)))
@@ -46,10 +54,29 @@ int ApplicationShell::exec() {
         QThreadPool::globalInstance(), [path = runMarkerPath_] { RunMarker::checkAndWrite(path); });
     QApplication::setQuitOnLastWindowClosed(false);
 
+    const LaunchOptions& options = host_->options();
+    if (options.appearance) {
+        theme::forceAppearance(*options.appearance == "dark" ? theme::Appearance::dark
+                                                             : theme::Appearance::light);
+    }
+    views_->accessibility = systemAccessibilityPreferences();
+    const auto followAccessibility = [](const AccessibilitySettings& settings) {
+        theme::setPrefersReducedMotion(settings.reduceMotion);
+        theme::setPrefersIncreasedContrast(settings.increaseContrast);
+    };
+    followAccessibility(views_->accessibility->current());
+    views_->accessibility->observe(followAccessibility);
+
     HalvorenEngine& engine = host_->engine();
     host_->start([](const std::string& problem) { std::cerr << "halvoren: " << problem << std::endl; });
-    (void)engine;
+    views_->statusItem = std::make_unique<StatusItemController>(
+        StatusItemController::Environment{.timers = host_->timers(), .accessibility = views_->accessibility});
+    views_->statusItem->attach(engine, [this](QRect trayGeometry) { openPanel(trayGeometry); });
     return QApplication::exec();
+}
+
+void ApplicationShell::openPanel(QRect trayGeometry) {
+    (void)trayGeometry;
 }
 
 void ApplicationShell::quit() {

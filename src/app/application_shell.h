@@ -29,6 +29,7 @@ public:
 
 private:
     struct Views;
+    void openPanel(QRect trayGeometry);
 
     std::unique_ptr<EngineHost> host_;
     QString runMarkerPath_;

@@ -98,7 +98,7 @@ void EngineHost::start(std::function<void(const std::string&)> problem) {
     // The preset needs the helper; the actions need the fans too. Each is applied once.
     engine_->helperState().observe([this](const HelperState&) { applyStartup(); });
     engine_->fans().observe([this](const HalvorenEngine::FanMap&) { applyStartup(); });
-    if (!simulatedSystem_) {
+    if (!simulatedSystem_ || options_.noHelper) {
         engine_->start();
         return;
     }

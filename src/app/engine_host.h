@@ -30,6 +30,7 @@ public:
     // Builds everything; a message fit for the user when it cannot.
     std::optional<std::string> build();
     HalvorenEngine& engine() { return *engine_; }
+    QtTimerSource& timers() { return *timers_; }
     bool simulated() const { return options_.simulateProfile.has_value(); }
     const LaunchOptions& options() const { return options_; }
 

@@ -50,6 +50,8 @@ CommandLine parseCommandLine(const QStringList& arguments) {
         "simulate",
         QStringLiteral("Run on a simulated Mac; --simulate=PROFILE picks its machine (default %1).")
             .arg(QString::fromLatin1(defaultSimulatedMachine)));
+    const QCommandLineOption noHelper(
+        "no-helper", "With --simulate: start no fan-control helper, as on a Mac where none is installed.");
     const QCommandLineOption load(
         "load", "The simulated machine's load: idle, burst, sustained or host (default).", "scenario");
     const QCommandLineOption preset(
@@ -66,7 +68,7 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     const QCommandLineOption dustCycle("dust-cycle", "Run a dust cycle once the fans are known.");
     const QCommandLineOption exportCsv(
         "export-csv", "At the end, write the last minute of history as CSV to this file.", "path");
-    parser.addOptions({help, headless, appearanceOption, previewPanelOption, backdropOption, simulate, load,
+    parser.addOptions({help, headless, appearanceOption, previewPanelOption, backdropOption, simulate, noHelper, load,
                        preset, duration, statusJson, settings, turbo, cooldown, manual, dustCycle,
                        exportCsv});
 
@@ -129,6 +131,10 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     options.backdrop = std::move(backdrop);
     if (parser.isSet(simulate)) {
         options.simulateProfile = profile.value_or(defaultSimulatedMachine);
+    }
+    options.noHelper = parser.isSet(noHelper);
+    if (options.noHelper && !options.simulateProfile) {
+        throw UsageError("--no-helper is for the simulated Mac (--simulate)");
     }
     if (parser.isSet(load)) {
         options.load = parser.value(load).toStdString();

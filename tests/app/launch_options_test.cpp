@@ -51,6 +51,8 @@ TEST(LaunchOptions, ReadsEachOptionAndRefusesBadValues) {
     EXPECT_EQ(failure({"--turbo", "--dust-cycle"}),
               "--turbo, --cooldown, --manual and --dust-cycle exclude each other");
     EXPECT_NE(failure({"--no-such-option"}), "no error");
+    EXPECT_TRUE(parse({"--simulate", "--no-helper"}).noHelper);
+    EXPECT_EQ(failure({"--no-helper"}), "--no-helper is for the simulated Mac (--simulate)");
     EXPECT_TRUE(parseCommandLine({QStringLiteral("--help")}).helpRequested);
 }
 

@@ -1,0 +1,132 @@
+#!/usr/bin/env bash
+# Pictures of the user interface for people: Halvoren on a simulated Mac in a virtual display
+# (Xvfb) with a real tray (tint2) across the top like a menu bar, in the light and the dark
+# appearance. Writes PNGs to docs/screenshots/. Needs the packages of scripts/setup.sh and a
+# dev build (made when missing); HALVOREN_BINARY picks another program.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bin=${HALVOREN_BINARY:-build/bin/halvoren}
+[ -x "$bin" ] || cmake --workflow --preset dev >/dev/null
+out=docs/screenshots
+mkdir -p "$out"
+work=$(mktemp -d)
+pids=()
+cleanup() {
+  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  wait 2>/dev/null || true
+  rm -rf "$work"
+}
+trap cleanup EXIT
+
+width=1440
+height=900
+# A display number nobody uses.
+for n in $(seq 90 140); do
+  [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] || { display=":$n"; break; }
+done
+Xvfb "$display" -screen 0 "${width}x${height}x24" -nolisten tcp >/dev/null 2>&1 &
+pids+=($!)
+export DISPLAY=$display
+export XDG_DATA_HOME=$work/data XDG_RUNTIME_DIR=$work/runtime
+mkdir -p "$XDG_DATA_HOME" "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
+sleep 1
+
+# The menu bar: a translucent strip with the tray and a clock on the right.
+bar() { # background text
+  cat >"$work/tint2rc" <<RC
+rounded = 0
+border_width = 0
+background_color = $1 94
+border_color = #000000 0
+rounded = 0
+border_width = 0
+background_color = #000000 0
+border_color = #000000 0
+panel_items = :SC
+panel_size = 100% 30
+panel_padding = 12 0 12
+panel_background_id = 1
+panel_position = top center horizontal
+panel_layer = top
+wm_menu = 0
+strut_policy = follow_size
+systray_padding = 8 3 10
+systray_background_id = 2
+systray_icon_size = 22
+systray_icon_asb = 100 0 0
+time1_format = %a %d %b  %H:%M
+time1_font = Inter Medium 10
+clock_font_color = $2 100
+clock_padding = 8 0
+clock_background_id = 0
+RC
+  tint2 -c "$work/tint2rc" >/dev/null 2>&1 &
+  tray=$!
+  sleep 1
+}
+
+# Halvoren with these arguments and settings lines, until its tray item is in the bar.
+start() { # settings-lines args...
+  printf '[General]\n%b' "$1" >"$work/settings.ini"
+  shift
+  "$bin" --simulate --settings "$work/settings.ini" "$@" >"$work/app.log" 2>&1 &
+  app=$!
+  for _ in $(seq 50); do
+    icon_geometry >/dev/null && break
+    sleep 0.2
+  done
+  sleep "${SETTLE:-5}"
+}
+stop() {
+  kill "$app" 2>/dev/null || true
+  wait "$app" 2>/dev/null || true
+}
+
+# x y of the tray item's centre: the 22-pixel child of tint2's window.
+icon_geometry() {
+  xwininfo -root -tree | awk '/"tint2"/ { bar = 1; next } bar && /22x22\+/ {
+      split($0, a, "22x22"); split(a[2], p, "+"); print p[2] + 11, p[3] + 11; exit }'
+}
+
+shot() { # name x y w h
+  import -window root -crop "$4x$5+$2+$3" +repage "$out/$1.png"
+}
+
+for appearance in light dark; do
+  if [ "$appearance" = light ]; then bar '#F2F2F5' '#1D1D1F'; else bar '#1E1E22' '#F2F2F5'; fi
+  args=(--appearance="$appearance")
+  hide='com.halvoren.showDockIcon=false\n'
+
+  start "$hide" --load idle "${args[@]}"
+  shot "tray-rest-$appearance" $((width - 260)) 0 260 30
+  stop
+  start "$hide" --load sustained --preset max "${args[@]}"
+  shot "tray-turning-$appearance" $((width - 260)) 0 260 30
+  stop
+
+  # The panel, opened from the tray item as a user would.
+  panel() { # name args...
+    local name=$1
+    shift
+    start "$hide" "$@" "${args[@]}"
+    read -r x y < <(icon_geometry)
+    xdotool mousemove "$x" "$y" click 1
+    sleep 2
+    shot "panel-$name-$appearance" $((width - 460)) 0 460 760
+    stop
+  }
+  panel idle --load burst --preset auto
+  panel turbo --load sustained --turbo
+  panel manual --load idle --manual 3200
+  panel no-helper --load idle --no-helper
+
+  # The weather card's two pages on the main window.
+  for page in forecast radar; do
+    start "com.halvoren.weatherPage=$page\n" --load burst --preset auto "${args[@]}"
+    import -window root -crop 1100x800+170+50 +repage "$out/window-$page-$appearance.png"
+    stop
+  done
+  kill "$tray" 2>/dev/null || true
+  wait "$tray" 2>/dev/null || true
+done
+echo "screenshots: $(ls "$out" | wc -l) pictures in $out"
