@@ -1,33 +1,20 @@
 #include "app/headless_run.h"
 
-#include "app/simulated_system.h"
+#include "app/engine_host.h"
 #include "app/status_line.h"
 #include "core/competing_fan_controllers.h"
-#include "core/helper_constants.h"
 #include "engine/halvoren_engine.h"
-#include "engine/simulated_helper_service_manager.h"
-#include "engine/smc_driver_actor.h"
+#include "platform/clock.h"
 #include "platform/running_programs.h"
 #include "platform/termination_signals.h"
-#include "platform/timer_source.h"
 
 #include <QCoreApplication>
-#include <QSettings>
 #include <QTimer>
-#include <cstdio>
-#include <functional>
 #include <iostream>
 #include <set>
 
-#if defined(__linux__)
-#include "engine/linux/systemd_helper_service_manager.h"
-#endif
-
 namespace halvoren {
 namespace {
-
-// How long a shutdown waits for the fans to be handed back; the driver's own timeout is shorter.
-constexpr int shutdownLimitMs = 6000;
 
 // Says each distinct problem once, on stderr, so a server's log shows what is missing.
 class ProblemReporter {
@@ -61,71 +48,20 @@ std::string helperProblem(const HelperState& state, bool simulated) {
 
 } // namespace
 
-struct HeadlessRun::Parts {
-    std::unique_ptr<SimulatedSystem> simulated;
-    std::unique_ptr<HelperServiceManager> services;
-    std::unique_ptr<SMCDriverActor> driver;
-    std::unique_ptr<QSettings> settings;
-    std::unique_ptr<HalvorenEngine> engine;
-};
+HeadlessRun::HeadlessRun(LaunchOptions options)
+    : host_(std::make_unique<EngineHost>(std::move(options))) {}
 
-HeadlessRun::HeadlessRun(HeadlessOptions options)
-    : options_(std::move(options))
-    , timers_(std::make_unique<QtTimerSource>())
-    , parts_(std::make_unique<Parts>()) {}
-
-HeadlessRun::~HeadlessRun() {
-    // The engine first: it holds references to everything built before it.
-    parts_->engine.reset();
-    parts_->driver.reset();
-    parts_->services.reset();
-    parts_->simulated.reset();
-}
+HeadlessRun::~HeadlessRun() = default;
 
 int HeadlessRun::exec() {
-    Parts& parts = *parts_;
-    FanDriver* driver = nullptr;
-    // Empty for a real machine: the engine asks the host.
-    std::function<HalvorenEngine::CoreCounts()> coreCounts;
-    if (options_.simulateProfile) {
-        try {
-            parts.simulated =
-                std::make_unique<SimulatedSystem>(*options_.simulateProfile, options_.load, *timers_);
-        } catch (const std::exception& error) {
-            std::cerr << "halvoren: " << error.what() << std::endl;
-            return 2;
-        }
-        driver = &parts.simulated->driver();
-        coreCounts = [counts = parts.simulated->coreCounts()] { return counts; };
-    } else {
-#if defined(__linux__)
-        parts.services = std::make_unique<SystemdHelperServiceManager>(*timers_);
-        parts.driver = std::make_unique<SMCDriverActor>(
-            *timers_,
-            QString::fromUtf8(HelperConstants::systemSocketPath.data(),
-                              static_cast<qsizetype>(HelperConstants::systemSocketPath.size())),
-            *parts.services);
-        driver = parts.driver.get();
-#else
-        std::cerr << "halvoren: headless mode on this system needs --simulate for now" << std::endl;
+    if (const auto failure = host_->build()) {
+        std::cerr << "halvoren: " << *failure << std::endl;
         return 2;
-#endif
     }
-
-    parts.settings = options_.settingsPath
-                         ? std::make_unique<QSettings>(QString::fromStdString(*options_.settingsPath),
-                                                       QSettings::IniFormat)
-                         : std::make_unique<QSettings>();
-    parts.engine = std::make_unique<HalvorenEngine>(
-        FanProfile::appleAuto(), HalvorenEngine::Environment{.driver = *driver,
-                                                             .timers = *timers_,
-                                                             .settings = *parts.settings,
-                                                             .coreCounts = std::move(coreCounts),
-                                                             .hidFactory = {}});
-    HalvorenEngine& engine = *parts.engine;
-
+    HalvorenEngine& engine = host_->engine();
+    const LaunchOptions& options = host_->options();
     ProblemReporter problems;
-    const bool simulated = options_.simulateProfile.has_value();
+    const bool simulated = host_->simulated();
     // The preset needs the helper; the actions need the fans too. Each is applied once.
     bool presetApplied = false;
     bool actionApplied = false;
@@ -133,23 +69,23 @@ int HeadlessRun::exec() {
         if (engine.helperState()->kind() != HelperState::Kind::connected) {
             return;
         }
-        if (options_.preset && !presetApplied) {
+        if (options.preset && !presetApplied) {
             presetApplied = true;
-            engine.selectPreset(*options_.preset);
+            engine.selectPreset(*options.preset);
         }
         if (actionApplied || engine.fans()->empty()) {
             return;
         }
         actionApplied = true;
-        if (options_.turbo) {
+        if (options.turbo) {
             engine.engageTurbo();
-        } else if (options_.cooldown) {
-            engine.startCooldown(*options_.cooldown);
-        } else if (options_.manualRPM) {
+        } else if (options.cooldown) {
+            engine.startCooldown(*options.cooldown);
+        } else if (options.manualRPM) {
             for (const auto& [id, fan] : engine.fans().value()) {
-                engine.setFanTarget(id, *options_.manualRPM);
+                engine.setFanTarget(id, *options.manualRPM);
             }
-        } else if (options_.dustCycle) {
+        } else if (options.dustCycle) {
             engine.startDustCycle();
         }
     };
@@ -171,22 +107,10 @@ int HeadlessRun::exec() {
     // first passes are done.
     QTimer::singleShot(2000, reportClosedController);
 
-    if (simulated) {
-        // For the simulated Mac the helper is ours to install, as an unprivileged child; it is in
-        // place before the engine first asks for it, as an installed service would be.
-        [[maybe_unused]] auto task = [](SimulatedHelperServiceManager& services, HalvorenEngine& engine,
-                                        ProblemReporter& problems) -> QCoro::Task<void> {
-            if (const auto failure = co_await services.registerService()) {
-                problems.report("cannot start the simulated fan-control helper: " + *failure);
-            }
-            engine.start();
-        }(parts.simulated->services(), engine, problems);
-    } else {
-        engine.start();
-    }
+    host_->start([&](const std::string& problem) { problems.report(problem); });
 
     QTimer status;
-    if (options_.statusJson) {
+    if (options.statusJson) {
         QObject::connect(&status, &QTimer::timeout, [&] {
             std::cout << statusLine(engine, SystemClock::shared().wallNow()).dump() << std::endl;
         });
@@ -194,39 +118,16 @@ int HeadlessRun::exec() {
     }
     TerminationSignals termination([this](int) { shutDown(); });
     QTimer duration;
-    if (options_.duration) {
+    if (options.duration) {
         duration.setSingleShot(true);
         QObject::connect(&duration, &QTimer::timeout, [this] { shutDown(); });
-        duration.start(static_cast<int>(*options_.duration * 1000.0));
+        duration.start(static_cast<int>(*options.duration * 1000.0));
     }
     return QCoreApplication::exec();
 }
 
 void HeadlessRun::shutDown() {
-    if (shuttingDown_) {
-        return;
-    }
-    shuttingDown_ = true;
-    [[maybe_unused]] auto task = [](HeadlessRun* self) -> QCoro::Task<void> {
-        HalvorenEngine& engine = *self->parts_->engine;
-        engine.stop();
-        engine.prepareForTermination();
-        if (const auto& path = self->options_.exportCsvPath; path && !engine.writeHistoryCSV(*path)) {
-            std::cerr << "halvoren: " << engine.lastError()->value_or("") << std::endl;
-        }
-        // Hand the fans back while the helper can still be reached; the helper and the
-        // driver's exit hook do it too, should this fail.
-        if (engine.helperState()->kind() == HelperState::Kind::connected) {
-            co_await engine.restoreAuto();
-            if (const auto& error = engine.lastError().value();
-                error && error->starts_with("restore failed")) {
-                std::cerr << "halvoren: " << *error << std::endl;
-            }
-        }
-        QCoreApplication::exit(0);
-    }(this);
-    // A helper that never answers must not keep the program alive.
-    QTimer::singleShot(shutdownLimitMs, [] { QCoreApplication::exit(1); });
+    host_->shutDown([](int code) { QCoreApplication::exit(code); });
 }
 
 } // namespace halvoren

@@ -1,19 +1,19 @@
 #pragma once
 
-#include "app/headless_options.h"
+#include "app/launch_options.h"
 
 #include <memory>
 
 namespace halvoren {
 
-class QtTimerSource;
+class EngineHost;
 
 // The engine with no user interface: on the simulated Mac with its helper as a child
 // process, or on this machine's controller and installed helper. Ends after the given
 // duration or on SIGINT/SIGTERM, handing the fans back first.
 class HeadlessRun {
 public:
-    explicit HeadlessRun(HeadlessOptions options);
+    explicit HeadlessRun(LaunchOptions options);
     ~HeadlessRun();
     HeadlessRun(const HeadlessRun&) = delete;
     HeadlessRun& operator=(const HeadlessRun&) = delete;
@@ -22,13 +22,9 @@ public:
     int exec();
 
 private:
-    struct Parts;
     void shutDown();
 
-    HeadlessOptions options_;
-    std::unique_ptr<QtTimerSource> timers_;
-    std::unique_ptr<Parts> parts_;
-    bool shuttingDown_ = false;
+    std::unique_ptr<EngineHost> host_;
 };
 
 } // namespace halvoren

@@ -1,30 +1,49 @@
-#include "app/headless_options.h"
+#include "app/application_shell.h"
 #include "app/headless_run.h"
+#include "app/launch_options.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <iostream>
 
-int main(int argc, char* argv[]) {
-    QCoreApplication app(argc, argv);
+namespace {
+
+void nameTheApplication() {
     QCoreApplication::setOrganizationName(QStringLiteral("Halvoren"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("halvoren.com"));
     QCoreApplication::setApplicationName(QStringLiteral("Halvoren"));
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments << QString::fromLocal8Bit(argv[i]);
+    }
     try {
-        const halvoren::HeadlessCommandLine command =
-            halvoren::parseHeadlessCommandLine(QCoreApplication::arguments().mid(1));
+        const halvoren::CommandLine command = halvoren::parseCommandLine(arguments);
         if (command.helpRequested) {
             std::cout << command.helpText;
             return 0;
         }
-        if (!command.options.headless) {
+        bool headless = command.options.headless;
+        if (!headless && !halvoren::displayAvailable()) {
             std::cerr
-                << "halvoren: the window is not built yet; run with --headless (and --simulate to try it "
-                   "on a simulated Mac)\n";
-            return 2;
+                << "halvoren: no display (neither DISPLAY nor WAYLAND_DISPLAY is set); running headless\n";
+            headless = true;
         }
-        halvoren::HeadlessRun run(command.options);
-        return run.exec();
-    } catch (const halvoren::HeadlessUsageError& error) {
+        if (headless) {
+            QCoreApplication app(argc, argv);
+            nameTheApplication();
+            halvoren::HeadlessRun run(command.options);
+            return run.exec();
+        }
+        QApplication app(argc, argv);
+        nameTheApplication();
+        halvoren::ApplicationShell shell(command.options);
+        return shell.exec();
+    } catch (const halvoren::UsageError& error) {
         std::cerr << "halvoren: " << error.what() << "\n";
         return 2;
     }

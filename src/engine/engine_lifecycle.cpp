@@ -3,6 +3,7 @@
 #include "engine/thermal_almanac_store.h"
 #include "platform/application_watcher.h"
 #include "platform/core_counts.h"
+#include "platform/data_directory.h"
 #include "platform/mic_activity_monitor.h"
 #include "platform/notification_center.h"
 #include "platform/power_state.h"
@@ -11,7 +12,6 @@
 
 #include <QDir>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 #include <coroutine>
@@ -102,13 +102,12 @@ HalvorenEngine::HalvorenEngine(const std::optional<FanProfile>& initialProfile, 
     , timeZone_(std::move(environment.timeZone))
     , alerts_(environment.notifications ? std::move(environment.notifications) : systemNotificationCenter(),
               environment.timers.clock()) {
-    almanacPath_ = QDir(environment.dataDirectory.value_or(
-                            QStandardPaths::writableLocation(QStandardPaths::AppDataLocation)))
+    almanacPath_ = QDir(environment.dataDirectory.value_or(applicationDataDirectory()))
                        .filePath(QString::fromLatin1(ThermalAlmanacStore::fileName));
     poller_ = makePoller(driver_.sharedBridge());
     heatSampler_ = std::make_shared<HeatAttributionSampler>(
         environment.processCPUTimes ? std::move(environment.processCPUTimes) : systemProcessCPUTimes(),
-        environment.dataDirectory.value_or(HeatAttributionSampler::defaultDirectory()));
+        environment.dataDirectory.value_or(applicationDataDirectory()));
     // No profile or preset is restored: every launch starts with the firmware in control.
     activeProfile_.set(initialProfile);
     pinnedSensorKeys_.set(pinnedSensorStore_.load());

@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <QtConcurrent/QtConcurrentRun>
 #include <qcoro/qcorofuture.h>
 
@@ -33,11 +32,6 @@ HeatAttributionSampler::HeatAttributionSampler(std::shared_ptr<ProcessCPUTimes> 
 
 HeatAttributionSampler::~HeatAttributionSampler() {
     worker_.waitForDone();
-}
-
-QString HeatAttributionSampler::defaultDirectory() {
-    const QString data = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    return data.isEmpty() ? QDir::tempPath() : data;
 }
 
 QCoro::Task<HeatSnapshot> HeatAttributionSampler::sample(Clock::WallTime now,

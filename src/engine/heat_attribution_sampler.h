@@ -29,9 +29,6 @@ public:
     HeatAttributionSampler(const HeatAttributionSampler&) = delete;
     HeatAttributionSampler& operator=(const HeatAttributionSampler&) = delete;
 
-    // The application's data folder, else the temporary one.
-    static QString defaultDirectory();
-
     // One sample on the worker. `localNow` is `now` on the user's calendar, which decides the day.
     QCoro::Task<HeatSnapshot> sample(Clock::WallTime now, std::chrono::local_seconds localNow);
     // The same on the calling thread; only for code already serialised with the worker.

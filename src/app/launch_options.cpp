@@ -1,4 +1,4 @@
-#include "app/headless_options.h"
+#include "app/launch_options.h"
 
 #include "core/json_support.h"
 
@@ -7,12 +7,45 @@
 
 namespace halvoren {
 
-HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
+namespace {
+
+// "--appearance=VALUE" anywhere wins over the bare form, whose value is the next argument; the
+// first match of a form counts and a value other than light or dark changes nothing.
+std::optional<std::string> appearanceArgument(const QStringList& arguments) {
+    const QString prefix = QStringLiteral("--appearance=");
+    std::optional<QString> value;
+    for (const QString& argument : arguments) {
+        if (argument.startsWith(prefix)) {
+            value = argument.mid(prefix.size());
+            break;
+        }
+    }
+    if (!value) {
+        const qsizetype bare = arguments.indexOf(QStringLiteral("--appearance"));
+        if (bare >= 0 && bare + 1 < arguments.size()) {
+            value = arguments[bare + 1];
+        }
+    }
+    if (value == QStringLiteral("light") || value == QStringLiteral("dark")) {
+        return value->toStdString();
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+CommandLine parseCommandLine(const QStringList& arguments) {
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Halvoren: fan control and thermal readings for Mac computers."));
     const QCommandLineOption help({"h", "help"}, "Show this help.");
     const QCommandLineOption headless("headless", "Run the engine without a user interface.");
+    // Shown in the help only; the loop below takes them out before the parser sees them.
+    const QCommandLineOption appearanceOption("appearance", "Force the light or dark appearance.",
+                                              "light|dark");
+    const QCommandLineOption previewPanelOption("preview-panel", "Open the menu-bar panel in a window too.");
+    const QCommandLineOption backdropOption("backdrop", "The backdrop scene for this run (--backdrop=NAME).",
+                                            "name");
     const QCommandLineOption simulate(
         "simulate",
         QStringLiteral("Run on a simulated Mac; --simulate=PROFILE picks its machine (default %1).")
@@ -33,18 +66,42 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
     const QCommandLineOption dustCycle("dust-cycle", "Run a dust cycle once the fans are known.");
     const QCommandLineOption exportCsv(
         "export-csv", "At the end, write the last minute of history as CSV to this file.", "path");
-    parser.addOptions({help, headless, simulate, load, preset, duration, statusJson, settings, turbo,
-                       cooldown, manual, dustCycle, exportCsv});
+    parser.addOptions({help, headless, appearanceOption, previewPanelOption, backdropOption, simulate, load,
+                       preset, duration, statusJson, settings, turbo, cooldown, manual, dustCycle,
+                       exportCsv});
 
-    // The parser knows no options with an optional value, so --simulate=PROFILE is split here.
+    // The parser knows no options with an optional value, so --simulate=PROFILE is split here,
+    // and the window's arguments, whose forms it cannot express, are taken out.
     QStringList plain{QStringLiteral("halvoren")}; // the parser skips the program's name
     std::optional<std::string> profile;
-    for (const QString& argument : arguments) {
+    std::optional<std::string> backdrop;
+    bool previewPanel = false;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        if (argument.startsWith(QStringLiteral("--appearance="))) {
+            continue;
+        }
+        if (argument == QStringLiteral("--appearance")) {
+            // Its value goes with it, unless it is the next option.
+            if (i + 1 < arguments.size() && !arguments[i + 1].startsWith(QStringLiteral("--"))) {
+                ++i;
+            }
+            continue;
+        }
+        if (argument == QStringLiteral("--preview-panel")) {
+            previewPanel = true;
+            continue;
+        }
+        if (argument.startsWith(QStringLiteral("--backdrop="))) {
+            backdrop =
+                argument.mid(static_cast<qsizetype>(std::string_view("--backdrop=").size())).toStdString();
+            continue;
+        }
         if (argument.startsWith(QStringLiteral("--simulate="))) {
             profile =
                 argument.mid(static_cast<qsizetype>(std::string_view("--simulate=").size())).toStdString();
             if (profile->empty()) {
-                throw HeadlessUsageError("--simulate= needs a machine profile");
+                throw UsageError("--simulate= needs a machine profile");
             }
             plain.append(QStringLiteral("--simulate"));
         } else {
@@ -52,21 +109,24 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
         }
     }
     if (!parser.parse(plain)) {
-        throw HeadlessUsageError(parser.errorText().toStdString());
+        throw UsageError(parser.errorText().toStdString());
     }
     if (!parser.positionalArguments().isEmpty()) {
-        throw HeadlessUsageError("unexpected argument \"" +
-                                 parser.positionalArguments().first().toStdString() + "\"");
+        throw UsageError("unexpected argument \"" + parser.positionalArguments().first().toStdString() +
+                         "\"");
     }
 
-    HeadlessCommandLine result;
+    CommandLine result;
     if (parser.isSet(help)) {
         result.helpRequested = true;
         result.helpText = parser.helpText().toStdString();
         return result;
     }
-    HeadlessOptions& options = result.options;
+    LaunchOptions& options = result.options;
     options.headless = parser.isSet(headless);
+    options.appearance = appearanceArgument(arguments);
+    options.previewPanel = previewPanel;
+    options.backdrop = std::move(backdrop);
     if (parser.isSet(simulate)) {
         options.simulateProfile = profile.value_or(defaultSimulatedMachine);
     }
@@ -77,7 +137,7 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
         const std::string text = parser.value(preset).toStdString();
         options.preset = fromRawValue<FanPreset>(text);
         if (!options.preset) {
-            throw HeadlessUsageError("unknown preset \"" + text + "\" (quiet, auto or max)");
+            throw UsageError("unknown preset \"" + text + "\" (quiet, auto or max)");
         }
     }
     const auto positive = [&](const QCommandLineOption& option, const char* what) -> std::optional<double> {
@@ -87,8 +147,7 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
         bool ok = false;
         const double value = parser.value(option).toDouble(&ok);
         if (!ok || !std::isfinite(value) || value <= 0.0) {
-            throw HeadlessUsageError("--" + option.names().first().toStdString() + " needs a positive " +
-                                     what);
+            throw UsageError("--" + option.names().first().toStdString() + " needs a positive " + what);
         }
         return value;
     };
@@ -100,7 +159,7 @@ HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments) {
     if (int(options.turbo) + int(options.cooldown.has_value()) + int(options.manualRPM.has_value()) +
             int(options.dustCycle) >
         1) {
-        throw HeadlessUsageError("--turbo, --cooldown, --manual and --dust-cycle exclude each other");
+        throw UsageError("--turbo, --cooldown, --manual and --dust-cycle exclude each other");
     }
     options.statusJson = parser.isSet(statusJson);
     if (parser.isSet(exportCsv)) {

@@ -10,8 +10,12 @@
 namespace halvoren {
 
 // The command line of `halvoren`.
-struct HeadlessOptions {
+struct LaunchOptions {
     bool headless = false;
+    // The window's arguments; with --headless they are accepted and change nothing.
+    std::optional<std::string> appearance;      // "light" or "dark": forced instead of the desktop's
+    bool previewPanel = false;                  // open the "Panel Preview" window after start
+    std::optional<std::string> backdrop;        // a backdrop scene's name for this run only
     std::optional<std::string> simulateProfile; // set: run on a simulated Mac of this profile
     std::string load = "host";                  // the simulated machine's load scenario
     std::optional<FanPreset> preset;            // selected once the helper is connected
@@ -27,21 +31,21 @@ struct HeadlessOptions {
     std::optional<std::string> exportCsvPath; // the last minute of history, written at the end
 };
 
-struct HeadlessCommandLine {
-    HeadlessOptions options;
+struct CommandLine {
+    LaunchOptions options;
     bool helpRequested = false;
     std::string helpText;
 };
 
-class HeadlessUsageError : public std::runtime_error {
+class UsageError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
 inline constexpr const char* defaultSimulatedMachine = "apple-silicon-laptop-2fan";
 
-// `arguments` without the program's name. Throws HeadlessUsageError with a message fit for
+// `arguments` without the program's name. Throws UsageError with a message fit for
 // the user.
-HeadlessCommandLine parseHeadlessCommandLine(const QStringList& arguments);
+CommandLine parseCommandLine(const QStringList& arguments);
 
 } // namespace halvoren

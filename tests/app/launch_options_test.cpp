@@ -1,34 +1,34 @@
-#include "app/headless_options.h"
+#include "app/launch_options.h"
 
 #include <gtest/gtest.h>
 
 namespace halvoren {
 namespace {
 
-HeadlessOptions parse(std::initializer_list<const char*> arguments) {
+LaunchOptions parse(std::initializer_list<const char*> arguments) {
     QStringList list;
     for (const char* argument : arguments) {
         list << QString::fromUtf8(argument);
     }
-    return parseHeadlessCommandLine(list).options;
+    return parseCommandLine(list).options;
 }
 
 std::string failure(std::initializer_list<const char*> arguments) {
     try {
         parse(arguments);
-    } catch (const HeadlessUsageError& error) {
+    } catch (const UsageError& error) {
         return error.what();
     }
     return "no error";
 }
 
-TEST(HeadlessOptions, ReadsEachOptionAndRefusesBadValues) {
-    const HeadlessOptions plain = parse({"--headless"});
+TEST(LaunchOptions, ReadsEachOptionAndRefusesBadValues) {
+    const LaunchOptions plain = parse({"--headless"});
     EXPECT_TRUE(plain.headless);
     EXPECT_FALSE(plain.simulateProfile);
     EXPECT_FALSE(plain.preset);
 
-    const HeadlessOptions simulated =
+    const LaunchOptions simulated =
         parse({"--headless", "--simulate", "--preset", "auto", "--duration", "2.5", "--status-json"});
     EXPECT_EQ(simulated.simulateProfile, defaultSimulatedMachine);
     EXPECT_EQ(simulated.preset, FanPreset::auto_); // "auto" is the Balanced curve, not the firmware
@@ -51,7 +51,35 @@ TEST(HeadlessOptions, ReadsEachOptionAndRefusesBadValues) {
     EXPECT_EQ(failure({"--turbo", "--dust-cycle"}),
               "--turbo, --cooldown, --manual and --dust-cycle exclude each other");
     EXPECT_NE(failure({"--no-such-option"}), "no error");
-    EXPECT_TRUE(parseHeadlessCommandLine({QStringLiteral("--help")}).helpRequested);
+    EXPECT_TRUE(parseCommandLine({QStringLiteral("--help")}).helpRequested);
+}
+
+TEST(LaunchOptions, TheWindowsArgumentsInTheirTwoForms) {
+    struct Case {
+        std::initializer_list<const char*> arguments;
+        std::optional<std::string> appearance;
+    };
+    const Case cases[] = {
+        {{"--appearance=dark"}, "dark"},
+        {{"--appearance", "light"}, "light"},
+        {{"--appearance=dark", "--appearance", "light"}, "dark"}, // the form with "=" first
+        {{"--appearance", "light", "--appearance=dark"}, "dark"},
+        {{"--appearance=sepia"}, std::nullopt},
+        {{"--appearance=sepia", "--appearance", "dark"}, std::nullopt}, // the first match counts
+        {{"--simulate", "--appearance"}, std::nullopt},                 // bare at the end: ignored
+        {{"--appearance", "--simulate"}, std::nullopt},                 // the next option is no value
+    };
+    for (const Case& c : cases) {
+        const LaunchOptions options = parse(c.arguments);
+        EXPECT_EQ(options.appearance, c.appearance) << *c.arguments.begin();
+    }
+    // The bare form's value is taken out with it, and the option after it still counts.
+    EXPECT_TRUE(parse({"--appearance", "--simulate"}).simulateProfile);
+    EXPECT_EQ(failure({"--appearance", "sepia", "extra"}), "unexpected argument \"extra\"");
+    const LaunchOptions window = parse({"--preview-panel", "--backdrop=nebula", "--simulate"});
+    EXPECT_TRUE(window.previewPanel);
+    EXPECT_EQ(window.backdrop, "nebula");
+    EXPECT_FALSE(parse({"--simulate"}).previewPanel);
 }
 
 } // namespace
