@@ -90,6 +90,7 @@ public:
         , row_(new QHBoxLayout(this)) {
         setToolTip(QStringLiteral("Open Dashboard"));
         setAccessibleName(QStringLiteral("Fans"));
+        setMinimumHeight(64);
         row_->setContentsMargins(8, 8, 8, 8);
         row_->setSpacing(12);
         row_->addStretch(1);
@@ -148,12 +149,20 @@ protected:
         theme::paintSymbol(painter, QRectF(0, 2, 14, 14), symbol_, secondary);
         painter.setFont(theme::font(theme::FontRole::caption));
         painter.setPen(secondary);
-        painter.drawText(QRectF(20, 0, width() / 2.0, height()), Qt::AlignLeft | Qt::AlignVCenter,
-                         caption_.toUpper());
+        const QString caption = caption_.toUpper();
+        painter.drawText(QRectF(20, 0, width() - 20, height()), Qt::AlignLeft | Qt::AlignVCenter, caption);
+        const double detailLeft = 20 + QFontMetricsF(painter.font()).horizontalAdvance(caption) + 12;
+        const QRectF detailRect(detailLeft, 0, width() - detailLeft, height());
+        if (detail_.isEmpty() || !detail_.front().isDigit()) {
+            // A hint, not a number: quieter, and shortened if it must be.
+            painter.drawText(
+                detailRect, Qt::AlignRight | Qt::AlignVCenter,
+                QFontMetricsF(painter.font()).elidedText(detail_, Qt::ElideRight, detailRect.width()));
+            return;
+        }
         painter.setFont(theme::font(theme::FontRole::controlDetailEmphasis));
         painter.setPen(theme::primaryColor(look));
-        theme::drawTabularText(painter, QRectF(width() / 2.0, 0, width() / 2.0, height()),
-                               Qt::AlignRight | Qt::AlignVCenter, detail_);
+        theme::drawTabularText(painter, detailRect, Qt::AlignRight | Qt::AlignVCenter, detail_);
     }
 
 private:
@@ -167,6 +176,14 @@ ModuleCard* card(QWidget* parent, std::optional<QString> title, int padding) {
     result->setTitle(std::move(title));
     result->setPadding(padding);
     return result;
+}
+
+// The card's padding is the only space around its content.
+template <class Layout>
+Layout* inside(QWidget* holder) {
+    auto* layout = new Layout(holder);
+    layout->setContentsMargins(0, 0, 0, 0);
+    return layout;
 }
 
 } // namespace
@@ -208,11 +225,11 @@ void MenuBarPanel::build() {
     honesty_ = new QLabel(honestyCard_);
     honesty_->setWordWrap(true);
     honesty_->setFont(theme::font(theme::FontRole::caption));
-    (new QVBoxLayout(honestyCard_))->addWidget(honesty_);
+    inside<QVBoxLayout>(honestyCard_)->addWidget(honesty_);
     column_->addWidget(honestyCard_);
 
     heroCard_ = card(this, std::nullopt, 8);
-    auto* heroRow = new QHBoxLayout(heroCard_);
+    auto* heroRow = inside<QHBoxLayout>(heroCard_);
     heroRow->setSpacing(6);
     heroTemperature_ = new HeroTemperatureButton(heroCard_);
     heroFans_ = new HeroFansButton(heroCard_);
@@ -225,7 +242,7 @@ void MenuBarPanel::build() {
     column_->addWidget(heroCard_);
 
     modeCard_ = card(this, QStringLiteral("Mode"), 10);
-    auto* modeColumn = new QVBoxLayout(modeCard_);
+    auto* modeColumn = inside<QVBoxLayout>(modeCard_);
     tabs_ = new PresetTabs(modeCard_);
     auto* tabRow = new QHBoxLayout(tabs_);
     tabRow->setContentsMargins(0, 0, 0, 0);
@@ -243,7 +260,7 @@ void MenuBarPanel::build() {
     column_->addWidget(modeCard_);
 
     modesCard_ = card(this, QStringLiteral("Modes"), 8);
-    auto* modesColumn = new QVBoxLayout(modesCard_);
+    auto* modesColumn = inside<QVBoxLayout>(modesCard_);
     modesColumn->setSpacing(2);
     column_->addWidget(modesCard_);
 
@@ -272,7 +289,7 @@ void MenuBarPanel::build() {
     column_->addLayout(tiles);
 
     speedCard_ = card(this, std::nullopt, 12);
-    auto* speedColumn = new QVBoxLayout(speedCard_);
+    auto* speedColumn = inside<QVBoxLayout>(speedCard_);
     speedColumn->setSpacing(8);
     speedHeader_ = new CaptionRow("gauge.with.needle", QStringLiteral("Fan Speed"), speedCard_);
     slider_ = new SpeedSlider(speedCard_);
@@ -373,6 +390,9 @@ double MenuBarPanel::sliderValue() const {
 void MenuBarPanel::refreshHonesty() {
     const std::optional<QString> line = panel::honestyLine(engine_.helperState().value());
     honesty_->setText(line.value_or(QString()));
+    QPalette palette = honesty_->palette();
+    palette.setColor(QPalette::WindowText, theme::primaryColor(theme::currentAppearance()));
+    honesty_->setPalette(palette);
     honestyCard_->setAccessibleName(line.value_or(QString()));
     honestyCard_->setHidden(!line);
 }

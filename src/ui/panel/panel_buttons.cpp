@@ -7,6 +7,7 @@
 #include "ui/theme/symbols.h"
 
 #include <QEasingCurve>
+#include <QFocusEvent>
 #include <QFontMetricsF>
 #include <QKeyEvent>
 #include <QPainter>
@@ -30,7 +31,7 @@ theme::Appearance appearance() {
 QColor controlFill(bool hovered) {
     const bool dark = appearance() == theme::Appearance::dark;
     const double alpha = (dark ? 0.08 : 0.55) + (hovered ? 0.06 : 0.0);
-    return withAlpha(dark ? QColor(Qt::white) : QColor(Qt::white), alpha);
+    return withAlpha(Qt::white, alpha);
 }
 
 void drawText(QPainter& painter, const QRectF& rect, theme::FontRole role, const QColor& color,
@@ -62,8 +63,18 @@ void PanelButton::keyPressEvent(QKeyEvent* event) {
     PressableButton::keyPressEvent(event);
 }
 
+void PanelButton::focusInEvent(QFocusEvent* event) {
+    keyboardFocus_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+    PressableButton::focusInEvent(event);
+}
+
+void PanelButton::focusOutEvent(QFocusEvent* event) {
+    keyboardFocus_ = false;
+    PressableButton::focusOutEvent(event);
+}
+
 void PanelButton::paintFocusRing(QPainter& painter, const QRectF& rect, double radius) const {
-    if (!hasFocus()) {
+    if (!hasFocus() || !keyboardFocus_) {
         return;
     }
     painter.setBrush(Qt::NoBrush);
@@ -77,6 +88,7 @@ PresetTabButton::PresetTabButton(QString title, std::string symbol, QString subt
     , symbol_(std::move(symbol))
     , subtitle_(std::move(subtitle)) {
     setCheckable(true);
+    setFixedHeight(sizeHint().height());
     setAccessibleName(title_);
     setAccessibleDescription(subtitle_);
 }
@@ -87,9 +99,9 @@ void PresetTabButton::paintContent(QPainter& painter, const QRectF& rect) {
     const QColor secondary = theme::secondaryColor(look);
     theme::paintSymbol(painter, QRectF(rect.center().x() - 9, rect.top() + 7, 18, 18), symbol_,
                        isChecked() ? accent() : hoverLightened(secondary, isHovered()));
-    drawText(painter, QRectF(rect.left() + 4, rect.top() + 27, rect.width() - 8, 16),
+    drawText(painter, QRectF(rect.left() + 4, rect.top() + 26, rect.width() - 8, 18),
              theme::FontRole::bodyEmphasis, primary, Qt::AlignHCenter | Qt::AlignVCenter, title_);
-    drawText(painter, QRectF(rect.left() + 4, rect.top() + 42, rect.width() - 8, 12),
+    drawText(painter, QRectF(rect.left() + 4, rect.top() + 43, rect.width() - 8, 15),
              theme::FontRole::captionSmall, secondary, Qt::AlignHCenter | Qt::AlignVCenter, subtitle_);
     paintFocusRing(painter, rect, 10.0);
 }

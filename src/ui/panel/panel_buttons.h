@@ -24,11 +24,14 @@ public:
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
-    // The focus ring around `rect`, drawn last.
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+    // The focus ring, shown only while the focus came from the keyboard around `rect`, drawn last.
     void paintFocusRing(QPainter& painter, const QRectF& rect, double radius) const;
 
 private:
     QColor accent_{0x1A, 0x94, 0xFA};
+    bool keyboardFocus_ = false;
 };
 
 // One preset: its symbol over its title and a small subtitle. The lit background is drawn by
@@ -36,7 +39,7 @@ private:
 class PresetTabButton : public PanelButton {
 public:
     PresetTabButton(QString title, std::string symbol, QString subtitle, QWidget* parent = nullptr);
-    QSize sizeHint() const override { return {96, 58}; }
+    QSize sizeHint() const override { return {96, 62}; }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;

@@ -241,7 +241,7 @@ void WeatherHeroView::paintForecast(QPainter& painter, const QRectF& content) {
     const double left = block.right() + 18.0;
     const QRectF textArea(left, content.top(), content.right() - left - 60.0, glyphBlock);
     QFont big = theme::font(theme::FontRole::heroValue);
-    big.setPointSizeF(42.0);
+    big.setPixelSize(42);
     painter.setFont(big);
     painter.setPen(hot ? theme::thermalTextColor(snapshot.temperature, dark) : primary);
     const QString temperature = QString::fromStdString(
@@ -273,7 +273,7 @@ void WeatherHeroView::paintForecast(QPainter& painter, const QRectF& content) {
         return;
     }
     const QRectF strip(content.left(), content.bottom() - stripHeight, content.width(), stripHeight);
-    const double cell = strip.width() / static_cast<double>(hourly.size());
+    const double cell = std::min(strip.width() / static_cast<double>(hourly.size()), 60.0);
     const QColor accent = theme::accentColor(engine_.accentChoice().value());
     for (std::size_t i = 0; i < hourly.size(); ++i) {
         const auto& entry = hourly[i];
