@@ -56,7 +56,7 @@ void PanelButton::setAccent(const QColor& accent) {
 
 void PanelButton::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        animateClick();
+        click();
         event->accept();
         return;
     }
