@@ -68,7 +68,36 @@ std::optional<std::string> EngineHost::build() {
     return std::nullopt;
 }
 
+void EngineHost::applyStartup() {
+    HalvorenEngine& engine = *engine_;
+    if (engine.helperState()->kind() != HelperState::Kind::connected) {
+        return;
+    }
+    if (options_.preset && !presetApplied_) {
+        presetApplied_ = true;
+        engine.selectPreset(*options_.preset);
+    }
+    if (actionApplied_ || engine.fans()->empty()) {
+        return;
+    }
+    actionApplied_ = true;
+    if (options_.turbo) {
+        engine.engageTurbo();
+    } else if (options_.cooldown) {
+        engine.startCooldown(*options_.cooldown);
+    } else if (options_.manualRPM) {
+        for (const auto& [id, fan] : engine.fans().value()) {
+            engine.setFanTarget(id, *options_.manualRPM);
+        }
+    } else if (options_.dustCycle) {
+        engine.startDustCycle();
+    }
+}
+
 void EngineHost::start(std::function<void(const std::string&)> problem) {
+    // The preset needs the helper; the actions need the fans too. Each is applied once.
+    engine_->helperState().observe([this](const HelperState&) { applyStartup(); });
+    engine_->fans().observe([this](const HalvorenEngine::FanMap&) { applyStartup(); });
     if (!simulatedSystem_) {
         engine_->start();
         return;

@@ -34,7 +34,8 @@ public:
     const LaunchOptions& options() const { return options_; }
 
     // Starts the engine; on the simulated Mac once its helper is in place, as an installed
-    // service would be. `problem` hears what keeps the helper from starting.
+    // service would be. `problem` hears what keeps the helper from starting. The preset and the
+    // action of the command line follow once the helper is connected and the fans are known.
     void start(std::function<void(const std::string&)> problem);
 
     // The one way out: the loop stops, the almanac is saved, the history exported when asked, and
@@ -43,6 +44,8 @@ public:
     void shutDown(std::function<void(int)> done, int limitMs = 6000);
 
 private:
+    void applyStartup();
+
     LaunchOptions options_;
     std::unique_ptr<QtTimerSource> timers_;
     std::unique_ptr<SimulatedSystem> simulatedSystem_;
@@ -50,6 +53,8 @@ private:
     std::unique_ptr<SMCDriverActor> driver_;
     std::unique_ptr<QSettings> settings_;
     std::unique_ptr<HalvorenEngine> engine_;
+    bool presetApplied_ = false;
+    bool actionApplied_ = false;
     bool shuttingDown_ = false;
 };
 

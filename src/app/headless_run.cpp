@@ -62,40 +62,11 @@ int HeadlessRun::exec() {
     const LaunchOptions& options = host_->options();
     ProblemReporter problems;
     const bool simulated = host_->simulated();
-    // The preset needs the helper; the actions need the fans too. Each is applied once.
-    bool presetApplied = false;
-    bool actionApplied = false;
-    const auto applyStartup = [&] {
-        if (engine.helperState()->kind() != HelperState::Kind::connected) {
-            return;
-        }
-        if (options.preset && !presetApplied) {
-            presetApplied = true;
-            engine.selectPreset(*options.preset);
-        }
-        if (actionApplied || engine.fans()->empty()) {
-            return;
-        }
-        actionApplied = true;
-        if (options.turbo) {
-            engine.engageTurbo();
-        } else if (options.cooldown) {
-            engine.startCooldown(*options.cooldown);
-        } else if (options.manualRPM) {
-            for (const auto& [id, fan] : engine.fans().value()) {
-                engine.setFanTarget(id, *options.manualRPM);
-            }
-        } else if (options.dustCycle) {
-            engine.startDustCycle();
-        }
-    };
     engine.helperState().observe([&](const HelperState& state) {
         if (const std::string problem = helperProblem(state, simulated); !problem.empty()) {
             problems.report(problem);
         }
-        applyStartup();
     });
-    engine.fans().observe([&](const HalvorenEngine::FanMap&) { applyStartup(); });
     const auto reportClosedController = [&] {
         if (!engine.smcAvailable().value()) {
             problems.report(
