@@ -2,6 +2,7 @@
 
 #include "core/temperature_format.h"
 #include "engine/halvoren_engine.h"
+#include "ui/components/ambient_backdrop.h"
 #include "ui/components/module_card.h"
 #include "ui/components/spinning_glyph.h"
 #include "ui/panel/panel_buttons.h"
@@ -18,6 +19,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
+#include <QPainterPath>
 #include <QVBoxLayout>
 #include <cmath>
 
@@ -155,6 +157,7 @@ protected:
         const QRectF detailRect(detailLeft, 0, width() - detailLeft, height());
         if (detail_.isEmpty() || !detail_.front().isDigit()) {
             // A hint, not a number: quieter, and shortened if it must be.
+            painter.setFont(theme::font(theme::FontRole::captionSmall));
             painter.drawText(
                 detailRect, Qt::AlignRight | Qt::AlignVCenter,
                 QFontMetricsF(painter.font()).elidedText(detail_, Qt::ElideRight, detailRect.width()));
@@ -199,6 +202,7 @@ MenuBarPanel::MenuBarPanel(HalvorenEngine& engine, const Clock& clock, PanelActi
     countdown_.setInterval(1000);
     QObject::connect(&countdown_, &QTimer::timeout, this, [this] { refreshCooldown(); });
     build();
+    backdrop_->setScene(engine_.backdropScene().value());
     refreshAccent();
     refreshFrost();
     refreshHonesty();
@@ -216,6 +220,9 @@ MenuBarPanel::MenuBarPanel(HalvorenEngine& engine, const Clock& clock, PanelActi
 MenuBarPanel::~MenuBarPanel() = default;
 
 void MenuBarPanel::build() {
+    backdrop_ = new AmbientBackdrop(this);
+    backdrop_->setTextureScale(0.6);
+    backdrop_->lower();
     column_ = new QVBoxLayout(this);
     column_->setContentsMargins(margin, margin, margin, margin);
     column_->setSpacing(gap);
@@ -356,7 +363,7 @@ void MenuBarPanel::watchEngine() {
     watch_.on(engine_.cooldownEndDate(), [this] { refreshCooldown(); });
     watch_.on(engine_.accentChoice(), [this] { refreshAccent(); });
     watch_.on(engine_.glassFrost(), [this] { refreshFrost(); });
-    watch_.on(engine_.backdropScene(), [this] { update(); });
+    watch_.on(engine_.backdropScene(), [this] { backdrop_->setScene(engine_.backdropScene().value()); });
 }
 
 void MenuBarPanel::open(std::optional<QString> section) {
@@ -572,11 +579,12 @@ void MenuBarPanel::hideEvent(QHideEvent* event) {
     countdown_.stop();
 }
 
-void MenuBarPanel::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    const theme::Appearance look = theme::currentAppearance();
-    painter.drawPixmap(
-        0, 0, backdrop_.pixmap(size(), devicePixelRatioF(), engine_.backdropScene().value(), look, 0.6));
+void MenuBarPanel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    backdrop_->setGeometry(rect());
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF(rect()), cornerRadius, cornerRadius);
+    backdrop_->setMask(QRegion(outline.toFillPolygon().toPolygon()));
 }
 
 } // namespace halvoren

@@ -2,7 +2,6 @@
 
 #include "ui/panel/engine_watch.h"
 #include "ui/panel/panel_values.h"
-#include "ui/theme/backdrop.h"
 
 #include <QTimer>
 #include <QWidget>
@@ -15,6 +14,7 @@ class QVBoxLayout;
 
 namespace halvoren {
 
+class AmbientBackdrop;
 class Clock;
 class FanFlowMeter;
 class FooterButton;
@@ -44,6 +44,7 @@ public:
     static constexpr int panelWidth = 360;
     // Slider positions are kept in thousandths.
     static constexpr int sliderSteps = 1000;
+    static constexpr double cornerRadius = 14.0;
 
     MenuBarPanel(HalvorenEngine& engine, const Clock& clock, PanelActions actions, QWidget* parent = nullptr);
     ~MenuBarPanel() override;
@@ -65,7 +66,7 @@ public:
     PanelButton& heroFans() const { return *heroFans_; }
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
 
@@ -110,7 +111,7 @@ private:
     SpeedSlider* slider_ = nullptr;
     std::vector<FooterButton*> footer_;
     QTimer countdown_;
-    theme::BackdropCache backdrop_;
+    AmbientBackdrop* backdrop_ = nullptr;
     EngineWatch watch_;
 };
 
