@@ -366,7 +366,7 @@ void MenuBarPanel::watchEngine() {
     watch_.on(engine_.backdropScene(), [this] { backdrop_->setScene(engine_.backdropScene().value()); });
 }
 
-void MenuBarPanel::open(std::optional<QString> section) {
+void MenuBarPanel::open(std::optional<QString> section) const {
     if (actions_.openMainWindow) {
         actions_.openMainWindow(std::move(section));
     }

@@ -73,7 +73,7 @@ protected:
 private:
     void build();
     void watchEngine();
-    void open(std::optional<QString> section);
+    void open(std::optional<QString> section) const;
     void refreshHonesty();
     void refreshHero();
     void refreshFans();

@@ -88,7 +88,7 @@ PresetTabButton::PresetTabButton(QString title, std::string symbol, QString subt
     , symbol_(std::move(symbol))
     , subtitle_(std::move(subtitle)) {
     setCheckable(true);
-    setFixedHeight(sizeHint().height());
+    setFixedHeight(tabHeight);
     setAccessibleName(title_);
     setAccessibleDescription(subtitle_);
 }
@@ -135,7 +135,7 @@ QRectF PresetTabs::targetRect() const {
     if (current_ < 0 || current_ >= static_cast<int>(tabs_.size())) {
         return {};
     }
-    return QRectF(tabs_[static_cast<std::size_t>(current_)]->geometry());
+    return {tabs_[static_cast<std::size_t>(current_)]->geometry()};
 }
 
 void PresetTabs::setCurrent(int index) {

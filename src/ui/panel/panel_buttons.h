@@ -39,7 +39,8 @@ private:
 class PresetTabButton : public PanelButton {
 public:
     PresetTabButton(QString title, std::string symbol, QString subtitle, QWidget* parent = nullptr);
-    QSize sizeHint() const override { return {96, 62}; }
+    static constexpr int tabHeight = 62;
+    QSize sizeHint() const override { return {96, tabHeight}; }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;

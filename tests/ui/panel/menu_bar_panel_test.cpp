@@ -16,10 +16,10 @@ protected:
     MenuBarPanel& build() {
         panel = std::make_unique<MenuBarPanel>(
             *engine, clock,
-            PanelActions{
-                .openMainWindow = [this](std::optional<QString> section) { opened.push_back(section); },
-                .closePanel = [this] { ++closes; },
-                .quit = [this] { ++quits; }});
+            PanelActions{.openMainWindow =
+                             [this](const std::optional<QString>& section) { opened.push_back(section); },
+                         .closePanel = [this] { ++closes; },
+                         .quit = [this] { ++quits; }});
         return *panel;
     }
 
