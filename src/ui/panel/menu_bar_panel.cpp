@@ -226,7 +226,6 @@ void MenuBarPanel::build() {
     column_ = new QVBoxLayout(this);
     column_->setContentsMargins(margin, margin, margin, margin);
     column_->setSpacing(gap);
-    column_->setSizeConstraint(QLayout::SetMinAndMaxSize);
 
     honestyCard_ = card(this, std::nullopt, 10);
     honesty_ = new QLabel(honestyCard_);
@@ -319,7 +318,7 @@ void MenuBarPanel::build() {
     column_->addWidget(speedCard_);
 
     auto* footer = new QHBoxLayout();
-    footer->setContentsMargins(2, 0, 2, 0);
+    footer->setContentsMargins(0, 0, 0, 0);
     footer->setSpacing(4);
     footer_ = {new FooterButton(QStringLiteral("Settings"), "gearshape", this),
                new FooterButton(QStringLiteral("Open Halvoren"), "arrow.up.right", this),

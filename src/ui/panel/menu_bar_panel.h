@@ -30,9 +30,9 @@ class TileButton;
 // switching it to `section` when one is given ("settings", "sensors", "dashboard"); the panel
 // closes itself through `closePanel` afterwards. `quit` takes the normal termination path.
 struct PanelActions {
-    std::function<void(std::optional<QString> section)> openMainWindow;
-    std::function<void()> closePanel;
-    std::function<void()> quit;
+    std::function<void(std::optional<QString> section)> openMainWindow = {};
+    std::function<void()> closePanel = {};
+    std::function<void()> quit = {};
 };
 
 // The quick control surface under the menu-bar item: the helper's honesty line, the

@@ -13,6 +13,7 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QVariantAnimation>
+#include <cmath>
 
 namespace halvoren {
 
@@ -47,6 +48,8 @@ void drawText(QPainter& painter, const QRectF& rect, theme::FontRole role, const
 PanelButton::PanelButton(QWidget* parent)
     : PressableButton(parent) {
     setFocusPolicy(Qt::StrongFocus);
+    // Rows share the panel's fixed width rather than push it wider.
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 }
 
 void PanelButton::setAccent(const QColor& accent) {
@@ -270,7 +273,7 @@ FooterButton::FooterButton(QString title, std::string symbol, QWidget* parent)
 
 QSize FooterButton::sizeHint() const {
     const double text = QFontMetricsF(theme::font(theme::FontRole::body)).horizontalAdvance(title_);
-    return {static_cast<int>(text) + (symbol_.empty() ? 20 : 40), 28};
+    return {static_cast<int>(std::ceil(text)) + (symbol_.empty() ? 14 : 34), 28};
 }
 
 void FooterButton::paintContent(QPainter& painter, const QRectF& rect) {
@@ -280,13 +283,13 @@ void FooterButton::paintContent(QPainter& painter, const QRectF& rect) {
         painter.setBrush(controlFill(true));
         painter.drawRoundedRect(rect, 7.0, 7.0);
     }
-    double left = rect.left() + 10;
+    double left = rect.left() + 8;
     if (!symbol_.empty()) {
         theme::paintSymbol(painter, QRectF(left, rect.center().y() - 7, 14, 14), symbol_,
                            theme::secondaryColor(look));
-        left += 20;
+        left += 19;
     }
-    drawText(painter, QRectF(left, rect.top(), rect.right() - left - 6, rect.height()), theme::FontRole::body,
+    drawText(painter, QRectF(left, rect.top(), rect.right() - left - 4, rect.height()), theme::FontRole::body,
              theme::primaryColor(look), Qt::AlignLeft | Qt::AlignVCenter, title_);
     paintFocusRing(painter, rect, 7.0);
 }

@@ -7,6 +7,7 @@
 
 #include <QAbstractButton>
 #include <QKeyEvent>
+#include <QPointer>
 
 namespace halvoren {
 namespace {
@@ -180,6 +181,26 @@ TEST_F(MenuBarPanelTest, KeyboardReachesEveryControlInOrderAndEachHasAName) {
     for (QWidget* each : order) {
         EXPECT_FALSE(each->accessibleName().isEmpty()) << each->metaObject()->className();
     }
+}
+
+TEST_F(MenuBarPanelTest, ThePopupClosesOnEscapeAndWhenThePanelLeads) {
+    QPointer<PanelPopup> popup = PanelPopup::open(
+        *engine, clock,
+        PanelActions{.openMainWindow = [this](const auto& section) { opened.push_back(section); }}, QRect());
+    ASSERT_TRUE(popup->isVisible());
+    auto* content = static_cast<MenuBarPanel*>(popup->focusProxy());
+    ASSERT_NE(content, nullptr);
+    EXPECT_EQ(content->width(), MenuBarPanel::panelWidth);
+    content->heroFans().click();
+    EXPECT_EQ(opened, std::vector<std::optional<QString>>{QStringLiteral("dashboard")});
+    EXPECT_FALSE(popup->isVisible());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(popup.isNull());
+
+    popup = new PanelPopup(new QWidget);
+    popup->popUp(QRect(10, 0, 20, 20));
+    press(*popup, Qt::Key_Escape);
+    EXPECT_FALSE(popup->isVisible());
 }
 
 // The panel is built on every opening: whatever it watched must be let go with it.
