@@ -25,6 +25,8 @@
 #include <QTemporaryDir>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
+#include <algorithm>
+#include <array>
 #include <benchmark/benchmark.h>
 #include <cstddef>
 #include <cstdint>
@@ -227,6 +229,40 @@ void BM_ControlTick(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_ControlTick)->Unit(benchmark::kMicrosecond);
+
+// The menu-bar label as the end of every pass builds it. Arg 0: nothing changed, so the
+// new state only meets the published one; arg 1: the fastest fan moved 100 RPM, which the
+// label publishes (the snapshot's fans are applied first, as the pass does); arg 2: that
+// apply alone, to subtract from arg 1.
+void BM_MenuBarLabel(benchmark::State& state) {
+    const Recording& rec = recording();
+    const auto rig = warmedRig();
+    HalvorenEngine& engine = rig->mutableEngine();
+    std::array<SensorPoller::Snapshot, 2> moving{rec.steady[0], rec.steady[0]};
+    std::ranges::max_element(moving[1].fans, {}, &FanStatus::currentRPM)->currentRPM += 100.0;
+    engine.apply(moving[0]);
+    engine.publishMenuBarLabelState();
+    std::int64_t published = 0;
+    engine.menuBarLabelModel().observe([&published](const MenuBarLabelState&) { ++published; });
+    std::size_t i = 0;
+    const std::uint64_t before = bench::allocationCount();
+    for (auto _ : state) {
+        if (state.range(0) > 0) {
+            i ^= 1U;
+            engine.apply(moving[i]);
+        }
+        if (state.range(0) < 2) {
+            engine.publishMenuBarLabelState();
+        }
+    }
+    const std::uint64_t made = bench::allocationCount() - before;
+    if (published != (state.range(0) == 1 ? static_cast<std::int64_t>(state.iterations()) : 0)) {
+        state.SkipWithError("the label was not published exactly when the fan moved");
+    } else if (checked(state, *rig)) {
+        reportContext(state, *rig, made);
+    }
+}
+BENCHMARK(BM_MenuBarLabel)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
 
 // The one-second slice as the run loop makes it: the power reading on a pooled worker thread,
 // awaited, then the lid, the power telemetry and the quiet-hours evaluation on this thread.

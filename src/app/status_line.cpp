@@ -1,6 +1,7 @@
 #include "app/status_line.h"
 
 #include "core/json_support.h"
+#include "core/menu_bar_item_renderer.h"
 #include "engine/halvoren_engine.h"
 
 #include <ctime>
@@ -76,6 +77,7 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
     const auto& preset = engine.activePreset().value();
     const auto& error = engine.lastError().value();
     const auto& alert = engine.alerts().inAppAlert().value();
+    const MenuBarLabelState& label = engine.menuBarLabelModel().value();
     return Json{
         {"time", isoTime(now)},
         {"controlTemperature", engine.controlTemperature().value()},
@@ -111,6 +113,9 @@ nlohmann::ordered_json statusLine(const HalvorenEngine& engine, Clock::WallTime 
         {"fanHealthWarnings", std::move(health)},
         {"heatSources", heatRows(engine.heatSources().value())},
         {"dailyHeatSources", heatRows(engine.dailyHeatSources().value())},
+        {"menuBar", Json{{"readout", std::string(rawValue(label.readout))},
+                         {"text", MenuBarItemRenderer::labelText(label)},
+                         {"spinTier", label.spinTier}}},
         {"fans", std::move(fans)},
     };
 }

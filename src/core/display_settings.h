@@ -3,9 +3,11 @@
 // The user's choices of what the menu bar shows and how the windows look. Each is
 // stored by its raw text, so the texts must not change.
 
+#include "core/control_source.h"
 #include "core/json_support.h"
 
 #include <array>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -39,6 +41,26 @@ struct EnumTable<MenuBarTempSource> {
         {MenuBarTempSource::gpuAverage, "gpuAverage"},
     }};
 };
+
+// The control source whose reading the item shows; none for `control`, which follows the
+// control source itself.
+constexpr std::optional<ControlSource> aggregate(MenuBarTempSource source) {
+    switch (source) {
+    case MenuBarTempSource::control:
+        return std::nullopt;
+    case MenuBarTempSource::hottest:
+        return ControlSource::hottest;
+    case MenuBarTempSource::cpuAverage:
+        return ControlSource::cpuAverage;
+    case MenuBarTempSource::cpuPerformance:
+        return ControlSource::cpuPerformance;
+    case MenuBarTempSource::cpuEfficiency:
+        return ControlSource::cpuEfficiency;
+    case MenuBarTempSource::gpuAverage:
+        break;
+    }
+    return ControlSource::gpuAverage;
+}
 
 // The accent colour of the interface; `system` follows the desktop's own.
 enum class AccentChoice { system, sky, teal, indigo, violet, graphite };

@@ -19,24 +19,6 @@ FanCurve lastResortCurve() {
     return FanCurve({CurvePoint::make(40.0, 0.2), CurvePoint::make(90.0, 1.0)});
 }
 
-std::optional<ControlSource> controlSourceFor(MenuBarTempSource source) {
-    switch (source) {
-    case MenuBarTempSource::control:
-        return std::nullopt;
-    case MenuBarTempSource::hottest:
-        return ControlSource::hottest;
-    case MenuBarTempSource::cpuAverage:
-        return ControlSource::cpuAverage;
-    case MenuBarTempSource::cpuPerformance:
-        return ControlSource::cpuPerformance;
-    case MenuBarTempSource::cpuEfficiency:
-        return ControlSource::cpuEfficiency;
-    case MenuBarTempSource::gpuAverage:
-        break;
-    }
-    return ControlSource::gpuAverage;
-}
-
 // Only measured speed may have moved, and by less than the jitter allowance.
 bool onlyJitterChanged(const HalvorenEngine::FanMap& fresh, const HalvorenEngine::FanMap& old) {
     if (fresh.size() != old.size()) {
@@ -133,7 +115,7 @@ void HalvorenEngine::refreshDerivedSensorState(bool recordHistory) {
     if (mode && mode->drivesMainReadout) {
         displayed = readingValue(mode->displaySensor.value_or(mode->controlSensor), readings)
                         .value_or(trustedMax.value_or(0.0));
-    } else if (const std::optional<ControlSource> source = controlSourceFor(menuBarTempSource_.value())) {
+    } else if (const std::optional<ControlSource> source = aggregate(menuBarTempSource_.value())) {
         displayed = DeviceSensorMap::aggregate(*source, sensors, counts, readingHistory_)
                         .value_or(trustedMax.value_or(0.0));
     } else {

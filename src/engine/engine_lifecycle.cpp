@@ -156,6 +156,8 @@ void HalvorenEngine::start() {
     supervisor_.refreshHelperState();
     startWorkloadWatcher();
     loadAlmanacInBackground();
+    // The item has its label before the first pass.
+    publishMenuBarLabelState();
     loop_ = std::make_shared<LoopControl>();
     [[maybe_unused]] auto task = runLoop(loop_);
 }
@@ -281,7 +283,7 @@ QCoro::Task<void> HalvorenEngine::runLoop(std::shared_ptr<LoopControl> control) 
             co_return;
         }
         recordTelemetry(snapshot);
-        // The menu-bar label joins here.
+        publishMenuBarLabelState();
         ++passCount_;
         // A named awaiter: g++ 12 destroys an awaiter temporary that owns a shared_ptr twice,
         // which released the loop's handle early and freed it under the running loop.

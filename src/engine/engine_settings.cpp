@@ -38,12 +38,14 @@ void HalvorenEngine::setControlSource(ControlSource source) {
 void HalvorenEngine::setUseFahrenheit(bool value) {
     useFahrenheit_.set(value);
     store_.storeUseFahrenheit(value);
+    publishMenuBarLabelState();
     refreshHeroDisplayTemperature();
 }
 
 void HalvorenEngine::setPreciseTemperatures(bool value) {
     preciseTemperatures_.set(value);
     store_.storePreciseTemperatures(value);
+    publishMenuBarLabelState();
     refreshHeroDisplayTemperature();
 }
 
@@ -55,6 +57,7 @@ void HalvorenEngine::setAccentChoice(AccentChoice choice) {
 void HalvorenEngine::setMenuBarReadout(MenuBarReadout readout) {
     menuBarReadout_.set(readout);
     store_.storeMenuBarReadout(readout);
+    publishMenuBarLabelState();
 }
 
 void HalvorenEngine::setShowDockIcon(bool value) {
@@ -66,11 +69,13 @@ void HalvorenEngine::setMenuBarTempSource(MenuBarTempSource source) {
     menuBarTempSource_.set(source);
     store_.storeMenuBarTempSource(source);
     refreshDerivedSensorState(false);
+    publishMenuBarLabelState();
 }
 
 void HalvorenEngine::setMenuBarIconAnimated(bool value) {
     menuBarIconAnimated_.set(value);
     store_.storeMenuBarIconAnimated(value);
+    publishMenuBarLabelState();
 }
 
 void HalvorenEngine::setHasCompletedFirstRunSetup(bool value) {

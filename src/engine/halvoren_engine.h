@@ -12,6 +12,7 @@
 #include "core/fan_profile.h"
 #include "core/fan_status.h"
 #include "core/holt_smoother.h"
+#include "core/menu_bar_label_state.h"
 #include "core/power_telemetry.h"
 #include "core/preset_power_caps.h"
 #include "core/sensor.h"
@@ -68,6 +69,7 @@ class HalvorenEngine {
 public:
     using CoreCounts = DeviceSensorMap::CoreCounts;
     using FanMap = std::map<int, FanStatus>;
+    using MenuBarLabelState = ::halvoren::MenuBarLabelState;
 
     // What the engine runs on. Every collaborator must outlive the engine.
     struct Environment {
@@ -174,6 +176,20 @@ public:
     const Observable<WeatherSnapshot>& weatherSnapshot() const { return weatherSnapshot_; }
     // The fastest fan's place in its range, 0 ... 1; 0 without fans.
     double menuBarFanFraction() const;
+
+    // --- The menu-bar item -------------------------------------------------------------------
+    // What the item shows; told only when something on it changed.
+    const Observable<MenuBarLabelState>& menuBarLabelModel() const { return menuBarLabelModel_; }
+    // `displayedTemperature` in the user's unit, or "--" without a reading.
+    std::string menuBarTemperatureText() const;
+    // The fastest fan's whole RPM, or "--" without fans.
+    std::string menuBarFanText() const;
+    // How fast the icon turns: 0 (still) up to 5, a fifth of the fan range each.
+    static int menuBarSpinTier(double fanFraction);
+    // A short word for where `displayedTemperature` comes from ("CPU", "GPU", "Hottest"...).
+    std::string displayedTemperatureSourceLabel() const;
+    // Rebuilds the label and publishes it if it differs; once per pass of the run loop.
+    void publishMenuBarLabelState();
     // The present warning of each fan that is failing to follow its command.
     const Observable<std::map<int, FanHealthMonitor::Warning>>& fanHealthWarnings() const {
         return fanHealthWarnings_;
@@ -453,6 +469,7 @@ private:
     Observable<bool> menuBarIconAnimated_;
     Observable<bool> hasCompletedFirstRunSetup_;
     Observable<std::optional<SMCSensor>> cachedMenuBarHottestSensor_;
+    Observable<MenuBarLabelState> menuBarLabelModel_;
     // How long each of `availableSensors_` has held its value, for telling parked cores.
     SensorSelection::ReadingHistory readingHistory_;
     Observable<double> controlTemperature_{0.0};
