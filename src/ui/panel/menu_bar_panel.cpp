@@ -345,6 +345,8 @@ void MenuBarPanel::watchEngine() {
         watch_.on(*field, [this] { refreshHero(); });
     }
     watch_.on(engine_.heroDisplayTemperature(), [this] { refreshHero(); });
+    watch_.on(engine_.menuBarTempSource(), [this] { refreshHero(); });
+    watch_.on(engine_.controlSource(), [this] { refreshHero(); });
     watch_.on(engine_.fans(), [this] {
         refreshFans();
         refreshTurbo();
@@ -412,7 +414,8 @@ void MenuBarPanel::refreshHero() {
         reading ? QString::number(engine_.heroDisplayTemperature().value(), 'f', precise ? 1 : 0)
                 : QStringLiteral("--");
     static_cast<HeroTemperatureButton*>(heroTemperature_)
-        ->setReading(QString(), number, fahrenheit ? QStringLiteral("\u00B0F") : QStringLiteral("\u00B0C"),
+        ->setReading(QString::fromStdString(engine_.displayedTemperatureSourceLabel()), number,
+                     fahrenheit ? QStringLiteral("\u00B0F") : QStringLiteral("\u00B0C"),
                      reading ? std::optional(celsius) : std::nullopt);
     heroTemperature_->setAccessibleDescription(
         panel::heroAccessibilityValue(reading ? std::optional(celsius) : std::nullopt, fahrenheit, precise));
