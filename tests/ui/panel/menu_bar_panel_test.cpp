@@ -7,6 +7,7 @@
 
 #include <QAbstractButton>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QPointer>
 
 namespace halvoren {
@@ -201,6 +202,12 @@ TEST_F(MenuBarPanelTest, ThePopupClosesOnEscapeAndWhenThePanelLeads) {
     popup->popUp(QRect(10, 0, 20, 20));
     press(*popup, Qt::Key_Escape);
     EXPECT_FALSE(popup->isVisible());
+    // The preview window holds the same panel, which dismisses the window as it would the popup.
+    QPointer<QWidget> preview = makePanelPreviewWindow(*engine, clock, {});
+    EXPECT_EQ(preview->windowTitle(), QStringLiteral("Panel Preview"));
+    preview->show();
+    static_cast<MenuBarPanel*>(preview->layout()->itemAt(0)->widget())->heroTemperature().click();
+    EXPECT_FALSE(preview->isVisible());
 }
 
 // The panel is built on every opening: whatever it watched must be let go with it.
