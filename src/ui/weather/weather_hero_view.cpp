@@ -10,11 +10,13 @@
 #include "ui/theme/symbols.h"
 #include "ui/theme/thermal_color.h"
 
+#include <QEasingCurve>
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QPainterPath>
 #include <QRadialGradient>
 #include <QSettings>
+#include <QVariantAnimation>
 #include <cmath>
 #include <numbers>
 
@@ -70,9 +72,16 @@ WeatherHeroView::WeatherHeroView(const HalvorenEngine& engine, QSettings& settin
     , page_(weather::loadWeatherPage(settings))
     , reduceMotion_(theme::prefersReducedMotion())
     , forecastToggle_(new PageToggle("cloud.sun.fill", QStringLiteral("Show weather forecast"), this))
-    , radarToggle_(new PageToggle("wind", QStringLiteral("Show airflow radar"), this)) {
+    , radarToggle_(new PageToggle("wind", QStringLiteral("Show airflow radar"), this))
+    , switch_(new QVariantAnimation(this)) {
     setAttribute(Qt::WA_TranslucentBackground);
     setMinimumHeight(contentHeight + 2 * padding);
+    switch_->setDuration(pageSwitchMilliseconds);
+    switch_->setStartValue(0.0);
+    switch_->setEndValue(1.0);
+    switch_->setEasingCurve(QEasingCurve::InOutQuad);
+    QObject::connect(switch_, &QVariantAnimation::valueChanged, this, [this] { update(); });
+    QObject::connect(switch_, &QVariantAnimation::finished, this, [this] { leaving_ = QPixmap(); });
     frame_.setInterval(static_cast<int>(frameInterval * 1000.0));
     QObject::connect(&frame_, &QTimer::timeout, this, [this] { onFrame(); });
     QObject::connect(forecastToggle_, &QAbstractButton::clicked, this,
@@ -116,6 +125,16 @@ int WeatherHeroView::streams() const {
 
 void WeatherHeroView::setPage(weather::WeatherPage page) {
     if (page != page_) {
+        // The old page fades out over the new one; with reduced motion it is simply replaced.
+        if (isVisible() && !reduceMotion_) {
+            leaving_ = QPixmap(size() * devicePixelRatioF());
+            leaving_.setDevicePixelRatio(devicePixelRatioF());
+            leaving_.fill(Qt::transparent);
+            QPainter painter(&leaving_);
+            painter.setRenderHint(QPainter::Antialiasing);
+            paintPage(painter);
+            switch_->start();
+        }
         page_ = page;
         weather::storeWeatherPage(settings_, page);
     }
@@ -190,6 +209,8 @@ void WeatherHeroView::showEvent(QShowEvent* event) {
 void WeatherHeroView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     frame_.stop();
+    switch_->stop();
+    leaving_ = QPixmap();
 }
 
 void WeatherHeroView::resizeEvent(QResizeEvent* event) {
@@ -205,6 +226,18 @@ void WeatherHeroView::paintEvent(QPaintEvent* /*event*/) {
     theme::paintGlassCard(painter, QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5),
                           engine_.glassFrost().value(), std::nullopt, look,
                           theme::prefersIncreasedContrast());
+    if (!isSwitching()) {
+        paintPage(painter);
+        return;
+    }
+    const double shown = switch_->currentValue().toDouble();
+    painter.setOpacity(1.0 - shown);
+    painter.drawPixmap(0, 0, leaving_);
+    painter.setOpacity(shown);
+    paintPage(painter);
+}
+
+void WeatherHeroView::paintPage(QPainter& painter) {
     const QRectF content = QRectF(rect()).adjusted(padding, padding, -padding, -padding);
     if (page_ == weather::WeatherPage::forecast) {
         paintForecast(painter, content);

@@ -4,11 +4,13 @@
 #include "ui/weather/weather_values.h"
 
 #include <QElapsedTimer>
+#include <QPixmap>
 #include <QTimer>
 #include <QWidget>
 #include <optional>
 
 class QSettings;
+class QVariantAnimation;
 
 namespace halvoren {
 
@@ -26,6 +28,7 @@ class WeatherHeroView : public QWidget {
 public:
     static constexpr int contentHeight = 148;
     static constexpr int padding = 16;
+    static constexpr int pageSwitchMilliseconds = 250;
 
     WeatherHeroView(const HalvorenEngine& engine, QSettings& settings, QWidget* parent = nullptr);
 
@@ -37,6 +40,8 @@ public:
     // The running dash cycle's period; none while the streams stand still.
     std::optional<double> flowPeriod() const { return flowPeriod_; }
     bool isAnimating() const { return frame_.isActive(); }
+    // The old page is still fading out.
+    bool isSwitching() const { return !leaving_.isNull(); }
     double dashPhase() const { return dashPhase_; }
     double breathScale() const { return breathScale_; }
     PanelButton& forecastToggle() const { return *forecastToggle_; }
@@ -56,6 +61,7 @@ private:
     void updateMotion();
     void onFrame();
     void refreshAccessibility();
+    void paintPage(QPainter& painter);
     void paintForecast(QPainter& painter, const QRectF& content);
     void paintRadar(QPainter& painter, const QRectF& content);
 
@@ -69,6 +75,8 @@ private:
     int shownStreams_ = -1;
     PanelButton* forecastToggle_;
     PanelButton* radarToggle_;
+    QVariantAnimation* switch_;
+    QPixmap leaving_;
     QTimer frame_;
     QElapsedTimer clock_;
     EngineWatch watch_;

@@ -60,8 +60,15 @@ TEST_F(WeatherHeroViewTest, StreamsMoveOnlyWhenThereIsAirToShow) {
     EXPECT_FALSE(hero.isAnimating());
     EXPECT_FALSE(hero.flowPeriod());
 
-    // The forecast page of clear weather has nothing to breathe.
+    // With reduced motion the page is replaced at once; otherwise the old one fades out.
+    hero.setPage(weather::WeatherPage::forecast);
+    EXPECT_FALSE(hero.isSwitching());
     hero.setReduceMotion(false);
+    hero.setPage(weather::WeatherPage::radar);
+    EXPECT_TRUE(hero.isSwitching());
+    EXPECT_TRUE(pumpUntil([&] { return !hero.isSwitching(); }, 2000));
+
+    // The forecast page of clear weather has nothing to breathe.
     hero.setPage(weather::WeatherPage::forecast);
     EXPECT_FALSE(hero.flowPeriod());
     EXPECT_FALSE(hero.isAnimating());
