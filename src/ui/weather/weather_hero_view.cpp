@@ -267,7 +267,7 @@ void WeatherHeroView::paintForecast(QPainter& painter, const QRectF& content) {
     painter.translate(block.center());
     painter.scale(breathScale_, breathScale_);
     const QRectF glyph(-24.0, -24.0, 48.0, 48.0);
-    theme::paintSymbol(painter, glyph, symbolName(snapshot.condition), hot ? heat : primary);
+    theme::paintSymbol(painter, glyph, symbolName(snapshot.condition), heat);
     painter.restore();
 
     // The temperature and the sentences.
