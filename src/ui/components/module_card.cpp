@@ -59,6 +59,16 @@ void ModuleCard::changeEvent(QEvent* event) {
     }
 }
 
+// QFrame puts its own frame widths back as the contents margins when it is polished or moved
+// to another parent, which would drop the padding and the title's room.
+bool ModuleCard::event(QEvent* event) {
+    const bool handled = QFrame::event(event);
+    if (event->type() == QEvent::Polish || event->type() == QEvent::ParentChange) {
+        updateMargins();
+    }
+    return handled;
+}
+
 void ModuleCard::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
     const theme::Appearance appearance = theme::currentAppearance();

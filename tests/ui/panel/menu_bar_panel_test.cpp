@@ -1,0 +1,239 @@
+#include "../ui_engine_fixture.h"
+#include "ui/panel/menu_bar_panel.h"
+#include "ui/panel/panel_buttons.h"
+#include "ui/panel/panel_popup.h"
+#include "ui/panel/speed_slider.h"
+#include "ui/weather/fan_flow_meter.h"
+
+#include <QAbstractButton>
+#include <QKeyEvent>
+#include <QLayout>
+#include <QPointer>
+
+namespace halvoren {
+namespace {
+
+class MenuBarPanelTest : public UiEngineTest {
+protected:
+    MenuBarPanel& build() {
+        panel = std::make_unique<MenuBarPanel>(
+            *engine, clock,
+            PanelActions{.openMainWindow =
+                             [this](const std::optional<QString>& section) { opened.push_back(section); },
+                         .closePanel = [this] { ++closes; },
+                         .quit = [this] { ++quits; }});
+        return *panel;
+    }
+
+    static void press(QWidget& widget, int key) {
+        QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+        QKeyEvent up(QEvent::KeyRelease, key, Qt::NoModifier);
+        QCoreApplication::sendEvent(&widget, &down);
+        QCoreApplication::sendEvent(&widget, &up);
+    }
+
+    std::unique_ptr<MenuBarPanel> panel;
+    std::vector<std::optional<QString>> opened;
+    int closes = 0;
+    int quits = 0;
+};
+
+TEST_F(MenuBarPanelTest, WithoutHelperOrFansItSaysSo) {
+    MenuBarPanel& p = build();
+    EXPECT_EQ(p.honestyText(),
+              QStringLiteral("Monitoring only. Open Halvoren to install the fan-control helper."));
+    EXPECT_EQ(p.heroTemperatureText(), QStringLiteral("--"));
+    EXPECT_EQ(p.heroTemperature().accessibleDescription(), QStringLiteral("no reading"));
+    EXPECT_EQ(p.heroFans().accessibleDescription(), QStringLiteral("This Mac has no controllable fans."));
+    EXPECT_TRUE(p.fanMeters().empty());
+    EXPECT_EQ(p.speedText(), QStringLiteral("Drag to take over at a fixed speed"));
+
+    connect();
+    sweep(61.0, {fan(0, 2000), fan(1, 2400, 1300, 6400)});
+    EXPECT_EQ(p.honestyText(), std::nullopt);
+    EXPECT_EQ(p.heroTemperatureText(), QStringLiteral("61.0"));
+    EXPECT_EQ(p.heroTemperature().accessibleDescription(), QStringLiteral("61.0 degrees Celsius"));
+    ASSERT_EQ(p.fanMeters().size(), 2U);
+    EXPECT_EQ(p.fanMeters()[1]->accessibleName(), QStringLiteral("Right Fan, 2400 RPM"));
+    EXPECT_EQ(p.heroFans().accessibleDescription(), QStringLiteral("Left Fan 2000 RPM, Right Fan 2400 RPM"));
+
+    engine->setUseFahrenheit(true);
+    EXPECT_EQ(p.heroTemperature().accessibleDescription(), QStringLiteral("141.8 degrees Fahrenheit"));
+
+    panel.reset(); // closed: later changes must not reach it
+    sweep(70.0, {fan(0, 3000)});
+    engine->selectPreset(FanPreset::max);
+    EXPECT_EQ(engine->fans()->size(), 1U);
+}
+
+TEST_F(MenuBarPanelTest, ControlsDriveTheEngine) {
+    connect();
+    sweep(60.0, {fan(0, 2000), fan(1, 2600)});
+    CustomMode mode;
+    mode.id = Uuid::random();
+    mode.name = "Calls";
+    mode.symbolName = "mic.fill";
+    mode.speed = ModeSpeed::fixed(0.4);
+    engine->addCustomMode(mode);
+    MenuBarPanel& p = build();
+
+    p.presetTabs().tabs()[0]->click();
+    EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
+    EXPECT_EQ(p.presetTabs().current(), 0);
+
+    ASSERT_EQ(p.modeRows().size(), 1U);
+    EXPECT_EQ(p.modeRows()[0]->accessibleDescription(), QStringLiteral("40 percent, Fixed"));
+    p.modeRows()[0]->click();
+    EXPECT_EQ(engine->activeCustomModeID().value(), mode.id);
+
+    p.turboButton().click();
+    EXPECT_TRUE(engine->isTurboEngaged().value());
+    EXPECT_EQ(p.speedText(), QStringLiteral("6000 RPM")); // the unlimited target at the top of the range
+    EXPECT_EQ(p.sliderValue(), 1.0);
+    p.turboButton().click();
+    EXPECT_FALSE(engine->isTurboEngaged().value());
+
+    p.cooldownButton().click();
+    ASSERT_TRUE(engine->isCoolingDown());
+    EXPECT_FALSE(p.isCountdownRunning()); // not on screen
+    p.show();
+    EXPECT_TRUE(p.isCountdownRunning());
+    p.cooldownButton().click();
+    EXPECT_FALSE(engine->isCoolingDown());
+    EXPECT_FALSE(p.isCountdownRunning());
+}
+
+TEST_F(MenuBarPanelTest, TheSliderTakesOverOnRelease) {
+    connect();
+    sweep(60.0, {fan(0, 2300, 1300, 5500), fan(1, 2300, 1100, 5800)});
+    MenuBarPanel& p = build();
+    SpeedSlider& slider = p.speedSlider();
+    EXPECT_EQ(slider.sliderPosition(), 255); // the fastest fan in 1100 ... 5800
+
+    slider.setSliderDown(true);
+    slider.setSliderPosition(500);
+    EXPECT_EQ(p.speedText(), QStringLiteral("3450 RPM"));
+    EXPECT_EQ(engine->activeProfile().value(), FanProfile::appleAuto()); // nothing yet while dragging
+    slider.setSliderDown(false);
+    ASSERT_TRUE(engine->activeProfile().value().has_value());
+    EXPECT_EQ(engine->activeProfile().value()->mode, ControlMode::constantRPM);
+    EXPECT_EQ(engine->activeProfile().value()->constantTargetRPM, 3450);
+
+    // Keys move it a step and commit as a release does; the far left is the lowest minimum.
+    slider.setFocus();
+    press(slider, Qt::Key_Home);
+    EXPECT_EQ(engine->activeProfile().value()->constantTargetRPM, 1100);
+    press(slider, Qt::Key_End);
+    EXPECT_EQ(engine->activeProfile().value()->constantTargetRPM, 5800);
+}
+
+TEST_F(MenuBarPanelTest, EveryWayOutOpensTheWindowThenCloses) {
+    MenuBarPanel& p = build();
+    std::vector<QAbstractButton*> footer;
+    for (auto* button : p.findChildren<QAbstractButton*>()) {
+        if (button->parentWidget() == &p && button != &p.turboButton() && button != &p.cooldownButton()) {
+            footer.push_back(button);
+        }
+    }
+    ASSERT_EQ(footer.size(), 3U);
+    struct Case {
+        QAbstractButton* button;
+        std::optional<QString> section;
+    };
+    for (const Case& c : {Case{footer[0], QStringLiteral("settings")}, Case{footer[1], std::nullopt},
+                          Case{&p.heroTemperature(), QStringLiteral("sensors")},
+                          Case{&p.heroFans(), QStringLiteral("dashboard")}}) {
+        opened.clear();
+        const int before = closes;
+        c.button->click();
+        ASSERT_EQ(opened.size(), 1U) << c.button->accessibleName().toStdString();
+        EXPECT_EQ(opened[0], c.section);
+        EXPECT_EQ(closes, before + 1);
+    }
+    EXPECT_EQ(footer[2]->accessibleName(), QStringLiteral("Quit"));
+    press(*footer[2], Qt::Key_Return);
+    EXPECT_EQ(quits, 1);
+    press(*footer[2], Qt::Key_Space);
+    EXPECT_EQ(quits, 2);
+}
+
+TEST_F(MenuBarPanelTest, KeyboardReachesEveryControlInOrderAndEachHasAName) {
+    sweep(60.0, {fan(0, 2000)});
+    MenuBarPanel& p = build();
+    CustomMode mode;
+    mode.name = "Late";
+    mode.symbolName = "moon.fill";
+    engine->addCustomMode(mode); // rows made after the footer still come before Turbo
+
+    std::vector<QWidget*> order;
+    QWidget* widget = &p.heroTemperature();
+    do {
+        if (widget->focusPolicy() & Qt::TabFocus) {
+            order.push_back(widget);
+        }
+        widget = widget->nextInFocusChain();
+    } while (widget != &p.heroTemperature() && order.size() < 40);
+    const std::vector<QWidget*> expected{
+        &p.heroTemperature(),     &p.heroFans(),   p.presetTabs().tabs()[0], p.presetTabs().tabs()[1],
+        p.presetTabs().tabs()[2], p.modeRows()[0], &p.turboButton(),         &p.cooldownButton(),
+        &p.speedSlider()};
+    ASSERT_GE(order.size(), expected.size() + 3);
+    EXPECT_TRUE(std::equal(expected.begin(), expected.end(), order.begin()));
+    for (QWidget* each : order) {
+        EXPECT_FALSE(each->accessibleName().isEmpty()) << each->metaObject()->className();
+    }
+}
+
+TEST_F(MenuBarPanelTest, ThePopupClosesOnEscapeAndWhenThePanelLeads) {
+    QPointer<PanelPopup> popup = PanelPopup::open(
+        *engine, clock,
+        PanelActions{.openMainWindow = [this](const auto& section) { opened.push_back(section); }}, QRect());
+    ASSERT_TRUE(popup->isVisible());
+    auto* content = static_cast<MenuBarPanel*>(popup->focusProxy());
+    ASSERT_NE(content, nullptr);
+    EXPECT_EQ(content->width(), MenuBarPanel::panelWidth);
+    content->heroFans().click();
+    EXPECT_EQ(opened, std::vector<std::optional<QString>>{QStringLiteral("dashboard")});
+    EXPECT_FALSE(popup->isVisible());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(popup.isNull());
+
+    popup = new PanelPopup(new QWidget);
+    popup->popUp(QRect(10, 0, 20, 20));
+    press(*popup, Qt::Key_Escape);
+    EXPECT_FALSE(popup->isVisible());
+    // The preview window holds the same panel, which dismisses the window as it would the popup.
+    QPointer<QWidget> preview = makePanelPreviewWindow(*engine, clock, {});
+    EXPECT_EQ(preview->windowTitle(), QStringLiteral("Panel Preview"));
+    preview->show();
+    static_cast<MenuBarPanel*>(preview->layout()->itemAt(0)->widget())->heroTemperature().click();
+    EXPECT_FALSE(preview->isVisible());
+}
+
+// The panel is built on every opening: whatever it watched must be let go with it.
+TEST(EngineWatch, ForgetsItsFieldsWhenItGoes) {
+    Observable<int> field{0};
+    int calls = 0;
+    {
+        EngineWatch watch;
+        watch.on(field, [&] { ++calls; });
+        watch.on(field, [&] { ++calls; });
+        field.set(1);
+        EXPECT_EQ(calls, 2);
+    }
+    field.set(2);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(PanelPosition, UnderTheTrayKeptOnScreenElseTopRight) {
+    const QRect screen(0, 0, 1440, 900);
+    const QSize size(360, 600);
+    EXPECT_EQ(panelPosition(QRect(700, 0, 24, 24), size, screen), QPoint(531, 30));
+    EXPECT_EQ(panelPosition(QRect(1420, 0, 20, 24), size, screen),
+              QPoint(1072, 30)); // held at the right edge
+    EXPECT_EQ(panelPosition(QRect(), size, screen), QPoint(1072, 8));
+    EXPECT_EQ(panelPosition(QRect(700, 876, 24, 24), size, screen), QPoint(531, 270)); // a bottom tray
+}
+
+} // namespace
+} // namespace halvoren

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "core/helper_constants.h"
+#include "engine/engine_test_support.h"
+#include "engine/halvoren_engine.h"
+#include "fakes/fake_application_watcher.h"
+#include "fakes/fake_fan_driver.h"
+#include "fakes/fake_mic_activity_monitor.h"
+#include "fakes/fake_notification_center.h"
+#include "fakes/fake_power_state_observer.h"
+#include "fakes/fake_process_cpu_times.h"
+#include "smc/hid_sensor_source.h"
+#include "ui_test_support.h"
+
+#include <QSettings>
+#include <QTemporaryDir>
+#include <memory>
+
+namespace halvoren {
+
+// Views on a real engine over a scripted driver, a manual clock and a settings file of their
+// own. Sweeps are handed to `apply`; nothing runs the control loop.
+class UiEngineTest : public UiTest {
+protected:
+    UiEngineTest()
+        : settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat) {
+        engine = std::make_unique<HalvorenEngine>(
+            FanProfile::appleAuto(),
+            HalvorenEngine::Environment{.driver = driver,
+                                        .timers = timers,
+                                        .settings = settings,
+                                        .coreCounts = [] { return DeviceSensorMap::CoreCounts{}; },
+                                        .hidFactory =
+                                            [] {
+                                                return std::make_unique<HIDSensorSource>([] {
+                                                    return std::vector<std::pair<std::string, double>>{};
+                                                });
+                                            },
+                                        .power = std::make_shared<FakePowerStateObserver>(),
+                                        .microphone = std::make_shared<FakeMicActivityMonitor>(),
+                                        .applications = std::make_shared<FakeApplicationWatcher>(),
+                                        .notifications = std::make_shared<FakeNotificationCenter>(),
+                                        .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
+                                        .dataDirectory = dir.path(),
+                                        .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
+    }
+
+    static FanStatus fan(int id, double current, double min = 1200.0, double max = 6000.0) {
+        return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
+    }
+
+    // One sweep where a named CPU sensor reads `celsius`, with these fans.
+    void sweep(double celsius, std::vector<FanStatus> fans) {
+        const SMCSensor sensor{.id = "TC0P",
+                               .key = "TC0P",
+                               .name = "CPU Proximity",
+                               .category = SensorCategory::cpu,
+                               .currentTemp = celsius,
+                               .sensorClass = SensorClass::temperature,
+                               .unit = "°C"};
+        SensorPoller::Snapshot snapshot;
+        snapshot.allSensors = {sensor};
+        snapshot.temperatures = {sensor};
+        snapshot.fans = std::move(fans);
+        snapshot.smcAvailable = true;
+        snapshot.sensorsRefreshed = true;
+        engine->apply(snapshot);
+    }
+
+    void connect() {
+        driver.version = std::string(helperBuildVersion);
+        driver.state = HelperState::connected();
+        engine->refreshHelperState();
+        ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::connected(); }));
+    }
+
+    QTemporaryDir dir;
+    QSettings settings;
+    ManualClock clock;
+    ManualTimerSource timers{clock};
+    FakeFanDriver driver;
+    std::unique_ptr<HalvorenEngine> engine;
+};
+
+} // namespace halvoren
