@@ -42,7 +42,7 @@ rounded = 0
 border_width = 0
 background_color = #000000 0
 border_color = #000000 0
-panel_items = :SC
+panel_items = FSC
 panel_size = 100% 30
 panel_padding = 12 0 12
 panel_background_id = 1
@@ -60,8 +60,13 @@ clock_font_color = $2 100
 clock_padding = 8 0
 clock_background_id = 0
 RC
-  tint2 -c "$work/tint2rc" >/dev/null 2>&1 &
+  tint2 -c "$work/tint2rc" >"$work/tint2.log" 2>&1 &
   tray=$!
+  # It can take ten seconds to come up; its tray must be there before Halvoren looks for one.
+  for _ in $(seq 200); do
+    grep -q "systray started" "$work/tint2.log" && break
+    sleep 0.2
+  done
   sleep 1
 }
 
@@ -84,8 +89,9 @@ stop() {
 
 # x y of the tray item's centre: the 22-pixel child of tint2's window.
 icon_geometry() {
-  xwininfo -root -tree | awk '/"tint2"/ { bar = 1; next } bar && /22x22\+/ {
-      split($0, a, "22x22"); split(a[2], p, "+"); print p[2] + 11, p[3] + 11; exit }'
+  xwininfo -root -tree | awk '/"tint2"/ { bar = 1; next }
+      bar && /22x22\+/ { split($0, a, "22x22"); split(a[2], p, "+"); print p[2] + 11, p[3] + 11; found = 1; exit }
+      END { exit !found }'
 }
 
 shot() { # name x y w h
@@ -112,7 +118,7 @@ for appearance in light dark; do
     read -r x y < <(icon_geometry)
     xdotool mousemove "$x" "$y" click 1
     sleep 2
-    shot "panel-$name-$appearance" $((width - 460)) 0 460 760
+    shot "panel-$name-$appearance" $((width - 460)) 0 460 520
     stop
   }
   panel idle --load burst --preset auto

@@ -4,14 +4,19 @@
 #include "app/engine_host.h"
 #include "app/run_marker.h"
 #include "engine/halvoren_engine.h"
+#include "engine/settings_store.h"
 #include "platform/accessibility_preferences.h"
 #include "platform/data_directory.h"
 #include "platform/termination_signals.h"
 #include "platform/timer_source.h"
+#include "ui/main_window/main_window.h"
 #include "ui/menu_bar/status_item_controller.h"
+#include "ui/panel/panel_popup.h"
 #include "ui/theme/appearance.h"
 
 #include <QApplication>
+#include <QPointer>
+#include <QSettings>
 #include <QThreadPool>
 #include <QtConcurrent/QtConcurrentRun>
 #include <csignal>
@@ -23,6 +28,10 @@ namespace halvoren {
 struct ApplicationShell::Views {
     std::shared_ptr<AccessibilityPreferences> accessibility;
     std::unique_ptr<StatusItemController> statusItem;
+    std::unique_ptr<MainWindow> mainWindow;
+    std::unique_ptr<QWidget> panelPreview;
+    // The open panel deletes itself when it closes.
+    QPointer<PanelPopup> panel;
 };
 
 ApplicationShell::ApplicationShell(LaunchOptions options, QString dataDirectory)
@@ -72,11 +81,40 @@ int ApplicationShell::exec() {
     views_->statusItem = std::make_unique<StatusItemController>(
         StatusItemController::Environment{.timers = host_->timers(), .accessibility = views_->accessibility});
     views_->statusItem->attach(engine, [this](QRect trayGeometry) { openPanel(trayGeometry); });
+    // A regular application shows its window at launch; a menu-bar-only one waits to be asked.
+    if (engine.showDockIcon().value()) {
+        openMainWindow(std::nullopt);
+    }
+    if (options.previewPanel) {
+        views_->panelPreview.reset(makePanelPreviewWindow(engine, host_->timers().clock(), panelActions()));
+        views_->panelPreview->show();
+    }
     return QApplication::exec();
 }
 
+PanelActions ApplicationShell::panelActions() {
+    return PanelActions{.openMainWindow = [this](std::optional<QString> section) { openMainWindow(section); },
+                        .closePanel = {},
+                        .quit = [this] { quit(); }};
+}
+
 void ApplicationShell::openPanel(QRect trayGeometry) {
-    (void)trayGeometry;
+    // A second click on the item closes the panel it opened.
+    if (views_->panel) {
+        views_->panel->close();
+        return;
+    }
+    views_->panel = PanelPopup::open(host_->engine(), host_->timers().clock(), panelActions(), trayGeometry);
+}
+
+void ApplicationShell::openMainWindow(std::optional<QString> section) {
+    if (section) {
+        host_->settings().setValue(QString::fromLatin1(SettingsStore::selectedSectionKey), *section);
+    }
+    if (!views_->mainWindow) {
+        views_->mainWindow = std::make_unique<MainWindow>(host_->engine(), host_->settings());
+    }
+    views_->mainWindow->present();
 }
 
 void ApplicationShell::quit() {

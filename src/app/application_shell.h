@@ -29,7 +29,9 @@ public:
 
 private:
     struct Views;
+    struct PanelActions panelActions();
     void openPanel(QRect trayGeometry);
+    void openMainWindow(std::optional<QString> section);
 
     std::unique_ptr<EngineHost> host_;
     QString runMarkerPath_;

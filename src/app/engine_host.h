@@ -31,6 +31,7 @@ public:
     std::optional<std::string> build();
     HalvorenEngine& engine() { return *engine_; }
     QtTimerSource& timers() { return *timers_; }
+    QSettings& settings() { return *settings_; }
     bool simulated() const { return options_.simulateProfile.has_value(); }
     const LaunchOptions& options() const { return options_; }
 

@@ -68,9 +68,9 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     const QCommandLineOption dustCycle("dust-cycle", "Run a dust cycle once the fans are known.");
     const QCommandLineOption exportCsv(
         "export-csv", "At the end, write the last minute of history as CSV to this file.", "path");
-    parser.addOptions({help, headless, appearanceOption, previewPanelOption, backdropOption, simulate, noHelper, load,
-                       preset, duration, statusJson, settings, turbo, cooldown, manual, dustCycle,
-                       exportCsv});
+    parser.addOptions({help, headless, appearanceOption, previewPanelOption, backdropOption, simulate,
+                       noHelper, load, preset, duration, statusJson, settings, turbo, cooldown, manual,
+                       dustCycle, exportCsv});
 
     // The parser knows no options with an optional value, so --simulate=PROFILE is split here,
     // and the window's arguments, whose forms it cannot express, are taken out.

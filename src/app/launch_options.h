@@ -17,12 +17,12 @@ struct LaunchOptions {
     bool previewPanel = false;                  // open the "Panel Preview" window after start
     std::optional<std::string> backdrop;        // a backdrop scene's name for this run only
     std::optional<std::string> simulateProfile; // set: run on a simulated Mac of this profile
-    bool noHelper = false; // the simulated Mac without its fan-control helper, as where none is installed
-    std::string load = "host";                  // the simulated machine's load scenario
-    std::optional<FanPreset> preset;            // selected once the helper is connected
-    std::optional<double> duration;             // seconds; then the fans go back and the program ends
-    bool statusJson = false;                    // one JSON line of status per second on stdout
-    std::optional<std::string> settingsPath;    // a settings file instead of the user's own
+    bool noHelper = false;     // the simulated Mac without its fan-control helper, as where none is installed
+    std::string load = "host"; // the simulated machine's load scenario
+    std::optional<FanPreset> preset;         // selected once the helper is connected
+    std::optional<double> duration;          // seconds; then the fans go back and the program ends
+    bool statusJson = false;                 // one JSON line of status per second on stdout
+    std::optional<std::string> settingsPath; // a settings file instead of the user's own
     // At most one action, started once the helper is connected and the fans are known, after
     // the preset.
     bool turbo = false;

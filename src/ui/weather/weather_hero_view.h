@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/panel/engine_watch.h"
+#include "ui/engine_watch.h"
 #include "ui/weather/weather_values.h"
 
 #include <QElapsedTimer>
