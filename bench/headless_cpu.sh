@@ -18,13 +18,7 @@ ticks=$(getconf CLK_TCK)
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
-# utime + stime of a process, in clock ticks.
-cpu_ticks() { awk '{ print $14 + $15 }' "/proc/$1/stat"; }
-# Voluntary and involuntary context switches over all threads of a process.
-switches() {
-    cat /proc/"$1"/task/*/status 2>/dev/null |
-        awk '/^(non)?voluntary_ctxt_switches/ { n += $2 } END { print n + 0 }'
-}
+source "$here/bench/lib/process_stats.sh"
 
 measure() { # label, extra arguments...
     local label=$1
@@ -51,7 +45,6 @@ measure() { # label, extra arguments...
         'BEGIN { printf "%-8s cpu %.3f%%  wakeups %.1f/s  helper cpu %.3f%%\n", l, 100 * c / t / w, s / w, 100 * h / t / w }'
 }
 
-median() { sort -g | awk '{ v[NR] = $1 } END { print (NR % 2) ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2 }'; }
 
 for case in firmware curve; do
     results="$scratch/$case"
