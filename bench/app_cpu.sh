@@ -17,37 +17,21 @@ here=$(cd "$(dirname "$0")/.." && pwd)
 binary="${HALVOREN_BINARY:-$here/build/bin/halvoren}"
 [[ -x "$binary" ]] || { echo "no $binary: build the dev preset first" >&2; exit 1; }
 source "$here/bench/lib/process_stats.sh"
+source "$here/scripts/lib/virtual_desktop.sh"
 ticks=$(getconf CLK_TCK)
 scratch=$(mktemp -d)
-pids=()
 cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+    for pid in "${desktop_pids[@]}"; do kill "$pid" 2>/dev/null || true; done
     wait 2>/dev/null || true
     rm -rf "$scratch"
 }
 trap cleanup EXIT
 
-for n in $(seq 150 199); do
-    [[ -e /tmp/.X11-unix/X$n || -e /tmp/.X$n-lock ]] || { display=":$n"; break; }
-done
-Xvfb "$display" -screen 0 1440x900x24 -nolisten tcp >/dev/null 2>&1 &
-pids+=($!)
-export DISPLAY=$display XDG_DATA_HOME=$scratch/data
+start_display 1440 900
+export XDG_DATA_HOME=$scratch/data
 printf 'panel_items = FS\npanel_size = 100%% 30\npanel_position = top center horizontal\nsystray_icon_size = 22\n' \
     >"$scratch/tint2rc"
-tint2 -c "$scratch/tint2rc" >"$scratch/tint2.log" 2>&1 &
-pids+=($!)
-for _ in $(seq 200); do
-    grep -q "systray started" "$scratch/tint2.log" && break
-    sleep 0.2
-done
-
-# The tray item's centre: the 22-pixel child of tint2's window.
-icon_centre() {
-    xwininfo -root -tree | awk '/"tint2"/ { bar = 1; next }
-        bar && /22x22\+/ { split($0, a, "22x22"); split(a[2], p, "+"); print p[2] + 11, p[3] + 11; found = 1; exit }
-        END { exit !found }'
-}
+start_tray "$scratch/tint2rc" "$scratch/tint2.log"
 
 measure() { # label, "panel" or "-", arguments...
     local label=$1 panel=$2
@@ -58,7 +42,7 @@ measure() { # label, "panel" or "-", arguments...
     sleep "$warmup"
     if [[ $panel == panel ]]; then
         local x y
-        read -r x y < <(icon_centre)
+        read -r x y < <(tray_icon_centre)
         xdotool mousemove "$x" "$y" click 1
         sleep 2
     fi

@@ -5,14 +5,14 @@
 # dev build (made when missing); HALVOREN_BINARY picks another program.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+source scripts/lib/virtual_desktop.sh
 bin=${HALVOREN_BINARY:-build/bin/halvoren}
 [ -x "$bin" ] || cmake --workflow --preset dev >/dev/null
 out=docs/screenshots
 mkdir -p "$out"
 work=$(mktemp -d)
-pids=()
 cleanup() {
-  for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
+  for pid in "${desktop_pids[@]}"; do kill "$pid" 2>/dev/null || true; done
   wait 2>/dev/null || true
   rm -rf "$work"
 }
@@ -20,16 +20,9 @@ trap cleanup EXIT
 
 width=1440
 height=900
-# A display number nobody uses.
-for n in $(seq 90 140); do
-  [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ] || { display=":$n"; break; }
-done
-Xvfb "$display" -screen 0 "${width}x${height}x24" -nolisten tcp >/dev/null 2>&1 &
-pids+=($!)
-export DISPLAY=$display
+start_display "$width" "$height"
 export XDG_DATA_HOME=$work/data XDG_RUNTIME_DIR=$work/runtime
 mkdir -p "$XDG_DATA_HOME" "$XDG_RUNTIME_DIR" && chmod 700 "$XDG_RUNTIME_DIR"
-sleep 1
 
 # The menu bar: a translucent strip with the tray and a clock on the right.
 bar() { # background text
@@ -60,14 +53,7 @@ clock_font_color = $2 100
 clock_padding = 8 0
 clock_background_id = 0
 RC
-  tint2 -c "$work/tint2rc" >"$work/tint2.log" 2>&1 &
-  tray=$!
-  # It can take ten seconds to come up; its tray must be there before Halvoren looks for one.
-  for _ in $(seq 200); do
-    grep -q "systray started" "$work/tint2.log" && break
-    sleep 0.2
-  done
-  sleep 1
+  start_tray "$work/tint2rc" "$work/tint2.log"
 }
 
 # Halvoren with these arguments and settings lines, until its tray item is in the bar.
@@ -77,7 +63,7 @@ start() { # settings-lines args...
   "$bin" --simulate --settings "$work/settings.ini" "$@" >"$work/app.log" 2>&1 &
   app=$!
   for _ in $(seq 50); do
-    icon_geometry >/dev/null && break
+    tray_icon_centre >/dev/null && break
     sleep 0.2
   done
   sleep "${SETTLE:-5}"
@@ -85,13 +71,6 @@ start() { # settings-lines args...
 stop() {
   kill "$app" 2>/dev/null || true
   wait "$app" 2>/dev/null || true
-}
-
-# x y of the tray item's centre: the 22-pixel child of tint2's window.
-icon_geometry() {
-  xwininfo -root -tree | awk '/"tint2"/ { bar = 1; next }
-      bar && /22x22\+/ { split($0, a, "22x22"); split(a[2], p, "+"); print p[2] + 11, p[3] + 11; found = 1; exit }
-      END { exit !found }'
 }
 
 shot() { # name x y w h
@@ -115,7 +94,7 @@ for appearance in light dark; do
     local name=$1
     shift
     start "$hide" "$@" "${args[@]}"
-    read -r x y < <(icon_geometry)
+    read -r x y < <(tray_icon_centre)
     xdotool mousemove "$x" "$y" click 1
     sleep 2
     shot "panel-$name-$appearance" $((width - 460)) 0 460 520
@@ -132,7 +111,7 @@ for appearance in light dark; do
     import -window root -crop 1100x800+170+50 +repage "$out/window-$page-$appearance.png"
     stop
   done
-  kill "$tray" 2>/dev/null || true
-  wait "$tray" 2>/dev/null || true
+  kill "$tray_pid" 2>/dev/null || true
+  wait "$tray_pid" 2>/dev/null || true
 done
 echo "screenshots: $(ls "$out" | wc -l) pictures in $out"

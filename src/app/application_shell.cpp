@@ -78,8 +78,11 @@ int ApplicationShell::exec() {
 
     HalvorenEngine& engine = host_->engine();
     host_->start([](const std::string& problem) { std::cerr << "halvoren: " << problem << std::endl; });
-    views_->statusItem = std::make_unique<StatusItemController>(
-        StatusItemController::Environment{.timers = host_->timers(), .accessibility = views_->accessibility});
+    views_->statusItem = std::make_unique<StatusItemController>(StatusItemController::Environment{
+        .timers = host_->timers(),
+        .accessibility = views_->accessibility,
+        // The tray's strip usually follows the desktop's scheme, which a forced appearance stands for.
+        .darkTray = theme::currentAppearance() == theme::Appearance::dark});
     views_->statusItem->attach(engine, [this](QRect trayGeometry) { openPanel(trayGeometry); });
     // A regular application shows its window at launch; a menu-bar-only one waits to be asked.
     if (engine.showDockIcon().value()) {

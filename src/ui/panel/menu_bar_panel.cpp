@@ -27,6 +27,15 @@ namespace halvoren {
 
 namespace {
 
+// The faint wash behind a hovered hero button.
+void paintHoverWash(QPainter& painter, const QRectF& rect, theme::Appearance look) {
+    QColor hover = theme::primaryColor(look);
+    hover.setAlphaF(0.05F);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(hover);
+    painter.drawRoundedRect(rect, 10.0, 10.0);
+}
+
 constexpr int margin = 12;
 constexpr int gap = 10;
 
@@ -53,11 +62,7 @@ protected:
     void paintContent(QPainter& painter, const QRectF& rect) override {
         const theme::Appearance look = theme::currentAppearance();
         if (isHovered()) {
-            QColor hover = theme::primaryColor(look);
-            hover.setAlphaF(0.05F);
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(hover);
-            painter.drawRoundedRect(rect, 10.0, 10.0);
+            paintHoverWash(painter, rect, look);
         }
         painter.setFont(theme::font(theme::FontRole::captionSmall));
         painter.setPen(theme::secondaryColor(look));
@@ -107,11 +112,7 @@ protected:
     void paintContent(QPainter& painter, const QRectF& rect) override {
         const theme::Appearance look = theme::currentAppearance();
         if (isHovered()) {
-            QColor hover = theme::primaryColor(look);
-            hover.setAlphaF(0.05F);
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(hover);
-            painter.drawRoundedRect(rect, 10.0, 10.0);
+            paintHoverWash(painter, rect, look);
         }
         if (!message_.isEmpty()) {
             painter.setFont(theme::font(theme::FontRole::caption));
