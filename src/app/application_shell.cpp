@@ -34,7 +34,7 @@ struct ApplicationShell::Views {
     QPointer<PanelPopup> panel;
 };
 
-ApplicationShell::ApplicationShell(LaunchOptions options, QString dataDirectory)
+ApplicationShell::ApplicationShell(LaunchOptions options, const QString& dataDirectory)
     : host_(std::make_unique<EngineHost>(std::move(options)))
     , runMarkerPath_(RunMarker::path(dataDirectory.isEmpty() ? applicationDataDirectory() : dataDirectory))
     , views_(std::make_unique<Views>()) {}
@@ -96,9 +96,10 @@ int ApplicationShell::exec() {
 }
 
 PanelActions ApplicationShell::panelActions() {
-    return PanelActions{.openMainWindow = [this](std::optional<QString> section) { openMainWindow(section); },
-                        .closePanel = {},
-                        .quit = [this] { quit(); }};
+    return PanelActions{
+        .openMainWindow = [this](const std::optional<QString>& section) { openMainWindow(section); },
+        .closePanel = {},
+        .quit = [this] { quit(); }};
 }
 
 void ApplicationShell::openPanel(QRect trayGeometry) {
@@ -110,7 +111,7 @@ void ApplicationShell::openPanel(QRect trayGeometry) {
     views_->panel = PanelPopup::open(host_->engine(), host_->timers().clock(), panelActions(), trayGeometry);
 }
 
-void ApplicationShell::openMainWindow(std::optional<QString> section) {
+void ApplicationShell::openMainWindow(const std::optional<QString>& section) {
     if (section) {
         host_->settings().setValue(QString::fromLatin1(SettingsStore::selectedSectionKey), *section);
     }

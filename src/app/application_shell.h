@@ -18,7 +18,7 @@ class TerminationSignals;
 class ApplicationShell {
 public:
     // `dataDirectory`: where the run marker lives; empty: the program's data folder.
-    explicit ApplicationShell(LaunchOptions options, QString dataDirectory = {});
+    explicit ApplicationShell(LaunchOptions options, const QString& dataDirectory = {});
     ~ApplicationShell();
     ApplicationShell(const ApplicationShell&) = delete;
     ApplicationShell& operator=(const ApplicationShell&) = delete;
@@ -31,7 +31,7 @@ private:
     struct Views;
     struct PanelActions panelActions();
     void openPanel(QRect trayGeometry);
-    void openMainWindow(std::optional<QString> section);
+    void openMainWindow(const std::optional<QString>& section);
 
     std::unique_ptr<EngineHost> host_;
     QString runMarkerPath_;

@@ -10,7 +10,8 @@
 namespace halvoren {
 
 // The command line of `halvoren`.
-struct LaunchOptions {
+// Grouped by meaning rather than packed: there is one per run.
+struct LaunchOptions { // NOLINT(clang-analyzer-optin.performance.Padding)
     bool headless = false;
     // The window's arguments; with --headless they are accepted and change nothing.
     std::optional<std::string> appearance;      // "light" or "dark": forced instead of the desktop's

@@ -2,11 +2,9 @@
 
 #include <QString>
 
-namespace halvoren {
-
 // A file that exists while the application runs: found at launch, it tells that the last run
 // ended by a kill or a crash. A diagnostic only; nothing else depends on it.
-namespace RunMarker {
+namespace halvoren::RunMarker {
 
 inline constexpr const char* fileName = "run.marker";
 
@@ -21,5 +19,4 @@ bool checkAndWrite(const QString& path);
 // A clean exit leaves no marker. Failures are ignored.
 void remove(const QString& path);
 
-} // namespace RunMarker
-} // namespace halvoren
+} // namespace halvoren::RunMarker
