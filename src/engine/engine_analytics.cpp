@@ -3,7 +3,7 @@
 #include "core/telemetry_csv.h"
 #include "core/weather_copy.h"
 #include "core/weather_hourly.h"
-#include "engine/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "engine/halvoren_engine.h"
 #include "engine/thermal_almanac_store.h"
 

@@ -1,6 +1,6 @@
 #include "engine/heat_attribution_sampler.h"
 
-#include "engine/atomic_file.h"
+#include "platform/atomic_file.h"
 #include "platform/process_cpu_times.h"
 
 #include <QDir>

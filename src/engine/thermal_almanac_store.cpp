@@ -1,6 +1,6 @@
 #include "engine/thermal_almanac_store.h"
 
-#include "engine/atomic_file.h"
+#include "platform/atomic_file.h"
 
 #include <QDir>
 #include <QFile>

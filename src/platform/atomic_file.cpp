@@ -1,4 +1,4 @@
-#include "engine/atomic_file.h"
+#include "platform/atomic_file.h"
 
 #include <QSaveFile>
 

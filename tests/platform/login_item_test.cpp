@@ -1,0 +1,69 @@
+#include "platform/login_item.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+namespace halvoren {
+namespace {
+
+QString entryText(const QTemporaryDir& dir) {
+    QFile file(dir.filePath(QStringLiteral("autostart/halvoren.desktop")));
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+TEST(XdgAutostartLoginItem, WritesReadsBackAndRemovesTheEntry) {
+    QTemporaryDir dir;
+    const auto item = xdgAutostartLoginItem(dir.filePath(QStringLiteral("autostart")),
+                                            QStringLiteral("/opt/My Apps/100%/halvoren"));
+    EXPECT_FALSE(item->isEnabled());
+    EXPECT_EQ(item->setEnabled(false), std::nullopt); // nothing to remove is no failure
+
+    ASSERT_EQ(item->setEnabled(true), std::nullopt); // the folder is made
+    EXPECT_TRUE(item->isEnabled());
+    const QString text = entryText(dir);
+    EXPECT_TRUE(text.startsWith(QStringLiteral("[Desktop Entry]\n")));
+    EXPECT_TRUE(text.contains(QStringLiteral("\nExec=\"/opt/My Apps/100%%/halvoren\"\n")))
+        << text.toStdString();
+
+    ASSERT_EQ(item->setEnabled(false), std::nullopt);
+    EXPECT_FALSE(item->isEnabled());
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("autostart/halvoren.desktop"))));
+}
+
+// A desktop's own switch for an entry turns it off; the same keys in another group do not.
+TEST(XdgAutostartLoginItem, AnEntryTheDesktopHidOrDisabledIsOff) {
+    struct Case {
+        const char* text;
+        bool enabled;
+    };
+    const Case cases[] = {
+        {"[Desktop Entry]\nExec=halvoren\n", true},
+        {"[Desktop Entry]\nExec=halvoren\nHidden=true\n", false},
+        {"[Desktop Entry]\nX-GNOME-Autostart-enabled=false\nExec=halvoren\n", false},
+        {"[Desktop Entry]\nExec=halvoren\n[Desktop Action quit]\nHidden=true\n", true},
+    };
+    for (const Case& c : cases) {
+        QTemporaryDir dir;
+        QDir().mkpath(dir.filePath(QStringLiteral("autostart")));
+        QFile file(dir.filePath(QStringLiteral("autostart/halvoren.desktop")));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(c.text);
+        file.close();
+        EXPECT_EQ(xdgAutostartLoginItem(dir.filePath(QStringLiteral("autostart")))->isEnabled(), c.enabled)
+            << c.text;
+    }
+}
+
+TEST(XdgAutostartLoginItem, AFolderThatCannotBeMadeIsAClearFailure) {
+    QTemporaryDir dir;
+    QFile blocker(dir.filePath(QStringLiteral("autostart")));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly)); // a file where the folder should be
+    const auto failure = xdgAutostartLoginItem(blocker.fileName())->setEnabled(true);
+    ASSERT_TRUE(failure);
+    EXPECT_NE(failure->find("cannot make the folder"), std::string::npos);
+}
+
+} // namespace
+} // namespace halvoren
