@@ -25,7 +25,7 @@ QString helperFooterText(const HelperState& state) {
     }
 }
 
-std::optional<HelperBannerText> helperBanner(const HelperState& state, bool smcAvailable) {
+std::optional<HelperBannerText> helperBannerText(const HelperState& state, bool smcAvailable) {
     switch (state.kind()) {
     case HelperState::Kind::connected:
         return std::nullopt;

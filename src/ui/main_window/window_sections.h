@@ -44,7 +44,7 @@ struct HelperBannerText {
 
 // The banner over every section while the helper is not connected; none while it is.
 // `smcAvailable` tells a helper that failed from a controller that cannot be opened at all.
-std::optional<HelperBannerText> helperBanner(const HelperState& state, bool smcAvailable);
+std::optional<HelperBannerText> helperBannerText(const HelperState& state, bool smcAvailable);
 QString helperActionTitle(HelperAction action);
 
 } // namespace halvoren

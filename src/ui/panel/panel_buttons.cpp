@@ -277,8 +277,24 @@ FooterButton::FooterButton(QString title, std::string symbol, QWidget* parent)
     setAccessibleName(title_);
 }
 
+void FooterButton::setTitle(QString title) {
+    title_ = std::move(title);
+    setAccessibleName(title_);
+    updateGeometry();
+    update();
+}
+
+void FooterButton::setSymbol(std::string symbol) {
+    symbol_ = std::move(symbol);
+    updateGeometry();
+    update();
+}
+
 QSize FooterButton::sizeHint() const {
     const double text = QFontMetricsF(theme::font(theme::FontRole::body)).horizontalAdvance(title_);
+    if (title_.isEmpty()) {
+        return {28, 28};
+    }
     return {static_cast<int>(std::ceil(text)) + (symbol_.empty() ? 14 : 34), 28};
 }
 

@@ -121,6 +121,8 @@ private:
 class FooterButton : public PanelButton {
 public:
     FooterButton(QString title, std::string symbol, QWidget* parent = nullptr);
+    void setTitle(QString title);
+    void setSymbol(std::string symbol);
     QSize sizeHint() const override;
 
 protected:
