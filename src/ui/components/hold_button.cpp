@@ -21,7 +21,8 @@ double PressAndHold::progress(double now) const {
 }
 
 bool PressAndHold::advance(double now) {
-    if (!pressedAt || now - *pressedAt < duration) {
+    // A hold of exactly the duration counts, whatever the rounding of the clock's seconds.
+    if (!pressedAt || now - *pressedAt < duration - 1e-9) {
         return false;
     }
     pressedAt.reset();
