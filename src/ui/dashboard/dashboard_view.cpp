@@ -19,6 +19,7 @@
 #include <QFontMetricsF>
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace halvoren {
@@ -43,6 +44,7 @@ GaugeView::GaugeView(const HalvorenEngine& engine, QWidget* parent)
     , engine_(engine)
     , chip_(new QWidget(this)) {
     setAttribute(Qt::WA_TranslucentBackground);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     chip_->setToolTip(QStringLiteral("Thermal forecast"));
     chip_->setAccessibleName(QStringLiteral("Thermal forecast"));
     for (const auto* field : {&engine_.displayedTemperature(), &engine_.overheatThreshold()}) {
@@ -119,10 +121,17 @@ DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings, std::f
     setWidgetResizable(true);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     viewport()->setAutoFillBackground(false);
+    // A thin overlay-like scroller instead of the platform's trough.
+    verticalScrollBar()->setStyleSheet(QStringLiteral(
+        "QScrollBar:vertical { background: transparent; width: 10px; margin: 4px 2px 4px 0; }"
+        "QScrollBar::handle:vertical { background: rgba(128, 128, 128, 0.45); border-radius: 4px; min-height: 36px; }"
+        "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
+        "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }"));
     auto* content = new QWidget();
     content->setAttribute(Qt::WA_TranslucentBackground);
     auto* outer = new QHBoxLayout(content);
-    outer->setContentsMargins(28, 8, 28, 28);
+    // The scroller takes the last 10 px, so the cards line up with the banners above.
+    outer->setContentsMargins(28, 8, 18, 28);
     auto* holder = new QWidget(content);
     holder->setMaximumWidth(maximumContentWidth);
     outer->addWidget(holder);
@@ -130,10 +139,8 @@ DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings, std::f
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(18);
 
-    auto* weather = card(engine_, holder);
-    weather->setPadding(14);
-    (new QVBoxLayout(weather))->addWidget(new WeatherHeroView(engine_, settings, weather));
-    column->addWidget(weather);
+    // The weather hero is a glass card of its own.
+    column->addWidget(new WeatherHeroView(engine_, settings, holder));
 
     auto* gaugeCard = card(engine_, holder, QStringLiteral("Temperature"));
     gauge_ = new GaugeView(engine_, gaugeCard);

@@ -156,6 +156,9 @@ void FanControlCard::refreshFans() {
             auto* meter = new FanFlowMeter(FanFlowMeter::Style::regular, this);
             meter->setAccent(theme::accentColor(engine_.accentChoice().value()));
             meter->setOnManualTarget([this](int fan, double rpm) { engine_.setFanTarget(fan, rpm); });
+            // Room for a four-digit speed and its unit.
+            meter->setMinimumWidth(190);
+            meter->setMaximumWidth(300);
             meterRow_->insertWidget(static_cast<int>(i), meter);
             meters_.push_back(meter);
         }
