@@ -42,7 +42,8 @@ bool belongsTo(const std::string& name, const std::string& procRoot, int pid) {
 
 } // namespace
 
-std::vector<int> ownProcessesNamed(const std::string& name, unsigned uid, const std::filesystem::path& procRoot) {
+std::vector<int> ownProcessesNamed(const std::string& name, unsigned uid,
+                                   const std::filesystem::path& procRoot) {
     std::vector<int> found;
     if (name.empty()) {
         return found;

@@ -101,7 +101,7 @@ void HoldButton::keyPressEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
-    QAbstractButton::keyPressEvent(event);
+    PanelButton::keyPressEvent(event);
 }
 
 void HoldButton::keyReleaseEvent(QKeyEvent* event) {
@@ -114,7 +114,7 @@ void HoldButton::keyReleaseEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
-    QAbstractButton::keyReleaseEvent(event);
+    PanelButton::keyReleaseEvent(event);
 }
 
 void HoldButton::paintContent(QPainter& painter, const QRectF& rect) {
@@ -132,7 +132,8 @@ void HoldButton::paintContent(QPainter& painter, const QRectF& rect) {
         painter.restore();
     }
     painter.setFont(theme::font(theme::FontRole::bodyEmphasis));
-    painter.setPen(shownProgress_ > 0.5 ? QColor(Qt::white) : accent().darker(shownProgress_ > 0.0 ? 100 : 110));
+    painter.setPen(shownProgress_ > 0.5 ? QColor(Qt::white)
+                                        : accent().darker(shownProgress_ > 0.0 ? 100 : 110));
     painter.drawText(rect, Qt::AlignCenter, title_);
     paintFocusRing(painter, rect, radius);
 }

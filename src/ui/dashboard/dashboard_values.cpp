@@ -24,8 +24,8 @@ const FanProfile* builtInProfile(FanMode mode) {
     return nullptr;
 }
 
-FanMode currentMode(const std::map<int, double>& manualTargets, const std::optional<FanProfile>& activeProfile,
-                    bool turboEngaged) {
+FanMode currentMode(const std::map<int, double>& manualTargets,
+                    const std::optional<FanProfile>& activeProfile, bool turboEngaged) {
     if (!manualTargets.empty()) {
         return FanMode::manual;
     }
@@ -51,7 +51,8 @@ void selectMode(HalvorenEngine& engine, FanMode mode) {
     }
 }
 
-QString forecastChipText(const ForecastChipState& chip, double thresholdCelsius, bool fahrenheit, bool precise) {
+QString forecastChipText(const ForecastChipState& chip, double thresholdCelsius, bool fahrenheit,
+                         bool precise) {
     if (!chip.etaWholeMinutes) {
         return QString::fromStdString(chip.labelWord);
     }
@@ -99,7 +100,8 @@ EmptyStateText heatSourcesEmptyState(HeatSourceMode mode) {
     if (mode == HeatSourceMode::live) {
         return {QStringLiteral("Nothing hot right now"), QStringLiteral("CPU usage is idle.")};
     }
-    return {QStringLiteral("No activity recorded today"), QStringLiteral("No app has used the CPU today yet.")};
+    return {QStringLiteral("No activity recorded today"),
+            QStringLiteral("No app has used the CPU today yet.")};
 }
 
 QString heatShareText(double share) {
@@ -129,7 +131,8 @@ FanWarningText fanWarningText(FanHealthMonitor::Warning warning) {
                 QStringLiteral("This fan is commanded to spin but isn't. It may have failed.")};
     }
     return {QStringLiteral("Warning: fan may be obstructed"),
-            QStringLiteral("This fan can't reach its commanded speed. Dust or an obstruction may be limiting it.")};
+            QStringLiteral(
+                "This fan can't reach its commanded speed. Dust or an obstruction may be limiting it.")};
 }
 
 std::optional<QString> dustCycleRunningText(const DustCycleUIState& state) {

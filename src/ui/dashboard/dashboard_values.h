@@ -43,14 +43,15 @@ const FanProfile* builtInProfile(FanMode mode);
 
 // Hand-set targets are manual; a built-in profile is its mode; a fixed speed other than Turbo
 // is manual; anything else (Turbo, a curve of the user's, no profile) shows as Max.
-FanMode currentMode(const std::map<int, double>& manualTargets, const std::optional<FanProfile>& activeProfile,
-                    bool turboEngaged);
+FanMode currentMode(const std::map<int, double>& manualTargets,
+                    const std::optional<FanProfile>& activeProfile, bool turboEngaged);
 // Manual takes over the fans at their present speeds; every other mode runs its built-in
 // profile and forgets any preset or custom mode.
 void selectMode(HalvorenEngine& engine, FanMode mode);
 
 // The forecast chip's words: "Rising", or "14 min to 95°C" with a time.
-QString forecastChipText(const ForecastChipState& chip, double thresholdCelsius, bool fahrenheit, bool precise);
+QString forecastChipText(const ForecastChipState& chip, double thresholdCelsius, bool fahrenheit,
+                         bool precise);
 // What a screen reader says for it: "Rising, about 14 minutes to 95 degrees", else the word.
 QString forecastAccessibilityValue(const ForecastChipState& chip, double thresholdCelsius, bool fahrenheit,
                                    bool precise);

@@ -65,11 +65,12 @@ void GaugeView::refresh() {
     const bool fahrenheit = engine_.useFahrenheit().value();
     const bool precise = engine_.preciseTemperatures().value();
     chipText_ = dashboard::forecastChipText(chip, threshold, fahrenheit, precise);
-    chip_->setAccessibleDescription(dashboard::forecastAccessibilityValue(chip, threshold, fahrenheit, precise));
+    chip_->setAccessibleDescription(
+        dashboard::forecastAccessibilityValue(chip, threshold, fahrenheit, precise));
     status_ = QString::fromStdString(engine_.drivingStatusSubtitle());
     setAccessibleName(QStringLiteral("Temperature ") +
-                      QString::fromStdString(TemperatureFormat::display(engine_.displayedTemperature().value(),
-                                                                        fahrenheit, precise)));
+                      QString::fromStdString(TemperatureFormat::display(
+                          engine_.displayedTemperature().value(), fahrenheit, precise)));
     setAccessibleDescription(status_);
     update();
 }
@@ -102,18 +103,20 @@ void GaugeView::paintEvent(QPaintEvent* /*event*/) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(capsule, 13.0, 13.0);
-    theme::paintSymbol(painter, QRectF(capsule.left() + 10, capsule.center().y() - 7, 14, 14), chip.symbolName, ink);
+    theme::paintSymbol(painter, QRectF(capsule.left() + 10, capsule.center().y() - 7, 14, 14),
+                       chip.symbolName, ink);
     painter.setFont(chipFont);
     painter.setPen(chip.etaIsUrgent ? ink : theme::primaryColor(look));
-    theme::drawTabularText(painter, capsule.adjusted(30, 0, -10, 0), Qt::AlignLeft | Qt::AlignVCenter, chipText_);
+    theme::drawTabularText(painter, capsule.adjusted(30, 0, -10, 0), Qt::AlignLeft | Qt::AlignVCenter,
+                           chipText_);
 
     painter.setFont(theme::font(theme::FontRole::body));
     painter.setPen(theme::secondaryColor(look));
     painter.drawText(QRectF(2, 80, width() - 2, 24), Qt::AlignLeft | Qt::AlignVCenter, status_);
 }
 
-DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings, std::function<void(Section)> openSection,
-                             QWidget* parent)
+DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings,
+                             const std::function<void(Section)>& openSection, QWidget* parent)
     : QScrollArea(parent)
     , engine_(engine)
     , allSensors_(new FooterButton(QStringLiteral("All Sensors"), "chevron.right")) {
@@ -124,7 +127,8 @@ DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings, std::f
     // A thin overlay-like scroller instead of the platform's trough.
     verticalScrollBar()->setStyleSheet(QStringLiteral(
         "QScrollBar:vertical { background: transparent; width: 10px; margin: 4px 2px 4px 0; }"
-        "QScrollBar::handle:vertical { background: rgba(128, 128, 128, 0.45); border-radius: 4px; min-height: 36px; }"
+        "QScrollBar::handle:vertical { background: rgba(128, 128, 128, 0.45); border-radius: 4px; "
+        "min-height: 36px; }"
         "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
         "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }"));
     auto* content = new QWidget();
@@ -189,8 +193,8 @@ void DashboardView::toggleSensorExpansion(const std::string& id) {
 }
 
 void DashboardView::refreshSensors() {
-    const auto readings =
-        dashboard::dashboardSensorReadings(engine_.deviceSensorsDisplay().value(), engine_.pinnedSensorKeys().value());
+    const auto readings = dashboard::dashboardSensorReadings(engine_.deviceSensorsDisplay().value(),
+                                                             engine_.pinnedSensorKeys().value());
     const auto& history = engine_.sensorHistory().value();
     const bool fahrenheit = engine_.useFahrenheit().value();
     const bool precise = engine_.preciseTemperatures().value();

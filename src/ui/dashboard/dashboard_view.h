@@ -47,8 +47,8 @@ class DashboardView : public QScrollArea {
 public:
     static constexpr int maximumContentWidth = 1180;
 
-    DashboardView(HalvorenEngine& engine, QSettings& settings, std::function<void(Section)> openSection,
-                  QWidget* parent = nullptr);
+    DashboardView(HalvorenEngine& engine, QSettings& settings,
+                  const std::function<void(Section)>& openSection, QWidget* parent = nullptr);
 
     GaugeView& gauge() const { return *gauge_; }
     const std::array<DeviceSensorRow*, 6>& sensorRows() const { return sensorRows_; }

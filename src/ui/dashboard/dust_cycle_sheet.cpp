@@ -41,12 +41,14 @@ DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
     column->setContentsMargins(28, 24, 28, 22);
     column->setSpacing(10);
     column->addWidget(text(QStringLiteral("Dust Cycle"), theme::FontRole::dialogTitle, true, this));
-    column->addWidget(text(QStringLiteral("Pulses the fans through five spin-up / spin-down cycles (~25 seconds) "
-                                          "to shake loose surface dust."),
-                           theme::FontRole::body, true, this));
-    column->addWidget(text(QStringLiteral("Ends automatically and returns to your current mode. Not a substitute "
-                                          "for physically cleaning vents."),
-                           theme::FontRole::body, false, this));
+    column->addWidget(
+        text(QStringLiteral("Pulses the fans through five spin-up / spin-down cycles (~25 seconds) "
+                            "to shake loose surface dust."),
+             theme::FontRole::body, true, this));
+    column->addWidget(
+        text(QStringLiteral("Ends automatically and returns to your current mode. Not a substitute "
+                            "for physically cleaning vents."),
+             theme::FontRole::body, false, this));
     column->addSpacing(8);
     auto* buttons = new QHBoxLayout();
     buttons->addWidget(cancel_);

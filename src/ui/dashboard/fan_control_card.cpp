@@ -28,6 +28,16 @@ QLabel* secondaryLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
+// The fans' ids in ascending order, which is how their names are given.
+std::vector<int> fanIDs(const std::map<int, FanStatus>& fans) {
+    std::vector<int> ids;
+    ids.reserve(fans.size());
+    for (const auto& entry : fans) {
+        ids.push_back(entry.first);
+    }
+    return ids;
+}
+
 } // namespace
 
 FanControlCard::FanControlCard(HalvorenEngine& engine, QWidget* parent)
@@ -53,11 +63,13 @@ FanControlCard::FanControlCard(HalvorenEngine& engine, QWidget* parent)
     sourceRow->addWidget(basedOn_);
     sourceRow->addStretch(1);
     basedOn_->setToolTip(QStringLiteral("The sensor that drives automatic fan response."));
-    for (const auto& [source, raw] : EnumTable<ControlSource>::entries) {
+    for (const auto& entry : EnumTable<ControlSource>::entries) {
+        const ControlSource source = entry.first;
         QAction* action = sourceMenu_.addAction(dashboard::controlSourceLabel(source));
         action->setCheckable(true);
         action->setData(static_cast<int>(source));
-        QObject::connect(action, &QAction::triggered, this, [this, source] { engine_.setControlSource(source); });
+        QObject::connect(action, &QAction::triggered, this,
+                         [this, source] { engine_.setControlSource(source); });
     }
     QObject::connect(basedOn_, &QAbstractButton::clicked, this,
                      [this] { sourceMenu_.popup(basedOn_->mapToGlobal(QPoint(0, basedOn_->height()))); });
@@ -69,8 +81,10 @@ FanControlCard::FanControlCard(HalvorenEngine& engine, QWidget* parent)
     auto* tabRow = new QHBoxLayout(modeTabs_);
     tabRow->setContentsMargins(0, 0, 0, 0);
     tabRow->setSpacing(0);
-    for (const auto& [mode, label] : dashboard::fanModes) {
-        auto* tab = modeTabs_->addTab(new PresetTabButton(QString::fromUtf8(label), std::string(), QString()));
+    for (const dashboard::FanModeInfo& info : dashboard::fanModes) {
+        const dashboard::FanMode mode = info.mode;
+        auto* tab =
+            modeTabs_->addTab(new PresetTabButton(QString::fromUtf8(info.label), std::string(), QString()));
         tabRow->addWidget(tab);
         QObject::connect(tab, &QAbstractButton::clicked, this, [this, mode] {
             dashboard::selectMode(engine_, mode);
@@ -88,7 +102,8 @@ FanControlCard::FanControlCard(HalvorenEngine& engine, QWidget* parent)
     warningColumn_ = new QVBoxLayout();
     warningColumn_->setSpacing(4);
     column->addLayout(warningColumn_);
-    empty_->setText(QStringLiteral("No fans detected"), QStringLiteral("This Mac reports no controllable fans."));
+    empty_->setText(QStringLiteral("No fans detected"),
+                    QStringLiteral("This Mac reports no controllable fans."));
     column->addWidget(empty_);
 
     auto* dustRow = new QHBoxLayout();
@@ -140,8 +155,9 @@ void FanControlCard::refreshSource() {
 }
 
 void FanControlCard::refreshMode() {
-    const dashboard::FanMode mode = dashboard::currentMode(
-        engine_.manualFanTargets().value(), engine_.activeProfile().value(), engine_.isTurboEngaged().value());
+    const dashboard::FanMode mode =
+        dashboard::currentMode(engine_.manualFanTargets().value(), engine_.activeProfile().value(),
+                               engine_.isTurboEngaged().value());
     modeTabs_->setCurrent(static_cast<int>(mode));
 }
 
@@ -163,10 +179,7 @@ void FanControlCard::refreshFans() {
             meters_.push_back(meter);
         }
     }
-    std::vector<int> ids;
-    for (const auto& [id, fan] : fans) {
-        ids.push_back(id);
-    }
+    const std::vector<int> ids = fanIDs(fans);
     const auto& manual = engine_.manualFanTargets().value();
     std::size_t index = 0;
     for (const auto& [id, fan] : fans) {
@@ -185,10 +198,7 @@ void FanControlCard::refreshWarnings() {
     }
     warnings_.clear();
     const auto& fans = engine_.fans().value();
-    std::vector<int> ids;
-    for (const auto& [id, fan] : fans) {
-        ids.push_back(id);
-    }
+    const std::vector<int> ids = fanIDs(fans);
     for (const auto& [id, warning] : engine_.fanHealthWarnings().value()) {
         const dashboard::FanWarningText text = dashboard::fanWarningText(warning);
         auto* line = new NoticeView(NoticeView::Style::line, "exclamationmark.triangle.fill", this);

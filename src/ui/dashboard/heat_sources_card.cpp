@@ -54,7 +54,8 @@ void HeatSourceRow::leaveEvent(QEvent* event) {
 
 void HeatSourceRow::resizeEvent(QResizeEvent* /*event*/) {
     const QSize hint = quit_->sizeHint();
-    quit_->setGeometry(width() - 60 - hint.width(), (height() - hint.height()) / 2, hint.width(), hint.height());
+    quit_->setGeometry(width() - 60 - hint.width(), (height() - hint.height()) / 2, hint.width(),
+                       hint.height());
 }
 
 void HeatSourceRow::paintEvent(QPaintEvent* /*event*/) {
@@ -64,7 +65,8 @@ void HeatSourceRow::paintEvent(QPaintEvent* /*event*/) {
     const QRectF area(rect());
     if (hovered_) {
         painter.setPen(Qt::NoPen);
-        painter.setBrush(look == theme::Appearance::dark ? QColor(255, 255, 255, 20) : QColor(255, 255, 255, 140));
+        painter.setBrush(look == theme::Appearance::dark ? QColor(255, 255, 255, 20)
+                                                         : QColor(255, 255, 255, 140));
         painter.drawRoundedRect(area, 9.0, 9.0);
     }
     const QString name = QString::fromStdString(source_.name);
@@ -86,7 +88,8 @@ void HeatSourceRow::paintEvent(QPaintEvent* /*event*/) {
     painter.setFont(theme::font(theme::FontRole::rowValue));
     painter.setPen(theme::secondaryColor(look));
     const QRectF share(area.right() - 58, area.top(), 48, area.height());
-    theme::drawTabularText(painter, share, Qt::AlignRight | Qt::AlignVCenter, dashboard::heatShareText(source_.cpuShare));
+    theme::drawTabularText(painter, share, Qt::AlignRight | Qt::AlignVCenter,
+                           dashboard::heatShareText(source_.cpuShare));
     painter.setFont(theme::font(theme::FontRole::body));
     painter.setPen(theme::primaryColor(look));
     const double right = quit_->isVisible() ? quit_->geometry().left() - 8.0 : share.left() - 8.0;
@@ -108,9 +111,11 @@ HeatSourcesCard::HeatSourcesCard(const HalvorenEngine& engine, QWidget* parent)
     auto* tabRow = new QHBoxLayout(tabs_);
     tabRow->setContentsMargins(0, 0, 0, 0);
     tabRow->setSpacing(0);
-    for (const auto& [mode, title] : {std::pair{dashboard::HeatSourceMode::live, "Live"},
-                                      std::pair{dashboard::HeatSourceMode::today, "Today"}}) {
-        auto* tab = tabs_->addTab(new PresetTabButton(QString::fromLatin1(title), std::string(), QString()));
+    for (const auto& choice : {std::pair{dashboard::HeatSourceMode::live, "Live"},
+                               std::pair{dashboard::HeatSourceMode::today, "Today"}}) {
+        const dashboard::HeatSourceMode mode = choice.first;
+        auto* tab =
+            tabs_->addTab(new PresetTabButton(QString::fromLatin1(choice.second), std::string(), QString()));
         tabRow->addWidget(tab);
         QObject::connect(tab, &QAbstractButton::clicked, this, [this, mode] { setMode(mode); });
     }
@@ -131,7 +136,7 @@ HeatSourcesCard::HeatSourcesCard(const HalvorenEngine& engine, QWidget* parent)
     refresh();
 }
 
-void HeatSourcesCard::setOnQuit(std::function<void(const std::string&)> quit) {
+void HeatSourcesCard::setOnQuit(const std::function<void(const std::string&)>& quit) {
     for (HeatSourceRow* row : rows_) {
         row->setOnQuit(quit);
     }
@@ -144,8 +149,8 @@ void HeatSourcesCard::setMode(dashboard::HeatSourceMode mode) {
 }
 
 void HeatSourcesCard::refresh() {
-    const auto shown =
-        dashboard::displayedHeatSources(mode_, engine_.heatSources().value(), engine_.dailyHeatSources().value());
+    const auto shown = dashboard::displayedHeatSources(mode_, engine_.heatSources().value(),
+                                                       engine_.dailyHeatSources().value());
     for (std::size_t i = 0; i < rows_.size(); ++i) {
         rows_[i]->setVisible(i < shown.size());
         if (i < shown.size()) {

@@ -47,7 +47,7 @@ public:
     HeatSourcesCard(const HalvorenEngine& engine, QWidget* parent = nullptr);
 
     // The quit request; by default the platform asks the user's own processes to end.
-    void setOnQuit(std::function<void(const std::string&)> quit);
+    void setOnQuit(const std::function<void(const std::string&)>& quit);
     void setMode(dashboard::HeatSourceMode mode);
     dashboard::HeatSourceMode mode() const { return mode_; }
 

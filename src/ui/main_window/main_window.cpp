@@ -30,7 +30,9 @@ namespace halvoren {
 
 namespace {
 
-const QString sectionKey = QString::fromLatin1(SettingsStore::selectedSectionKey);
+QString sectionKey() {
+    return QString::fromLatin1(SettingsStore::selectedSectionKey);
+}
 
 // A section still to be built: its title over an empty card.
 QWidget* placeholder(const SectionInfo& info, const HalvorenEngine& engine) {
@@ -127,9 +129,8 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
         // Control on Linux; Qt maps it to Command on macOS.
         auto* shortcut = new QShortcut(
             QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(info.section))), this);
-        QObject::connect(shortcut, &QShortcut::activated, this, [this, section = info.section] {
-            selectSection(section);
-        });
+        QObject::connect(shortcut, &QShortcut::activated, this,
+                         [this, section = info.section] { selectSection(section); });
         shortcuts_[static_cast<std::size_t>(info.section)] = shortcut;
     }
     setTabOrder(&sidebar_->item(Section::settings), turbo_);
@@ -141,7 +142,7 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     refreshHelper();
     refreshTurbo();
     refreshOverheat();
-    selectSection(sectionFromRaw(settings_.value(sectionKey).toString()));
+    selectSection(sectionFromRaw(settings_.value(sectionKey()).toString()));
 }
 
 MainWindow::~MainWindow() {
@@ -151,7 +152,7 @@ MainWindow::~MainWindow() {
 void MainWindow::selectSection(Section section) {
     section_ = section;
     const SectionInfo& info = sectionInfo(section);
-    settings_.setValue(sectionKey, QString::fromUtf8(info.raw));
+    settings_.setValue(sectionKey(), QString::fromUtf8(info.raw));
     sidebar_->setCurrent(section);
     title_->setText(QString::fromUtf8(info.title));
     pages_->setCurrentIndex(static_cast<int>(section));
@@ -177,13 +178,14 @@ void MainWindow::refreshHelper() {
     helperBanner_->setText(banner->title, detail);
     helperBanner_->setTint(theme::accentColor(engine_.accentChoice().value()));
     helperBanner_->setAction(helperActionTitle(banner->action), "lock.shield.fill");
-    QObject::connect(&helperBanner_->action(), &QAbstractButton::clicked, this, [this, action = banner->action] {
-        if (action == HelperAction::install) {
-            engine_.installHelper();
-        } else if (action == HelperAction::approve) {
-            engine_.openHelperApproval();
-        }
-    });
+    QObject::connect(&helperBanner_->action(), &QAbstractButton::clicked, this,
+                     [this, action = banner->action] {
+                         if (action == HelperAction::install) {
+                             engine_.installHelper();
+                         } else if (action == HelperAction::approve) {
+                             engine_.openHelperApproval();
+                         }
+                     });
 }
 
 void MainWindow::refreshTurbo() {
@@ -199,7 +201,7 @@ void MainWindow::refreshOverheat() {
 }
 
 void MainWindow::present() {
-    selectSection(sectionFromRaw(settings_.value(sectionKey).toString()));
+    selectSection(sectionFromRaw(settings_.value(sectionKey()).toString()));
     if (!placed_) {
         placed_ = true;
         QScreen* screen = QGuiApplication::screenAt(QCursor::pos());

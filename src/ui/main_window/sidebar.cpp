@@ -25,7 +25,7 @@ SidebarItem::SidebarItem(const SectionInfo& info, QWidget* parent)
     , symbol_(info.symbol) {
     setCheckable(true);
     setAccessibleName(title_);
-    setFixedHeight(sizeHint().height());
+    setFixedHeight(itemHeight);
 }
 
 void SidebarItem::keyPressEvent(QKeyEvent* event) {

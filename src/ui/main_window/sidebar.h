@@ -14,7 +14,8 @@ class SidebarItem : public PanelButton {
 public:
     SidebarItem(const SectionInfo& info, QWidget* parent = nullptr);
     Section section() const { return section_; }
-    QSize sizeHint() const override { return {190, 34}; }
+    static constexpr int itemHeight = 34;
+    QSize sizeHint() const override { return {190, itemHeight}; }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;

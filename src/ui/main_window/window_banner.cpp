@@ -67,11 +67,13 @@ void WindowBanner::paintEvent(QPaintEvent* /*event*/) {
                          titleMetrics.elidedText(title_, Qt::ElideRight, text.width()));
         return;
     }
-    painter.drawText(QRectF(text.left(), text.center().y() - 19, text.width(), 19), Qt::AlignLeft | Qt::AlignBottom,
+    painter.drawText(QRectF(text.left(), text.center().y() - 19, text.width(), 19),
+                     Qt::AlignLeft | Qt::AlignBottom,
                      titleMetrics.elidedText(title_, Qt::ElideRight, text.width()));
     painter.setFont(theme::font(theme::FontRole::caption));
     painter.setPen(theme::secondaryColor(look));
-    painter.drawText(QRectF(text.left(), text.center().y() + 1, text.width(), 18), Qt::AlignLeft | Qt::AlignTop,
+    painter.drawText(QRectF(text.left(), text.center().y() + 1, text.width(), 18),
+                     Qt::AlignLeft | Qt::AlignTop,
                      QFontMetricsF(painter.font()).elidedText(detail_, Qt::ElideRight, text.width()));
 }
 

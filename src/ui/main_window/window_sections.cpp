@@ -30,18 +30,21 @@ std::optional<HelperBannerText> helperBannerText(const HelperState& state, bool 
     case HelperState::Kind::connected:
         return std::nullopt;
     case HelperState::Kind::notRegistered:
-        return HelperBannerText{QStringLiteral("Fan control needs the helper installed"),
-                                QStringLiteral("Readings are live. Install the helper to enable fan control."),
-                                HelperAction::install};
+        return HelperBannerText{
+            QStringLiteral("Fan control needs the helper installed"),
+            QStringLiteral("Readings are live. Install the helper to enable fan control."),
+            HelperAction::install};
     case HelperState::Kind::requiresApproval:
-        return HelperBannerText{QStringLiteral("Fan control needs approval"),
-                                QStringLiteral("Approve Halvoren's helper in System Settings \u2192 Login Items "
-                                               "to enable fan control."),
-                                HelperAction::approve};
+        return HelperBannerText{
+            QStringLiteral("Fan control needs approval"),
+            QStringLiteral("Approve Halvoren's helper in System Settings \u2192 Login Items "
+                           "to enable fan control."),
+            HelperAction::approve};
     case HelperState::Kind::enabled:
-        return HelperBannerText{QStringLiteral("Connecting to the fan-control helper\u2026"),
-                                QStringLiteral("The helper is registered. Establishing the control connection."),
-                                HelperAction::none};
+        return HelperBannerText{
+            QStringLiteral("Connecting to the fan-control helper\u2026"),
+            QStringLiteral("The helper is registered. Establishing the control connection."),
+            HelperAction::none};
     case HelperState::Kind::unavailable:
         break;
     }

@@ -43,7 +43,9 @@ public:
     static constexpr int tabHeight = 62;
     static constexpr int compactHeight = 30;
     bool isCompact() const { return symbol_.empty() && subtitle_.isEmpty(); }
-    QSize sizeHint() const override { return {isCompact() ? 72 : 96, isCompact() ? compactHeight : tabHeight}; }
+    QSize sizeHint() const override {
+        return {isCompact() ? 72 : 96, isCompact() ? compactHeight : tabHeight};
+    }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;

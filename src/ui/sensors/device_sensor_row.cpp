@@ -34,14 +34,16 @@ QString valueText(const DeviceSensorReading& reading, bool fahrenheit, bool prec
 }
 
 QString accessibleLabel(const DeviceSensorReading& reading, bool fahrenheit, bool precise) {
-    const QString value = reading.value
-                              ? QString::fromStdString(TemperatureFormat::display(*reading.value, fahrenheit, precise))
-                              : QStringLiteral("no reading");
+    const QString value =
+        reading.value
+            ? QString::fromStdString(TemperatureFormat::display(*reading.value, fahrenheit, precise))
+            : QStringLiteral("no reading");
     return QString::fromStdString(reading.name) + QStringLiteral(", ") + value;
 }
 
 QString accessibleHint(bool expanded) {
-    return expanded ? QStringLiteral("Double tap to collapse history") : QStringLiteral("Double tap to expand history");
+    return expanded ? QStringLiteral("Double tap to collapse history")
+                    : QStringLiteral("Double tap to expand history");
 }
 
 double graphTemperature(const DeviceSensorReading& reading, const std::vector<double>& history) {
@@ -115,7 +117,7 @@ void DeviceSensorRow::paintContent(QPainter& painter, const QRectF& rect) {
     const bool dark = look == theme::Appearance::dark;
     if (isHovered() || expanded_) {
         painter.setPen(Qt::NoPen);
-        QColor fill = dark ? QColor(255, 255, 255) : QColor(255, 255, 255);
+        QColor fill(Qt::white);
         fill.setAlphaF(dark ? (isHovered() ? 0.09F : 0.06F) : (isHovered() ? 0.6F : 0.42F));
         painter.setBrush(fill);
         painter.drawRoundedRect(rect, 10.0, 10.0);
@@ -130,7 +132,8 @@ void DeviceSensorRow::paintContent(QPainter& painter, const QRectF& rect) {
     painter.setBrush(wash);
     painter.drawRoundedRect(chip, 7.0, 7.0);
     theme::paintSymbol(painter, chip.adjusted(5, 5, -5, -5), reading_.symbol,
-                       reading_.value ? theme::thermalTextColor(*reading_.value, dark) : theme::secondaryColor(look));
+                       reading_.value ? theme::thermalTextColor(*reading_.value, dark)
+                                      : theme::secondaryColor(look));
 
     const QRectF chevron(line.right() - 14, line.center().y() - 7, 14, 14);
     theme::paintSymbol(painter, chevron, "chevron.right", theme::secondaryColor(look),
@@ -138,23 +141,25 @@ void DeviceSensorRow::paintContent(QPainter& painter, const QRectF& rect) {
 
     painter.setFont(theme::font(theme::FontRole::rowValueLarge));
     const QString value = sensor_row::valueText(reading_, fahrenheit_, precise_);
-    painter.setPen(reading_.value ? theme::thermalTextColor(*reading_.value, dark) : theme::secondaryColor(look));
+    painter.setPen(reading_.value ? theme::thermalTextColor(*reading_.value, dark)
+                                  : theme::secondaryColor(look));
     const QRectF valueRect(chevron.left() - 90, line.top(), 82, line.height());
     theme::drawTabularText(painter, valueRect, Qt::AlignRight | Qt::AlignVCenter, value);
 
     painter.setFont(theme::font(theme::FontRole::body));
     painter.setPen(theme::primaryColor(look));
     const QRectF nameRect(chip.right() + 10, line.top(), valueRect.left() - chip.right() - 18, line.height());
-    painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
-                     QFontMetricsF(painter.font()).elidedText(QString::fromStdString(reading_.name),
-                                                              Qt::ElideRight, nameRect.width()));
+    painter.drawText(
+        nameRect, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
+        QFontMetricsF(painter.font())
+            .elidedText(QString::fromStdString(reading_.name), Qt::ElideRight, nameRect.width()));
 
     if (expanded_ && !history_.empty()) {
         const auto [low, high] = std::ranges::minmax(history_);
         painter.setFont(theme::font(theme::FontRole::captionSmall));
         painter.setPen(theme::secondaryColor(look));
-        const QRectF range(nameRect.left(), rect.top() + lineHeight + graphHeight + 2, line.right() - nameRect.left(),
-                           rangeHeight);
+        const QRectF range(nameRect.left(), rect.top() + lineHeight + graphHeight + 2,
+                           line.right() - nameRect.left(), rangeHeight);
         theme::drawTabularText(painter, range, Qt::AlignLeft | Qt::AlignVCenter,
                                QStringLiteral("min ") + formatted(low, fahrenheit_, precise_));
         theme::drawTabularText(painter, range, Qt::AlignRight | Qt::AlignVCenter,

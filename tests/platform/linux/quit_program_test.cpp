@@ -20,7 +20,7 @@ TEST(QuitProgram, FindsOnlyTheUsersOwnProcessesOfTheApplication) {
         }
     };
     process("100", "blender", 1000);
-    process("101", "blender", 1001);                    // another user's
+    process("101", "blender", 1001);                     // another user's
     process("102", "python3", 1000, "/usr/bin/blender"); // known by its executable
     process("103", "blend", 1000);                       // a name that merely starts alike
     std::filesystem::create_directories(root / "104");   // ended before it was read

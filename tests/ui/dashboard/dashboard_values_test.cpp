@@ -9,8 +9,12 @@ namespace halvoren::dashboard {
 namespace {
 
 FanProfile constant(std::int64_t rpm, std::string name = "Manual Lock") {
-    return FanProfile{.id = Uuid::random(), .name = std::move(name), .mode = ControlMode::constantRPM,
-                      .constantTargetRPM = rpm, .targetSensorGroupID = "max", .curvePoints = {}};
+    return FanProfile{.id = Uuid::random(),
+                      .name = std::move(name),
+                      .mode = ControlMode::constantRPM,
+                      .constantTargetRPM = rpm,
+                      .targetSensorGroupID = "max",
+                      .curvePoints = {}};
 }
 
 TEST(DashboardMode, FollowsTargetsThenBuiltInsThenTheKindOfProfile) {
@@ -45,7 +49,8 @@ TEST(DashboardMode, FollowsTargetsThenBuiltInsThenTheKindOfProfile) {
 
 TEST(DashboardForecast, ChipAndSpokenValueNameTheTimeAndThreshold) {
     const ForecastChipState steady{.symbolName = "arrow.right", .labelWord = "Steady", .etaWholeMinutes = {}};
-    const ForecastChipState soon{.symbolName = "arrow.up.right", .labelWord = "Rising", .etaWholeMinutes = 14};
+    const ForecastChipState soon{
+        .symbolName = "arrow.up.right", .labelWord = "Rising", .etaWholeMinutes = 14};
     EXPECT_EQ(forecastChipText(steady, 95.0, false, false), "Steady");
     EXPECT_EQ(forecastChipText(soon, 95.0, false, false), "14 min to 95°C");
     EXPECT_EQ(forecastChipText(soon, 95.0, true, false), "14 min to 203°F");
@@ -54,7 +59,7 @@ TEST(DashboardForecast, ChipAndSpokenValueNameTheTimeAndThreshold) {
 }
 
 TEST(DashboardSensors, PinnedFirstInOrderThenHottestUpToSix) {
-    const auto reading = [](std::string id, std::optional<double> value) {
+    const auto reading = [](const std::string& id, std::optional<double> value) {
         return DeviceSensorReading{.id = id, .name = id, .symbol = "cpu", .value = value};
     };
     const std::vector<DeviceSensorReading> all{reading("a", 40), reading("b", 70), reading("c", std::nullopt),
@@ -87,7 +92,8 @@ TEST(DashboardHeatSources, FirstFiveOfTheChosenListAndEmptyTexts) {
 TEST(DashboardTexts, DustCycleAndSensorRowWording) {
     EXPECT_EQ(dustCycleRunningText(DustCycleUIState::running(12)), "Dust cycle \u00b7 12s");
     EXPECT_FALSE(dustCycleRunningText(DustCycleUIState::completed()));
-    const DeviceSensorReading none{.id = "TB0T", .name = "Battery", .symbol = "battery.100percent", .value = {}};
+    const DeviceSensorReading none{
+        .id = "TB0T", .name = "Battery", .symbol = "battery.100percent", .value = {}};
     EXPECT_EQ(sensor_row::valueText(none, false, false), "\u2014");
     EXPECT_EQ(sensor_row::accessibleLabel(none, false, false), "Battery, no reading");
     EXPECT_EQ(sensor_row::graphTemperature(none, {}), 0.0);
@@ -137,8 +143,8 @@ TEST(WindowSections, HelperTextsPerState) {
          HelperAction::install},
         {HelperState::requiresApproval(), true, "Sensors unavailable", "Fan control needs approval",
          HelperAction::approve},
-        {HelperState::unavailable("cannot open AppleSMC"), false, "Sensors unavailable", "Sensors unavailable",
-         HelperAction::none},
+        {HelperState::unavailable("cannot open AppleSMC"), false, "Sensors unavailable",
+         "Sensors unavailable", HelperAction::none},
         {HelperState::unavailable("helper crashed"), true, "Sensors unavailable",
          "SMC unavailable: helper crashed", HelperAction::install},
     };

@@ -58,9 +58,15 @@ TEST_F(DashboardViewTest, WithoutFansAnEmptyStateAndNoDustCycle) {
 }
 
 TEST_F(DashboardViewTest, OnlyOneSensorRowIsOpen) {
-    const auto sensor = [](std::string key, std::string name, SensorCategory category, double celsius) {
-        return SMCSensor{.id = key, .key = key, .name = std::move(name), .category = category,
-                         .currentTemp = celsius, .sensorClass = SensorClass::temperature, .unit = "°C"};
+    const auto sensor = [](const std::string& key, std::string name, SensorCategory category,
+                           double celsius) {
+        return SMCSensor{.id = key,
+                         .key = key,
+                         .name = std::move(name),
+                         .category = category,
+                         .currentTemp = celsius,
+                         .sensorClass = SensorClass::temperature,
+                         .unit = "°C"};
     };
     SensorPoller::Snapshot snapshot;
     snapshot.allSensors = {sensor("TC0P", "CPU Proximity", SensorCategory::cpu, 60.0),

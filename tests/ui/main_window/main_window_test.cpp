@@ -51,7 +51,8 @@ TEST_F(MainWindowTest, SectionsComeFromTheSettingsAndShortcutsAndArrowsMoveAndSt
     EXPECT_EQ(window.section(), Section::dashboard);
     for (const SectionInfo& info : sections) {
         QShortcut* shortcut = window.shortcuts()[static_cast<std::size_t>(info.section)];
-        EXPECT_EQ(shortcut->key(), QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + int(info.section))));
+        EXPECT_EQ(shortcut->key(),
+                  QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + int(info.section))));
         emit shortcut->activated();
         EXPECT_EQ(window.section(), info.section);
         EXPECT_EQ(storedSection(), QString::fromUtf8(info.raw));
