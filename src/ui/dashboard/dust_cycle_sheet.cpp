@@ -16,9 +16,13 @@ namespace halvoren {
 
 namespace {
 
+constexpr int textWidth = 364;
+
 QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
     auto* label = new QLabel(words, parent);
     label->setWordWrap(true);
+    // A set width lets the sheet grow to the wrapped lines' height.
+    label->setFixedWidth(textWidth);
     label->setFont(theme::font(role));
     QPalette ink = label->palette();
     const theme::Appearance look = theme::currentAppearance();
@@ -36,8 +40,8 @@ DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
     setWindowTitle(QStringLiteral("Dust Cycle"));
     setAttribute(Qt::WA_TranslucentBackground);
     setWindowModality(Qt::WindowModal);
-    setFixedWidth(420);
     auto* column = new QVBoxLayout(this);
+    column->setSizeConstraint(QLayout::SetFixedSize);
     column->setContentsMargins(28, 24, 28, 22);
     column->setSpacing(10);
     column->addWidget(text(QStringLiteral("Dust Cycle"), theme::FontRole::dialogTitle, true, this));
