@@ -39,7 +39,7 @@ protected:
                                         .power = std::make_shared<FakePowerStateObserver>(),
                                         .microphone = std::make_shared<FakeMicActivityMonitor>(),
                                         .applications = std::make_shared<FakeApplicationWatcher>(),
-                                        .notifications = std::make_shared<FakeNotificationCenter>(),
+                                        .notifications = notifications,
                                         .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
                                         .dataDirectory = dir.path(),
                                         .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
@@ -79,6 +79,7 @@ protected:
     ManualClock clock;
     ManualTimerSource timers{clock};
     FakeFanDriver driver;
+    std::shared_ptr<FakeNotificationCenter> notifications = std::make_shared<FakeNotificationCenter>();
     std::unique_ptr<HalvorenEngine> engine;
 };
 

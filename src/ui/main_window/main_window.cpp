@@ -1,27 +1,65 @@
 #include "ui/main_window/main_window.h"
 
+#include "core/competing_fan_controllers.h"
 #include "engine/halvoren_engine.h"
+#include "engine/settings_store.h"
+#include "platform/running_programs.h"
 #include "ui/components/ambient_backdrop.h"
 #include "ui/components/module_card.h"
+#include "ui/dashboard/dashboard_view.h"
+#include "ui/main_window/sidebar.h"
+#include "ui/main_window/window_banner.h"
+#include "ui/panel/panel_buttons.h"
 #include "ui/theme/backdrop.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"
-#include "ui/weather/fan_flow_meter.h"
-#include "ui/weather/weather_hero_view.h"
+#include "ui/theme/thermal_color.h"
 
 #include <QApplication>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QScreen>
+#include <QSettings>
+#include <QShortcut>
+#include <QStackedWidget>
 #include <QVBoxLayout>
 
 namespace halvoren {
 
+namespace {
+
+QString sectionKey() {
+    return QString::fromLatin1(SettingsStore::selectedSectionKey);
+}
+
+// A section still to be built: its title over an empty card.
+QWidget* placeholder(const SectionInfo& info, const HalvorenEngine& engine) {
+    auto* page = new QWidget();
+    auto* column = new QVBoxLayout(page);
+    column->setContentsMargins(28, 8, 28, 28);
+    auto* body = new ModuleCard(page);
+    body->setTitle(QString::fromUtf8(info.title));
+    body->setFrost(engine.glassFrost().value());
+    body->setAccessibleName(QString::fromUtf8(info.title));
+    column->addWidget(body, 1);
+    return page;
+}
+
+} // namespace
+
 MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* parent)
     : QWidget(parent)
     , engine_(engine)
-    , backdrop_(new AmbientBackdrop(this)) {
+    , settings_(settings)
+    , backdrop_(new AmbientBackdrop(this))
+    , sidebar_(new Sidebar(this))
+    , title_(new QLabel(this))
+    , turbo_(new FooterButton(QStringLiteral("Turbo"), "flame", this))
+    , overheatBanner_(new WindowBanner("flame.fill", this))
+    , helperBanner_(new WindowBanner("lock.shield.fill", this))
+    , pages_(new QStackedWidget(this)) {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Halvoren"));
     setMinimumSize(minimumContentSize);
@@ -30,69 +68,140 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     backdrop_->setScene(engine_.backdropScene().value());
     backdrop_->setExplicitScene(theme::launchArgumentOverride(QApplication::arguments()));
     watch_.on(engine_.backdropScene(), [this] { backdrop_->setScene(engine_.backdropScene().value()); });
+    const QColor accent = theme::accentColor(engine_.accentChoice().value());
 
-    auto* layout = new QVBoxLayout(this);
-    layout->setContentsMargins(32, 28, 32, 32);
-    layout->setSpacing(18);
-    auto* title = new QLabel(QStringLiteral("Dashboard"), this);
-    title->setFont(theme::font(theme::FontRole::dialogTitle));
-    QPalette ink = title->palette();
+    auto* split = new QHBoxLayout(this);
+    split->setContentsMargins(0, 0, 0, 0);
+    split->setSpacing(0);
+    sidebar_->setAccent(accent);
+    sidebar_->setFixedWidth(Sidebar::idealWidth);
+    sidebar_->setOnSelect([this](Section section) { selectSection(section); });
+    split->addWidget(sidebar_);
+
+    auto* detail = new QWidget(this);
+    detail->setMinimumWidth(detailMinimumWidth);
+    auto* column = new QVBoxLayout(detail);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(12);
+    auto* toolbar = new QHBoxLayout();
+    toolbar->setContentsMargins(28, 20, 20, 0);
+    title_->setFont(theme::font(theme::FontRole::dialogTitle));
+    QPalette ink = title_->palette();
     ink.setColor(QPalette::WindowText, theme::primaryColor(theme::currentAppearance()));
-    title->setPalette(ink);
-    layout->addWidget(title);
+    title_->setPalette(ink);
+    toolbar->addWidget(title_);
+    toolbar->addStretch(1);
+    turbo_->setAccent(accent);
+    turbo_->setToolTip(QStringLiteral("Every fan at full speed until turned off"));
+    QObject::connect(turbo_, &QAbstractButton::clicked, this, [this] {
+        if (engine_.isTurboEngaged().value()) {
+            engine_.disengageTurbo();
+        } else {
+            engine_.engageTurbo();
+        }
+    });
+    toolbar->addWidget(turbo_);
+    column->addLayout(toolbar);
 
-    auto* weather = new ModuleCard(this);
-    weather->setFrost(engine_.glassFrost().value());
-    auto* weatherLayout = new QVBoxLayout(weather);
-    weatherLayout->addWidget(new WeatherHeroView(engine_, settings, weather));
-    layout->addWidget(weather);
+    auto* banners = new QVBoxLayout();
+    banners->setContentsMargins(28, 0, 28, 0);
+    banners->setSpacing(8);
+    overheatBanner_->setTint(theme::thermalColor(85.0));
+    overheatBanner_->setAction(QString(), "xmark.circle.fill");
+    overheatBanner_->action().setAccessibleName(QStringLiteral("Dismiss overheat alert"));
+    QObject::connect(&overheatBanner_->action(), &QAbstractButton::clicked, this,
+                     [this] { engine_.alerts().dismissInAppAlert(); });
+    banners->addWidget(overheatBanner_);
+    banners->addWidget(helperBanner_);
+    column->addLayout(banners);
 
-    auto* fans = new ModuleCard(this);
-    fans->setTitle(QStringLiteral("Fans"));
-    fans->setFrost(engine_.glassFrost().value());
-    fanRow_ = new QHBoxLayout(fans);
-    fanRow_->setSpacing(28);
-    layout->addWidget(fans);
-    layout->addStretch(1);
-    watch_.on(engine_.fans(), [this] { refreshFans(); });
-    watch_.on(engine_.manualFanTargets(), [this] { refreshFans(); });
-    refreshFans();
+    dashboard_ = new DashboardView(engine_, settings_, [this](Section section) { selectSection(section); });
+    pages_->addWidget(dashboard_);
+    for (const SectionInfo& info : sections) {
+        if (info.section != Section::dashboard) {
+            pages_->addWidget(placeholder(info, engine_));
+        }
+    }
+    column->addWidget(pages_, 1);
+    split->addWidget(detail, 1);
+
+    for (const SectionInfo& info : sections) {
+        // Control on Linux; Qt maps it to Command on macOS.
+        auto* shortcut = new QShortcut(
+            QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(info.section))), this);
+        QObject::connect(shortcut, &QShortcut::activated, this,
+                         [this, section = info.section] { selectSection(section); });
+        shortcuts_[static_cast<std::size_t>(info.section)] = shortcut;
+    }
+    setTabOrder(&sidebar_->item(Section::settings), turbo_);
+
+    watch_.on(engine_.helperState(), [this] { refreshHelper(); });
+    watch_.on(engine_.smcAvailable(), [this] { refreshHelper(); });
+    watch_.on(engine_.isTurboEngaged(), [this] { refreshTurbo(); });
+    watch_.on(engine_.alerts().inAppAlert(), [this] { refreshOverheat(); });
+    refreshHelper();
+    refreshTurbo();
+    refreshOverheat();
+    selectSection(sectionFromRaw(settings_.value(sectionKey()).toString()));
 }
 
 MainWindow::~MainWindow() {
     engine_.setMainWindowVisible(false);
 }
 
-void MainWindow::refreshFans() {
-    const auto& fans = engine_.fans().value();
-    if (meters_.size() != fans.size()) {
-        for (FanFlowMeter* meter : meters_) {
-            delete meter;
-        }
-        meters_.clear();
-        for (std::size_t i = 0; i < fans.size(); ++i) {
-            auto* meter = new FanFlowMeter(FanFlowMeter::Style::regular, this);
-            meter->setAccent(theme::accentColor(engine_.accentChoice().value()));
-            meter->setOnManualTarget([this](int fan, double rpm) { engine_.setFanTarget(fan, rpm); });
-            fanRow_->addWidget(meter);
-            meters_.push_back(meter);
-        }
+void MainWindow::selectSection(Section section) {
+    section_ = section;
+    const SectionInfo& info = sectionInfo(section);
+    settings_.setValue(sectionKey(), QString::fromUtf8(info.raw));
+    sidebar_->setCurrent(section);
+    title_->setText(QString::fromUtf8(info.title));
+    pages_->setCurrentIndex(static_cast<int>(section));
+}
+
+void MainWindow::refreshHelper() {
+    const HelperState& state = engine_.helperState().value();
+    const bool connected = state.kind() == HelperState::Kind::connected;
+    sidebar_->setFooter(helperFooterText(state),
+                        connected ? QColor(0x34, 0xC7, 0x59)
+                                  : (state.kind() == HelperState::Kind::enabled ? QColor(0xFF, 0x9F, 0x0A)
+                                                                                : QColor(0xFF, 0x45, 0x3A)));
+    const std::optional<HelperBannerText> banner = helperBannerText(state, engine_.smcAvailable().value());
+    helperBanner_->setVisible(banner.has_value());
+    if (!banner) {
+        return;
     }
-    std::vector<int> ids;
-    for (const auto& [id, fan] : fans) {
-        ids.push_back(id);
+    QString detail = banner->detail;
+    if (!engine_.smcAvailable().value() && state.kind() == HelperState::Kind::unavailable) {
+        detail += QLatin1Char(' ') + QString::fromStdString(smcUnavailableDescription(
+                                         competingFanControllerName(runningProgramIdentifiers())));
     }
-    const auto& manual = engine_.manualFanTargets().value();
-    std::size_t index = 0;
-    for (const auto& [id, fan] : fans) {
-        FanFlowMeter* meter = meters_[index++];
-        meter->setFan(fan, ids);
-        const auto target = manual.find(id);
-        meter->setManualTarget(target == manual.end() ? std::nullopt : std::optional(target->second));
-    }
+    helperBanner_->setText(banner->title, detail);
+    helperBanner_->setTint(theme::accentColor(engine_.accentChoice().value()));
+    helperBanner_->setAction(helperActionTitle(banner->action), "lock.shield.fill");
+    QObject::connect(&helperBanner_->action(), &QAbstractButton::clicked, this,
+                     [this, action = banner->action] {
+                         if (action == HelperAction::install) {
+                             engine_.installHelper();
+                         } else if (action == HelperAction::approve) {
+                             engine_.openHelperApproval();
+                         }
+                     });
+}
+
+void MainWindow::refreshTurbo() {
+    const bool engaged = engine_.isTurboEngaged().value();
+    turbo_->setSymbol(engaged ? "flame.fill" : "flame");
+    turbo_->setAccessibleDescription(engaged ? QStringLiteral("On") : QStringLiteral("Off"));
+}
+
+void MainWindow::refreshOverheat() {
+    const std::optional<std::string>& alert = engine_.alerts().inAppAlert().value();
+    overheatBanner_->setVisible(alert.has_value());
+    overheatBanner_->setText(QString::fromStdString(alert.value_or(std::string())), QString());
 }
 
 void MainWindow::present() {
+    selectSection(sectionFromRaw(settings_.value(sectionKey()).toString()));
     if (!placed_) {
         placed_ = true;
         QScreen* screen = QGuiApplication::screenAt(QCursor::pos());

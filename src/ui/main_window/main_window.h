@@ -1,32 +1,51 @@
 #pragma once
 
 #include "ui/engine_watch.h"
+#include "ui/main_window/window_sections.h"
 
 #include <QWidget>
-#include <vector>
+#include <array>
+#include <optional>
 
+class QLabel;
 class QSettings;
-class QHBoxLayout;
+class QShortcut;
+class QStackedWidget;
 
 namespace halvoren {
 
 class AmbientBackdrop;
-class FanFlowMeter;
+class DashboardView;
+class FooterButton;
 class HalvorenEngine;
+class Sidebar;
+class WindowBanner;
 
-// The main window: the scene behind glass cards holding the weather and the fans, its size
-// rules, and the engine told whether it is on screen (the heat sampler hurries while it is).
-// Closing it hides it; the program goes on in the menu bar.
+// The main window: a sidebar of the sections beside the chosen section under a toolbar and the
+// banners, over the backdrop scene. The section is kept in the settings, shared with whoever
+// opens the window. The engine is told whether the window is on screen (the heat sampler
+// hurries while it is). Closing it hides it; the program goes on in the menu bar.
 class MainWindow : public QWidget {
 public:
     static constexpr QSize defaultSize{1100, 800};
     static constexpr QSize minimumContentSize{820, 620};
+    static constexpr int detailMinimumWidth = 560;
 
     MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* parent = nullptr);
     ~MainWindow() override;
 
-    // Shows the window, centred on the screen with the pointer the first time, and raises it.
+    // Shows the window on the stored section, centred on the screen with the pointer the first
+    // time, and raises it.
     void present();
+    void selectSection(Section section);
+    Section section() const { return section_; }
+
+    Sidebar& sidebar() const { return *sidebar_; }
+    FooterButton& turboButton() const { return *turbo_; }
+    WindowBanner& helperBanner() const { return *helperBanner_; }
+    WindowBanner& overheatBanner() const { return *overheatBanner_; }
+    DashboardView& dashboard() const { return *dashboard_; }
+    const std::array<QShortcut*, sections.size()>& shortcuts() const { return shortcuts_; }
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -34,12 +53,22 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void refreshFans();
+    void refreshHelper();
+    void refreshTurbo();
+    void refreshOverheat();
 
     HalvorenEngine& engine_;
+    QSettings& settings_;
     AmbientBackdrop* backdrop_;
-    QHBoxLayout* fanRow_ = nullptr;
-    std::vector<FanFlowMeter*> meters_;
+    Sidebar* sidebar_;
+    QLabel* title_;
+    FooterButton* turbo_;
+    WindowBanner* overheatBanner_;
+    WindowBanner* helperBanner_;
+    QStackedWidget* pages_;
+    DashboardView* dashboard_;
+    std::array<QShortcut*, sections.size()> shortcuts_{};
+    Section section_ = Section::dashboard;
     EngineWatch watch_;
     bool placed_ = false;
 };

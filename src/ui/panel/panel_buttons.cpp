@@ -91,7 +91,7 @@ PresetTabButton::PresetTabButton(QString title, std::string symbol, QString subt
     , symbol_(std::move(symbol))
     , subtitle_(std::move(subtitle)) {
     setCheckable(true);
-    setFixedHeight(tabHeight);
+    setFixedHeight(isCompact() ? compactHeight : tabHeight);
     setAccessibleName(title_);
     setAccessibleDescription(subtitle_);
 }
@@ -100,6 +100,12 @@ void PresetTabButton::paintContent(QPainter& painter, const QRectF& rect) {
     const theme::Appearance look = appearance();
     const QColor primary = theme::primaryColor(look);
     const QColor secondary = theme::secondaryColor(look);
+    if (isCompact()) {
+        drawText(painter, rect.adjusted(4, 0, -4, 0), theme::FontRole::bodyEmphasis,
+                 isChecked() ? primary : hoverLightened(secondary, isHovered()), Qt::AlignCenter, title_);
+        paintFocusRing(painter, rect, 8.0);
+        return;
+    }
     theme::paintSymbol(painter, QRectF(rect.center().x() - 9, rect.top() + 7, 18, 18), symbol_,
                        isChecked() ? accent() : hoverLightened(secondary, isHovered()));
     drawText(painter, QRectF(rect.left() + 4, rect.top() + 26, rect.width() - 8, 18),
@@ -271,8 +277,24 @@ FooterButton::FooterButton(QString title, std::string symbol, QWidget* parent)
     setAccessibleName(title_);
 }
 
+void FooterButton::setTitle(QString title) {
+    title_ = std::move(title);
+    setAccessibleName(title_);
+    updateGeometry();
+    update();
+}
+
+void FooterButton::setSymbol(std::string symbol) {
+    symbol_ = std::move(symbol);
+    updateGeometry();
+    update();
+}
+
 QSize FooterButton::sizeHint() const {
     const double text = QFontMetricsF(theme::font(theme::FontRole::body)).horizontalAdvance(title_);
+    if (title_.isEmpty()) {
+        return {28, 28};
+    }
     return {static_cast<int>(std::ceil(text)) + (symbol_.empty() ? 14 : 34), 28};
 }
 

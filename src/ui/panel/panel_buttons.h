@@ -35,12 +35,17 @@ private:
 };
 
 // One preset: its symbol over its title and a small subtitle. The lit background is drawn by
-// the row (`PresetTabs`) so that it can slide between tabs.
+// the row (`PresetTabs`) so that it can slide between tabs. With no symbol and no subtitle it
+// is a compact segment holding its title alone.
 class PresetTabButton : public PanelButton {
 public:
     PresetTabButton(QString title, std::string symbol, QString subtitle, QWidget* parent = nullptr);
     static constexpr int tabHeight = 62;
-    QSize sizeHint() const override { return {96, tabHeight}; }
+    static constexpr int compactHeight = 30;
+    bool isCompact() const { return symbol_.empty() && subtitle_.isEmpty(); }
+    QSize sizeHint() const override {
+        return {isCompact() ? 72 : 96, isCompact() ? compactHeight : tabHeight};
+    }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;
@@ -118,6 +123,8 @@ private:
 class FooterButton : public PanelButton {
 public:
     FooterButton(QString title, std::string symbol, QWidget* parent = nullptr);
+    void setTitle(QString title);
+    void setSymbol(std::string symbol);
     QSize sizeHint() const override;
 
 protected:

@@ -29,6 +29,7 @@ constexpr std::array symbols{
     SymbolGlyph{"checkmark.circle.fill", "check_circle", 0xe86c},
     SymbolGlyph{"checkmark.seal.fill", "verified", 0xef76},
     SymbolGlyph{"chevron.right", "chevron_right", 0xe5cc},
+    SymbolGlyph{"chevron.up.chevron.down", "unfold_more", 0xe5d7},
     SymbolGlyph{"circle.dashed", "radio_button_unchecked", 0xe836},
     SymbolGlyph{"cloud.bolt.fill", "thunderstorm", 0xebdb},
     SymbolGlyph{"cloud.fill", "cloud", 0xe2bd},

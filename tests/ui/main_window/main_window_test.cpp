@@ -1,11 +1,22 @@
+#include "engine/settings_store.h"
+#include "ui/dashboard/dashboard_view.h"
 #include "ui/main_window/main_window.h"
+#include "ui/main_window/sidebar.h"
+#include "ui/main_window/window_banner.h"
+#include "ui/panel/panel_buttons.h"
 #include "ui/ui_engine_fixture.h"
 #include "ui/weather/fan_flow_meter.h"
+
+#include <QKeyEvent>
+#include <QShortcut>
 
 namespace halvoren {
 namespace {
 
-using MainWindowTest = UiEngineTest;
+class MainWindowTest : public UiEngineTest {
+protected:
+    QString storedSection() const { return settings.value(SettingsStore::selectedSectionKey).toString(); }
+};
 
 TEST_F(MainWindowTest, SizedAsAMacWindowWithAMeterPerFanThatFollowsTheFans) {
     MainWindow window(*engine, settings);
@@ -14,6 +25,7 @@ TEST_F(MainWindowTest, SizedAsAMacWindowWithAMeterPerFanThatFollowsTheFans) {
     window.present();
     EXPECT_TRUE(window.isVisible());
     EXPECT_GE(window.width(), 820);
+    EXPECT_GE(window.sidebar().width(), Sidebar::minimumWidth);
 
     // The views carry no meta-object of their own, so the type is told by a dynamic cast.
     const auto meters = [&] {
@@ -31,6 +43,86 @@ TEST_F(MainWindowTest, SizedAsAMacWindowWithAMeterPerFanThatFollowsTheFans) {
     EXPECT_FALSE(window.isVisible());
     sweep(50.0, {fan(0, 2500.0), fan(1, 2100.0)});
     EXPECT_EQ(meters(), 2);
+}
+
+TEST_F(MainWindowTest, SectionsComeFromTheSettingsAndShortcutsAndArrowsMoveAndStoreThem) {
+    settings.setValue(SettingsStore::selectedSectionKey, QStringLiteral("history"));
+    MainWindow window(*engine, settings);
+    EXPECT_EQ(window.section(), Section::dashboard);
+    for (const SectionInfo& info : sections) {
+        QShortcut* shortcut = window.shortcuts()[static_cast<std::size_t>(info.section)];
+        EXPECT_EQ(shortcut->key(),
+                  QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + int(info.section))));
+        emit shortcut->activated();
+        EXPECT_EQ(window.section(), info.section);
+        EXPECT_EQ(storedSection(), QString::fromUtf8(info.raw));
+        EXPECT_TRUE(window.sidebar().item(info.section).isChecked());
+    }
+    // The shell writes the section before it opens the window.
+    settings.setValue(SettingsStore::selectedSectionKey, QStringLiteral("power"));
+    window.present();
+    EXPECT_EQ(window.section(), Section::power);
+    QKeyEvent up(QEvent::KeyPress, Qt::Key_Up, Qt::NoModifier);
+    QCoreApplication::sendEvent(&window.sidebar().item(Section::power), &up);
+    EXPECT_EQ(window.section(), Section::sensors);
+    for (int i = 0; i < 3; ++i) {
+        QCoreApplication::sendEvent(&window.sidebar().item(window.section()), &up);
+    }
+    EXPECT_EQ(window.section(), Section::dashboard); // stops at the top
+    window.dashboard().allSensorsButton().click();
+    EXPECT_EQ(storedSection(), "sensors");
+}
+
+TEST_F(MainWindowTest, BannersFooterAndTurboFollowTheEngine) {
+    MainWindow window(*engine, settings);
+    window.present();
+    EXPECT_FALSE(window.helperBanner().isHidden());
+    EXPECT_EQ(window.helperBanner().title(), "Fan control needs the helper installed");
+    EXPECT_EQ(window.helperBanner().action().accessibleName(), "Install fan-control helper");
+    EXPECT_EQ(window.sidebar().footer(), "Sensors unavailable");
+    driver.state = HelperState::requiresApproval();
+    window.helperBanner().action().click();
+    ASSERT_TRUE(pumpUntil([&] { return window.helperBanner().title() == "Fan control needs approval"; }));
+    EXPECT_EQ(window.helperBanner().action().accessibleName(), "Approve in System Settings");
+    connect();
+    EXPECT_TRUE(window.helperBanner().isHidden());
+    EXPECT_EQ(window.sidebar().footer(), "Fan control active");
+
+    sweep(50.0, {fan(0, 2000.0)});
+    window.turboButton().click();
+    EXPECT_TRUE(engine->isTurboEngaged().value());
+    EXPECT_EQ(window.turboButton().accessibleDescription(), "On");
+    window.turboButton().click();
+    EXPECT_FALSE(engine->isTurboEngaged().value());
+
+    EXPECT_TRUE(window.overheatBanner().isHidden());
+    notifications->usable = false; // the alert shows in the window instead
+    engine->alerts().update(true, "CPU Proximity", 99.0);
+    ASSERT_TRUE(pumpUntil([&] { return !window.overheatBanner().isHidden(); }));
+    EXPECT_FALSE(window.overheatBanner().title().isEmpty());
+    EXPECT_EQ(window.overheatBanner().action().accessibleName(), "Dismiss overheat alert");
+    window.overheatBanner().action().click();
+    EXPECT_TRUE(window.overheatBanner().isHidden());
+}
+
+TEST_F(MainWindowTest, EveryControlHasANameAndTabReachesSidebarAndContent) {
+    sweep(50.0, {fan(0, 2000.0), fan(1, 2100.0)});
+    MainWindow window(*engine, settings);
+    window.present();
+    for (QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
+        if (button->isVisibleTo(&window)) {
+            EXPECT_FALSE(button->accessibleName().isEmpty()) << typeid(*button).name();
+        }
+    }
+    QWidget* start = &window.sidebar().item(Section::dashboard);
+    start->setFocus(Qt::TabFocusReason);
+    bool reachedContent = false;
+    QWidget* at = start;
+    for (int i = 0; i < 40 && !reachedContent; ++i) {
+        at = at->nextInFocusChain();
+        reachedContent = window.dashboard().isAncestorOf(at) && at->focusPolicy() & Qt::TabFocus;
+    }
+    EXPECT_TRUE(reachedContent);
 }
 
 } // namespace

@@ -1,0 +1,83 @@
+#include "ui/dashboard/dust_cycle_sheet.h"
+
+#include "engine/halvoren_engine.h"
+#include "ui/components/hold_button.h"
+#include "ui/theme/appearance.h"
+#include "ui/theme/colors.h"
+#include "ui/theme/fonts.h"
+#include "ui/theme/glass.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPainter>
+#include <QVBoxLayout>
+
+namespace halvoren {
+
+namespace {
+
+constexpr int textWidth = 364;
+
+QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
+    auto* label = new QLabel(words, parent);
+    label->setWordWrap(true);
+    // A set width lets the sheet grow to the wrapped lines' height.
+    label->setFixedWidth(textWidth);
+    label->setFont(theme::font(role));
+    QPalette ink = label->palette();
+    const theme::Appearance look = theme::currentAppearance();
+    ink.setColor(QPalette::WindowText, primary ? theme::primaryColor(look) : theme::secondaryColor(look));
+    label->setPalette(ink);
+    return label;
+}
+
+} // namespace
+
+DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
+    : QDialog(parent, Qt::Sheet | Qt::FramelessWindowHint)
+    , start_(new HoldButton(QStringLiteral("Hold to Start"), holdSeconds, this))
+    , cancel_(new FooterButton(QStringLiteral("Cancel"), std::string(), this)) {
+    setWindowTitle(QStringLiteral("Dust Cycle"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    setWindowModality(Qt::WindowModal);
+    auto* column = new QVBoxLayout(this);
+    column->setSizeConstraint(QLayout::SetFixedSize);
+    column->setContentsMargins(28, 24, 28, 22);
+    column->setSpacing(10);
+    column->addWidget(text(QStringLiteral("Dust Cycle"), theme::FontRole::dialogTitle, true, this));
+    column->addWidget(
+        text(QStringLiteral("Pulses the fans through five spin-up / spin-down cycles (~25 seconds) "
+                            "to shake loose surface dust."),
+             theme::FontRole::body, true, this));
+    column->addWidget(
+        text(QStringLiteral("Ends automatically and returns to your current mode. Not a substitute "
+                            "for physically cleaning vents."),
+             theme::FontRole::body, false, this));
+    column->addSpacing(8);
+    auto* buttons = new QHBoxLayout();
+    buttons->addWidget(cancel_);
+    buttons->addStretch(1);
+    buttons->addWidget(start_);
+    column->addLayout(buttons);
+    column->addWidget(text(QStringLiteral("Press and hold: a deliberate act, like the hardware it commands."),
+                           theme::FontRole::captionSmall, false, this));
+    start_->setAccent(theme::accentColor(engine.accentChoice().value()));
+    start_->setAccessibleDescription(QStringLiteral("Start Dust Cycle"));
+    start_->setMinimumWidth(170);
+    QObject::connect(cancel_, &QAbstractButton::clicked, this, &QDialog::reject);
+    start_->setOnCompleted([this, &engine] {
+        engine.startDustCycle();
+        accept();
+    });
+}
+
+void DustCycleSheet::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const theme::Appearance look = theme::currentAppearance();
+    painter.setPen(QPen(theme::borderColor(look, theme::prefersIncreasedContrast()), 1.0));
+    painter.setBrush(theme::cardBackground(look));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 16.0, 16.0);
+}
+
+} // namespace halvoren

@@ -1,0 +1,37 @@
+#include "platform/quit_program.h"
+
+#include <QTemporaryDir>
+#include <fstream>
+#include <gtest/gtest.h>
+
+namespace halvoren {
+namespace {
+
+TEST(QuitProgram, FindsOnlyTheUsersOwnProcessesOfTheApplication) {
+    QTemporaryDir dir;
+    const std::filesystem::path root = dir.path().toStdString();
+    const auto process = [&](const std::string& pid, const std::string& comm, unsigned uid,
+                             const std::string& exe = {}) {
+        std::filesystem::create_directories(root / pid);
+        std::ofstream(root / pid / "comm") << comm << '\n';
+        std::ofstream(root / pid / "status") << "Name:\t" << comm << "\nUid:\t" << uid << '\t' << uid << "\n";
+        if (!exe.empty()) {
+            std::filesystem::create_symlink(exe, root / pid / "exe");
+        }
+    };
+    process("100", "blender", 1000);
+    process("101", "blender", 1001);                     // another user's
+    process("102", "python3", 1000, "/usr/bin/blender"); // known by its executable
+    process("103", "blend", 1000);                       // a name that merely starts alike
+    std::filesystem::create_directories(root / "104");   // ended before it was read
+    std::ofstream(root / "104" / "comm") << "blender\n";
+
+    EXPECT_EQ(ownProcessesNamed("blender", 1000, root), (std::vector<int>{100, 102}));
+    EXPECT_EQ(ownProcessesNamed("blender", 1001, root), (std::vector<int>{101}));
+    EXPECT_TRUE(ownProcessesNamed("", 1000, root).empty());
+    EXPECT_TRUE(ownProcessesNamed("blender", 1000, root / "absent").empty());
+    EXPECT_EQ(askApplicationToQuit("no-such-program-here"), 0);
+}
+
+} // namespace
+} // namespace halvoren
