@@ -20,11 +20,14 @@ namespace {
 constexpr double socketPollInterval = 0.05;
 
 // A killed application must not leave its helper behind: on Linux the child gets SIGTERM, on
-// which it hands the fans back and exits, when its parent dies.
+// which it hands the fans back and exits, when its parent dies. In a process group of its own,
+// a Ctrl-C in the terminal reaches only the application, which hands the fans back through it
+// before it goes.
 void tieToParent([[maybe_unused]] QProcess& process) {
 #if defined(__linux__)
     const pid_t parent = ::getpid();
     process.setChildProcessModifier([parent] {
+        ::setpgid(0, 0);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         if (::getppid() != parent) { // the parent died before the line above took effect
             ::raise(SIGTERM);
