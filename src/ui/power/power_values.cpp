@@ -42,7 +42,8 @@ Row batteryRow(const PowerTelemetry& telemetry, double systemWatts, const Fans& 
         return {QStringLiteral("On AC"), QStringLiteral("\u2014"), "bolt.horizontal.fill"};
     }
     return {QStringLiteral("Runtime Cost"),
-            QStringLiteral("-") + QString::asprintf("%.0f min", batteryImpactMinutes(telemetry, systemWatts, fans)),
+            QStringLiteral("-") +
+                QString::asprintf("%.0f min", batteryImpactMinutes(telemetry, systemWatts, fans)),
             "minus.plus.batteryblock.fill"};
 }
 

@@ -115,7 +115,8 @@ QString fullCountText(std::span<const Group> groups, std::size_t allSensors) {
 }
 
 QString undiscoveredDetail(bool smcAvailable) {
-    return smcAvailable ? QStringLiteral("Discovery hasn't finished yet.") : QStringLiteral("Couldn't open the SMC.");
+    return smcAvailable ? QStringLiteral("Discovery hasn't finished yet.")
+                        : QStringLiteral("Couldn't open the SMC.");
 }
 
 } // namespace halvoren::sensor_list

@@ -56,11 +56,12 @@ void SensorRow::paintEvent(QPaintEvent* /*event*/) {
     const double room = valueRect.left() - area.left() - 12 - markWidth;
     const QString name =
         QFontMetricsF(painter.font()).elidedText(QString::fromStdString(sensor_.name), Qt::ElideRight, room);
-    painter.drawText(QRectF(area.left(), area.top(), room, area.height()), Qt::AlignLeft | Qt::AlignVCenter, name);
+    painter.drawText(QRectF(area.left(), area.top(), room, area.height()), Qt::AlignLeft | Qt::AlignVCenter,
+                     name);
     if (pinned_) {
         const double nameWidth = QFontMetricsF(painter.font()).horizontalAdvance(name);
-        theme::paintSymbol(painter, QRectF(area.left() + nameWidth + 6, area.center().y() - 6, 12, 12), "pin.fill",
-                           theme::secondaryColor(look));
+        theme::paintSymbol(painter, QRectF(area.left() + nameWidth + 6, area.center().y() - 6, 12, 12),
+                           "pin.fill", theme::secondaryColor(look));
     }
 }
 

@@ -19,7 +19,9 @@ public:
     explicit SensorRow(QWidget* parent = nullptr);
 
     void setSensor(const SMCSensor& sensor, bool pinned, bool fahrenheit, bool precise);
-    void setOnTogglePin(std::function<void(const std::string& key)> toggle) { onTogglePin_ = std::move(toggle); }
+    void setOnTogglePin(std::function<void(const std::string& key)> toggle) {
+        onTogglePin_ = std::move(toggle);
+    }
 
     const SMCSensor& sensor() const { return sensor_; }
     bool isPinned() const { return pinned_; }
