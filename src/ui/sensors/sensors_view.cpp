@@ -59,7 +59,6 @@ SensorsView::SensorsView(HalvorenEngine& engine, QSettings& settings, QWidget* p
     , showAll_(settings.value(showAllKey(), false).toBool()) {
     search_->setPlaceholderText(QStringLiteral("Search all sensors"));
     search_->setAccessibleName(QStringLiteral("Search all sensors"));
-    search_->setClearButtonEnabled(true);
     search_->setFixedWidth(220);
     // Hidden until a window gives it a place in its toolbar.
     search_->hide();
