@@ -23,7 +23,7 @@ namespace halvoren {
 
 namespace {
 
-constexpr int maximumContentWidth = 760;
+constexpr int maximumContentWidth = 1180;
 const QColor fanTint(0x32, 0xAD, 0xE6);
 const QColor batteryTint(0x34, 0xC7, 0x59);
 
@@ -95,7 +95,8 @@ PowerView::PowerView(HalvorenEngine& engine, QWidget* parent)
     outer->setContentsMargins(28, 8, 28, 28);
     auto* holder = new QWidget(this);
     holder->setMaximumWidth(maximumContentWidth);
-    outer->addWidget(holder);
+    outer->addWidget(holder, 1);
+    outer->addStretch();
     auto* column = new QVBoxLayout(holder);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(18);

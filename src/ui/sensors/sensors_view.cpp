@@ -60,6 +60,14 @@ SensorsView::SensorsView(HalvorenEngine& engine, QSettings& settings, QWidget* p
     search_->setPlaceholderText(QStringLiteral("Search all sensors"));
     search_->setAccessibleName(QStringLiteral("Search all sensors"));
     search_->setFixedWidth(220);
+    const bool dark = theme::currentAppearance() == theme::Appearance::dark;
+    // A soft capsule on the glass rather than the platform's white box.
+    search_->setStyleSheet(QStringLiteral("QLineEdit { border-radius: 8px; padding: 4px 10px; "
+                                          "border: 1px solid rgba(%1, %1, %1, 0.14); "
+                                          "background: rgba(%1, %1, %1, %2); color: %3; }")
+                               .arg(dark ? 255 : 0)
+                               .arg(dark ? 0.08 : 0.05)
+                               .arg(theme::primaryColor(theme::currentAppearance()).name()));
     // Hidden until a window gives it a place in its toolbar.
     search_->hide();
     QObject::connect(search_, &QLineEdit::textChanged, this, [this] { refresh(); });
