@@ -48,9 +48,9 @@ void setInk(QLabel& label, const QColor& ink) {
 
 } // namespace
 
-PowerRowView::PowerRowView(QColor tint, QWidget* parent)
+PowerRowView::PowerRowView(const QColor& tint, QWidget* parent)
     : QWidget(parent)
-    , tint_(std::move(tint)) {
+    , tint_(tint) {
     setAttribute(Qt::WA_TranslucentBackground);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 }

@@ -19,7 +19,7 @@ class NoticeView;
 // A line of the power card: a tinted symbol, a title and a value at the right.
 class PowerRowView : public QWidget {
 public:
-    PowerRowView(QColor tint, QWidget* parent = nullptr);
+    explicit PowerRowView(const QColor& tint, QWidget* parent = nullptr);
     void setRow(power::Row row);
     const power::Row& row() const { return row_; }
     QSize sizeHint() const override { return {320, 40}; }

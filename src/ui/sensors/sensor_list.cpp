@@ -58,10 +58,10 @@ std::vector<Group> rawGroups(std::span<const SMCSensor> all, const QString& quer
         groups.push_back({QStringLiteral("Pinned"), std::move(pinned)});
     }
     const std::vector<SMCSensor> rest = unpinned(filtered, pinnedKeys);
-    for (const auto& [sensorClass, title] : classGroups) {
-        Group group{QString::fromLatin1(title), {}};
+    for (const auto& entry : classGroups) {
+        Group group{QString::fromLatin1(entry.second), {}};
         std::ranges::copy_if(rest, std::back_inserter(group.sensors),
-                             [&](const SMCSensor& s) { return s.sensorClass == sensorClass; });
+                             [&](const SMCSensor& s) { return s.sensorClass == entry.first; });
         if (!group.sensors.empty()) {
             sortByName(group.sensors);
             groups.push_back(std::move(group));
