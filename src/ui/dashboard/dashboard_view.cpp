@@ -3,6 +3,7 @@
 #include "core/temperature_format.h"
 #include "engine/halvoren_engine.h"
 #include "ui/components/module_card.h"
+#include "ui/components/thin_scroller.h"
 #include "ui/dashboard/dashboard_values.h"
 #include "ui/dashboard/dust_cycle_sheet.h"
 #include "ui/dashboard/fan_control_card.h"
@@ -19,7 +20,6 @@
 #include <QFontMetricsF>
 #include <QHBoxLayout>
 #include <QPainter>
-#include <QScrollBar>
 #include <QVBoxLayout>
 
 namespace halvoren {
@@ -120,17 +120,7 @@ DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings,
     : QScrollArea(parent)
     , engine_(engine)
     , allSensors_(new FooterButton(QStringLiteral("All Sensors"), "chevron.right")) {
-    setFrameShape(QFrame::NoFrame);
-    setWidgetResizable(true);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    viewport()->setAutoFillBackground(false);
-    // A thin overlay-like scroller instead of the platform's trough.
-    verticalScrollBar()->setStyleSheet(QStringLiteral(
-        "QScrollBar:vertical { background: transparent; width: 10px; margin: 4px 2px 4px 0; }"
-        "QScrollBar::handle:vertical { background: rgba(128, 128, 128, 0.45); border-radius: 4px; "
-        "min-height: 36px; }"
-        "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
-        "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: transparent; }"));
+    useThinScroller(*this);
     auto* content = new QWidget();
     content->setAttribute(Qt::WA_TranslucentBackground);
     auto* outer = new QHBoxLayout(content);

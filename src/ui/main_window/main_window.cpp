@@ -10,6 +10,8 @@
 #include "ui/main_window/sidebar.h"
 #include "ui/main_window/window_banner.h"
 #include "ui/panel/panel_buttons.h"
+#include "ui/power/power_view.h"
+#include "ui/sensors/sensors_view.h"
 #include "ui/theme/backdrop.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"
@@ -20,6 +22,7 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QScreen>
 #include <QSettings>
 #include <QShortcut>
@@ -117,11 +120,16 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
 
     dashboard_ = new DashboardView(engine_, settings_, [this](Section section) { selectSection(section); });
     pages_->addWidget(dashboard_);
+    sensors_ = new SensorsView(engine_, settings_);
+    pages_->addWidget(sensors_);
+    power_ = new PowerView(engine_);
+    pages_->addWidget(power_);
     for (const SectionInfo& info : sections) {
-        if (info.section != Section::dashboard) {
+        if (info.section > Section::power) {
             pages_->addWidget(placeholder(info, engine_));
         }
     }
+    toolbar->insertWidget(2, &sensors_->searchField());
     column->addWidget(pages_, 1);
     split->addWidget(detail, 1);
 
@@ -156,6 +164,7 @@ void MainWindow::selectSection(Section section) {
     sidebar_->setCurrent(section);
     title_->setText(QString::fromUtf8(info.title));
     pages_->setCurrentIndex(static_cast<int>(section));
+    sensors_->searchField().setVisible(section == Section::sensors);
 }
 
 void MainWindow::refreshHelper() {

@@ -18,6 +18,8 @@ class AmbientBackdrop;
 class DashboardView;
 class FooterButton;
 class HalvorenEngine;
+class PowerView;
+class SensorsView;
 class Sidebar;
 class WindowBanner;
 
@@ -45,6 +47,8 @@ public:
     WindowBanner& helperBanner() const { return *helperBanner_; }
     WindowBanner& overheatBanner() const { return *overheatBanner_; }
     DashboardView& dashboard() const { return *dashboard_; }
+    SensorsView& sensors() const { return *sensors_; }
+    PowerView& power() const { return *power_; }
     const std::array<QShortcut*, sections.size()>& shortcuts() const { return shortcuts_; }
 
 protected:
@@ -67,6 +71,8 @@ private:
     WindowBanner* helperBanner_;
     QStackedWidget* pages_;
     DashboardView* dashboard_;
+    SensorsView* sensors_;
+    PowerView* power_;
     std::array<QShortcut*, sections.size()> shortcuts_{};
     Section section_ = Section::dashboard;
     EngineWatch watch_;
