@@ -16,7 +16,6 @@
 #include <QPainterPath>
 #include <QRadialGradient>
 #include <QSettings>
-#include <QVariantAnimation>
 #include <cmath>
 #include <numbers>
 
@@ -72,16 +71,19 @@ WeatherHeroView::WeatherHeroView(const HalvorenEngine& engine, QSettings& settin
     , page_(weather::loadWeatherPage(settings))
     , reduceMotion_(theme::prefersReducedMotion())
     , forecastToggle_(new PageToggle("cloud.sun.fill", QStringLiteral("Show weather forecast"), this))
-    , radarToggle_(new PageToggle("wind", QStringLiteral("Show airflow radar"), this))
-    , switch_(new QVariantAnimation(this)) {
+    , radarToggle_(new PageToggle("wind", QStringLiteral("Show airflow radar"), this)) {
     setAttribute(Qt::WA_TranslucentBackground);
     setMinimumHeight(contentHeight + 2 * padding);
-    switch_->setDuration(pageSwitchMilliseconds);
-    switch_->setStartValue(0.0);
-    switch_->setEndValue(1.0);
-    switch_->setEasingCurve(QEasingCurve::InOutQuad);
-    QObject::connect(switch_, &QVariantAnimation::valueChanged, this, [this] { update(); });
-    QObject::connect(switch_, &QVariantAnimation::finished, this, [this] { leaving_ = QPixmap(); });
+    // The cross-fade runs on a timer of its own and the elapsed time, not on Qt's shared
+    // animation clock, so it ends on time wherever the event loop comes from.
+    switchTimer_.setInterval(static_cast<int>(frameInterval * 1000.0));
+    QObject::connect(&switchTimer_, &QTimer::timeout, this, [this] {
+        if (switchClock_.elapsed() >= pageSwitchMilliseconds) {
+            switchTimer_.stop();
+            leaving_ = QPixmap();
+        }
+        update();
+    });
     frame_.setInterval(static_cast<int>(frameInterval * 1000.0));
     QObject::connect(&frame_, &QTimer::timeout, this, [this] { onFrame(); });
     QObject::connect(forecastToggle_, &QAbstractButton::clicked, this,
@@ -133,7 +135,8 @@ void WeatherHeroView::setPage(weather::WeatherPage page) {
             QPainter painter(&leaving_);
             painter.setRenderHint(QPainter::Antialiasing);
             paintPage(painter);
-            switch_->start();
+            switchClock_.start();
+            switchTimer_.start();
         }
         page_ = page;
         weather::storeWeatherPage(settings_, page);
@@ -209,7 +212,7 @@ void WeatherHeroView::showEvent(QShowEvent* event) {
 void WeatherHeroView::hideEvent(QHideEvent* event) {
     QWidget::hideEvent(event);
     frame_.stop();
-    switch_->stop();
+    switchTimer_.stop();
     leaving_ = QPixmap();
 }
 
@@ -230,7 +233,9 @@ void WeatherHeroView::paintEvent(QPaintEvent* /*event*/) {
         paintPage(painter);
         return;
     }
-    const double shown = switch_->currentValue().toDouble();
+    const double shown = QEasingCurve(QEasingCurve::InOutQuad)
+                             .valueForProgress(std::min(1.0, static_cast<double>(switchClock_.elapsed()) /
+                                                                 pageSwitchMilliseconds));
     painter.setOpacity(1.0 - shown);
     painter.drawPixmap(0, 0, leaving_);
     painter.setOpacity(shown);

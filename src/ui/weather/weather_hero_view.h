@@ -10,7 +10,6 @@
 #include <optional>
 
 class QSettings;
-class QVariantAnimation;
 
 namespace halvoren {
 
@@ -75,7 +74,8 @@ private:
     int shownStreams_ = -1;
     PanelButton* forecastToggle_;
     PanelButton* radarToggle_;
-    QVariantAnimation* switch_;
+    QTimer switchTimer_;
+    QElapsedTimer switchClock_;
     QPixmap leaving_;
     QTimer frame_;
     QElapsedTimer clock_;
