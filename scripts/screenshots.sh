@@ -105,10 +105,15 @@ for appearance in light dark; do
   panel manual --load idle --manual 3200
   panel no-helper --load idle --no-helper
 
-  # The weather card's two pages on the main window.
+  # The main window: the Dashboard with the weather card's two pages, then the other sections.
   for page in forecast radar; do
     start "com.halvoren.weatherPage=$page\n" --load burst --preset auto "${args[@]}"
     import -window root -crop 1100x800+170+50 +repage "$out/window-$page-$appearance.png"
+    stop
+  done
+  for section in sensors power; do
+    start "selectedSection=$section\n" --load burst --preset auto "${args[@]}"
+    import -window root -crop 1100x800+170+50 +repage "$out/window-$section-$appearance.png"
     stop
   done
   kill "$tray_pid" 2>/dev/null || true
