@@ -43,4 +43,13 @@ std::string fanDisplayName(int id, std::span<const int> sortedIDs) {
     return "Fan " + std::to_string(id + 1);
 }
 
+std::vector<int> sortedFanIDs(const std::map<int, FanStatus>& fans) {
+    std::vector<int> ids;
+    ids.reserve(fans.size());
+    for (const auto& entry : fans) {
+        ids.push_back(entry.first);
+    }
+    return ids;
+}
+
 } // namespace halvoren

@@ -28,16 +28,6 @@ QLabel* secondaryLabel(const QString& text, QWidget* parent) {
     return label;
 }
 
-// The fans' ids in ascending order, which is how their names are given.
-std::vector<int> fanIDs(const std::map<int, FanStatus>& fans) {
-    std::vector<int> ids;
-    ids.reserve(fans.size());
-    for (const auto& entry : fans) {
-        ids.push_back(entry.first);
-    }
-    return ids;
-}
-
 } // namespace
 
 FanControlCard::FanControlCard(HalvorenEngine& engine, QWidget* parent)
@@ -179,7 +169,7 @@ void FanControlCard::refreshFans() {
             meters_.push_back(meter);
         }
     }
-    const std::vector<int> ids = fanIDs(fans);
+    const std::vector<int> ids = sortedFanIDs(fans);
     const auto& manual = engine_.manualFanTargets().value();
     std::size_t index = 0;
     for (const auto& [id, fan] : fans) {
@@ -198,7 +188,7 @@ void FanControlCard::refreshWarnings() {
     }
     warnings_.clear();
     const auto& fans = engine_.fans().value();
-    const std::vector<int> ids = fanIDs(fans);
+    const std::vector<int> ids = sortedFanIDs(fans);
     for (const auto& [id, warning] : engine_.fanHealthWarnings().value()) {
         const dashboard::FanWarningText text = dashboard::fanWarningText(warning);
         auto* line = new NoticeView(NoticeView::Style::line, "exclamationmark.triangle.fill", this);

@@ -1,5 +1,6 @@
 #include "ui/panel/menu_bar_panel.h"
 
+#include "core/fan_driving_status.h"
 #include "core/temperature_format.h"
 #include "engine/halvoren_engine.h"
 #include "ui/components/ambient_backdrop.h"
@@ -438,10 +439,7 @@ void MenuBarPanel::refreshFans() {
             meters_.push_back(meter);
         }
     }
-    std::vector<int> ids;
-    for (const auto& [id, fan] : fans) {
-        ids.push_back(id);
-    }
+    const std::vector<int> ids = sortedFanIDs(fans);
     std::size_t index = 0;
     for (const auto& [id, fan] : fans) {
         meters_[index++]->setFan(fan, ids);

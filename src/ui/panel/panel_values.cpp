@@ -110,10 +110,7 @@ QString heroAccessibilityValue(std::optional<double> celsius, bool fahrenheit, b
 }
 
 QString fanMetersAccessibilityValue(const FanMap& fans) {
-    std::vector<int> ids;
-    for (const auto& [id, fan] : fans) {
-        ids.push_back(id);
-    }
+    const std::vector<int> ids = sortedFanIDs(fans);
     QStringList parts;
     for (const auto& [id, fan] : fans) {
         parts << QStringLiteral("%1 %2").arg(QString::fromStdString(fanDisplayName(id, ids)),
