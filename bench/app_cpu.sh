@@ -6,8 +6,9 @@
 #   bench/app_cpu.sh [WINDOW_SECONDS]     (default 30 s per case)
 #
 # Cases: the fans turning under a sustained load on the Balanced curve (headless, then the
-# application with its panel closed, then with the panel open), and an idle machine with the
-# firmware in control and the fans still (headless, then the application). Needs a dev build
+# application with its panel closed, then with the panel open, then with the main window open on
+# its Dashboard), and an idle machine with the firmware in control and the fans still (headless,
+# then the application, then with the window open on the Dashboard). Needs a dev build
 # (build/bin/halvoren), or HALVOREN_BINARY naming another build.
 set -euo pipefail
 
@@ -33,10 +34,13 @@ printf 'panel_items = FS\npanel_size = 100%% 30\npanel_position = top center hor
     >"$scratch/tint2rc"
 start_tray "$scratch/tint2rc" "$scratch/tint2.log"
 
-measure() { # label, "panel" or "-", arguments...
-    local label=$1 panel=$2
+measure() { # label, "panel", "window" or "-", arguments...
+    local label=$1 panel=$2 window_open=false
     shift 2
-    printf '[General]\ncom.halvoren.showDockIcon=false\n' >"$scratch/settings.ini"
+    [[ $panel == window ]] && window_open=true
+    # The main window opens at launch when the program shows in the Dock, on its Dashboard.
+    printf '[General]\ncom.halvoren.showDockIcon=%s\nselectedSection=dashboard\n' \
+        "$window_open" >"$scratch/settings.ini"
     "$binary" --simulate --settings "$scratch/settings.ini" "$@" >/dev/null 2>&1 &
     local pid=$!
     sleep "$warmup"
@@ -65,5 +69,7 @@ still=(--load idle)
 measure "headless, fans turning" - --headless "${turning[@]}"
 measure "application, panel closed, turning" - "${turning[@]}"
 measure "application, panel open, turning" panel "${turning[@]}"
+measure "application, window open, turning" window "${turning[@]}"
 measure "headless, idle, fans still" - --headless "${still[@]}"
 measure "application, idle, fans still" - "${still[@]}"
+measure "application, Dashboard open, idle" window "${still[@]}"
