@@ -45,10 +45,10 @@ void settle(int ms) {
 int run(int rounds) {
     QTemporaryDir scratch;
     qputenv("XDG_DATA_HOME", scratch.filePath(QStringLiteral("data")).toUtf8());
-    CommandLine line = parseCommandLine({QStringLiteral("--simulate"), QStringLiteral("--no-helper"),
-                                         QStringLiteral("--load"), QStringLiteral("idle"),
-                                         QStringLiteral("--settings"),
-                                         scratch.filePath(QStringLiteral("settings.ini"))});
+    CommandLine line =
+        parseCommandLine({QStringLiteral("--simulate"), QStringLiteral("--no-helper"),
+                          QStringLiteral("--load"), QStringLiteral("idle"), QStringLiteral("--settings"),
+                          scratch.filePath(QStringLiteral("settings.ini"))});
     EngineHost host(line.options);
     if (const auto problem = host.build()) {
         std::fprintf(stderr, "%s\n", problem->c_str());
@@ -91,7 +91,8 @@ int run(int rounds) {
         settle(30);
     }
 
-    std::printf("platform %s, %d rounds, medians (max)\n", qPrintable(QGuiApplication::platformName()), rounds);
+    std::printf("platform %s, %d rounds, medians (max)\n", qPrintable(QGuiApplication::platformName()),
+                rounds);
     std::printf("  open to first paint        %7.2f ms (%.2f)\n", median(opens),
                 *std::max_element(opens.begin(), opens.end()));
     double worst = 0.0;

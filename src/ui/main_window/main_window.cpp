@@ -12,6 +12,7 @@
 #include "ui/panel/panel_buttons.h"
 #include "ui/power/power_view.h"
 #include "ui/sensors/sensors_view.h"
+#include "ui/theme/appearance.h"
 #include "ui/theme/backdrop.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"
@@ -158,12 +159,16 @@ MainWindow::~MainWindow() {
 }
 
 void MainWindow::selectSection(Section section) {
+    const bool changed = section != section_ || pages_->currentIndex() != static_cast<int>(section);
     section_ = section;
     const SectionInfo& info = sectionInfo(section);
     settings_.setValue(sectionKey(), QString::fromUtf8(info.raw));
     sidebar_->setCurrent(section);
     title_->setText(QString::fromUtf8(info.title));
     pages_->setCurrentIndex(static_cast<int>(section));
+    if (changed && isVisible() && !theme::prefersReducedMotion()) {
+        transition_.play(pages_->currentWidget());
+    }
     sensors_->searchField().setVisible(section == Section::sensors);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ui/components/scale_in_transition.h"
 #include "ui/engine_watch.h"
 #include "ui/main_window/window_sections.h"
 
@@ -50,6 +51,7 @@ public:
     SensorsView& sensors() const { return *sensors_; }
     PowerView& power() const { return *power_; }
     const std::array<QShortcut*, sections.size()>& shortcuts() const { return shortcuts_; }
+    const ScaleInTransition& transition() const { return transition_; }
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -76,6 +78,7 @@ private:
     std::array<QShortcut*, sections.size()> shortcuts_{};
     Section section_ = Section::dashboard;
     EngineWatch watch_;
+    ScaleInTransition transition_;
     bool placed_ = false;
 };
 

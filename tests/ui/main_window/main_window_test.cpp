@@ -4,6 +4,9 @@
 #include "ui/main_window/sidebar.h"
 #include "ui/main_window/window_banner.h"
 #include "ui/panel/panel_buttons.h"
+#include "ui/power/power_view.h"
+#include "ui/sensors/sensors_view.h"
+#include "ui/theme/appearance.h"
 #include "ui/ui_engine_fixture.h"
 #include "ui/weather/fan_flow_meter.h"
 
@@ -71,6 +74,22 @@ TEST_F(MainWindowTest, SectionsComeFromTheSettingsAndShortcutsAndArrowsMoveAndSt
     EXPECT_EQ(window.section(), Section::dashboard); // stops at the top
     window.dashboard().allSensorsButton().click();
     EXPECT_EQ(storedSection(), "sensors");
+
+    // A shown section comes in through a passing effect, which leaves the page as it was; none
+    // under reduced motion, and none when the section does not change.
+    ASSERT_TRUE(pumpUntil([&] { return !window.transition().isPlaying(); }));
+    EXPECT_EQ(window.sensors().graphicsEffect(), nullptr);
+    window.selectSection(Section::power);
+    EXPECT_NE(window.power().graphicsEffect(), nullptr);
+    ASSERT_TRUE(pumpUntil([&] { return !window.transition().isPlaying(); }));
+    EXPECT_EQ(window.power().graphicsEffect(), nullptr);
+    window.selectSection(Section::power);
+    EXPECT_FALSE(window.transition().isPlaying());
+    theme::setPrefersReducedMotion(true);
+    window.selectSection(Section::dashboard);
+    theme::setPrefersReducedMotion(false);
+    EXPECT_FALSE(window.transition().isPlaying());
+    EXPECT_EQ(window.dashboard().graphicsEffect(), nullptr);
 }
 
 TEST_F(MainWindowTest, BannersFooterAndTurboFollowTheEngine) {
