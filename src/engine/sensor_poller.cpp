@@ -11,11 +11,23 @@
 
 namespace halvoren {
 
+namespace {
+
+// Counts a job off the worker's queue however it ends.
+struct Dequeue {
+    std::atomic<int>& queued;
+    ~Dequeue() { queued.fetch_sub(1, std::memory_order_acq_rel); }
+};
+
+} // namespace
+
 SensorPoller::SensorPoller(std::shared_ptr<SMCKernelBridge> bridge, const Clock& clock,
-                           HIDSourceFactory hidFactory)
+                           HIDSourceFactory hidFactory, std::chrono::nanoseconds inlineLimit)
     : bridge_(std::move(bridge))
     , clock_(clock)
-    , hidFactory_(std::move(hidFactory)) {
+    , hidFactory_(std::move(hidFactory))
+    , sweepCost_(inlineLimit)
+    , fanCost_(inlineLimit) {
     if (!hidFactory_) {
         hidFactory_ = [] { return std::make_unique<HIDSensorSource>(); };
     }
@@ -32,11 +44,28 @@ SensorPoller::~SensorPoller() {
 }
 
 QCoro::Task<SensorPoller::Snapshot> SensorPoller::snapshot() {
-    co_return co_await QtConcurrent::run(&worker_, [this] { return pollNow(); });
+    CostGate& cost =
+        clock_.monotonicNow() >= nextSweepAt_.load(std::memory_order_acquire) ? sweepCost_ : fanCost_;
+    if (cost.cheap() && queued_.load(std::memory_order_acquire) == 0) {
+        co_return cost.timed([this] { return pollNow(); });
+    }
+    queued_.fetch_add(1, std::memory_order_acq_rel);
+    // Named, not a temporary of the co_await: g++ 12 destroys such temporaries twice.
+    QFuture<Snapshot> poll = QtConcurrent::run(&worker_, [this, &cost] {
+        const Dequeue done{queued_};
+        return cost.timed([this] { return pollNow(); });
+    });
+    co_await poll;
+    co_return poll.result();
 }
 
 QCoro::Task<> SensorPoller::warmUp() {
-    co_await QtConcurrent::run(&worker_, [this] { warmUpNow(); });
+    queued_.fetch_add(1, std::memory_order_acq_rel);
+    QFuture<void> discovery = QtConcurrent::run(&worker_, [this] {
+        const Dequeue done{queued_};
+        warmUpNow();
+    });
+    co_await discovery;
 }
 
 void SensorPoller::warmUpNow() {
@@ -67,6 +96,7 @@ SensorPoller::Snapshot SensorPoller::pollNow() {
 
 void SensorPoller::sweep(double now) {
     lastSensorRefreshAt_ = now; // before any reading, so a slow sweep does not shift the next one
+    nextSweepAt_.store(now + sweepInterval, std::memory_order_release);
     discovered_ = discovery_->refresh(discovered_);
 
     if (!hidSource_) {

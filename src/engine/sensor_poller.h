@@ -2,8 +2,10 @@
 
 #include "core/fan_status.h"
 #include "core/sensor.h"
+#include "engine/cost_gate.h"
 
 #include <QThreadPool>
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -38,14 +40,17 @@ public:
 
     // `bridge` may be null (the controller could not be opened): every poll is then empty.
     // The HID source is made on first use with `hidFactory`, by default the platform's own.
+    // A poll that took less than `inlineLimit` the last time runs on the caller's thread.
     SensorPoller(std::shared_ptr<SMCKernelBridge> bridge, const Clock& clock,
-                 HIDSourceFactory hidFactory = {});
+                 HIDSourceFactory hidFactory = {},
+                 std::chrono::nanoseconds inlineLimit = CostGate::defaultLimit);
     ~SensorPoller();
 
     SensorPoller(const SensorPoller&) = delete;
     SensorPoller& operator=(const SensorPoller&) = delete;
 
-    // One poll, on the worker.
+    // One poll: on the calling thread when the same kind of poll (with or without a sweep) was
+    // cheap the last time and the worker has nothing queued, otherwise on the worker.
     QCoro::Task<Snapshot> snapshot();
     // Runs the discovery ahead of the first poll while nothing is discovered, on the worker.
     QCoro::Task<> warmUp();
@@ -72,6 +77,11 @@ private:
     std::vector<SMCSensor> cachedTemperatureOnly_;
     std::vector<SMCSensor> cachedAllSensors_;
     std::optional<double> lastSensorRefreshAt_;
+    // Read by the caller to choose where the next poll runs; the worker writes them.
+    std::atomic<double> nextSweepAt_{0.0};
+    CostGate sweepCost_;
+    CostGate fanCost_;
+    std::atomic<int> queued_{0};
 
     // Declared last so that it is destroyed first: its destructor waits for queued work,
     // which still needs the members above.

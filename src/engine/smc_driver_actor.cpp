@@ -110,6 +110,7 @@ void SMCDriverActor::useBridge(std::shared_ptr<SMCKernelBridge> bridge) {
     fanReader_ = std::make_unique<SMCFanReader>(activeBridge_);
     boundsCache_.clear();
     cachedFanCount_.reset();
+    forgetSentTargets();
 }
 
 std::shared_ptr<SMCKernelBridge> SMCDriverActor::reopenBridgeIfNeeded() {
@@ -238,13 +239,37 @@ QCoro::Task<double> SMCDriverActor::setTargetRPM(int fan, double rpm) {
     if (verdict.isReject()) {
         throw DriverFailure::rejected(verdict.reason());
     }
-    // The request goes out as given: the helper is the last place that clamps.
-    co_return resultOf<HelperReply::Applied>(co_await withHelperProxy(HelperMethod::setTargetRPM, fan, rpm))
-        .rpm;
+    const double now = timers_.clock().monotonicNow();
+    if (const auto sent = sentTargets_.find(fan); connection_ && sent != sentTargets_.end() &&
+                                                  sent->second.requested == rpm &&
+                                                  now - sent->second.sentAt < targetRefreshInterval) {
+        co_return sent->second.applied;
+    }
+    const std::uint64_t generation = sentTargetsGeneration_;
+    double applied = 0.0;
+    try {
+        // The request goes out as given: the helper is the last place that clamps.
+        applied =
+            resultOf<HelperReply::Applied>(co_await withHelperProxy(HelperMethod::setTargetRPM, fan, rpm))
+                .rpm;
+    } catch (...) {
+        forgetSentTargets();
+        throw;
+    }
+    if (generation == sentTargetsGeneration_) {
+        sentTargets_[fan] = SentTarget{.requested = rpm, .applied = applied, .sentAt = now};
+    }
+    co_return applied;
 }
 
 QCoro::Task<void> SMCDriverActor::restoreAuto() {
+    forgetSentTargets();
     co_await withHelperProxy(HelperMethod::restoreAutomaticControl);
+}
+
+void SMCDriverActor::forgetSentTargets() {
+    sentTargets_.clear();
+    ++sentTargetsGeneration_;
 }
 
 void SMCDriverActor::openLoginItemsSettings() {
@@ -293,6 +318,7 @@ std::shared_ptr<HelperConnection> SMCDriverActor::ensureConnection() {
     }
     auto connection = std::make_shared<HelperConnection>(helperSocketPath_, &eventContext_);
     connection_ = connection;
+    forgetSentTargets();
     const std::weak_ptr<int> alive = lifetime_;
     const std::weak_ptr<HelperConnection> weak = connection;
     connection->open(HelperConnection::Handlers{
@@ -327,6 +353,7 @@ void SMCDriverActor::connectionDropped(const HelperConnection* dropped) {
     cancelHeartbeat();
     connection_.reset();
     lastKnownUptime_.reset();
+    forgetSentTargets();
     HelperExitSafety::clearConnection();
     notifyConnectionLoss();
 }
@@ -335,6 +362,7 @@ void SMCDriverActor::teardownConnection() {
     cancelHeartbeat();
     const auto connection = std::exchange(connection_, nullptr);
     lastKnownUptime_.reset();
+    forgetSentTargets();
     HelperExitSafety::clearConnection(); // before the descriptor closes
     if (connection) {
         connection->close();
@@ -398,6 +426,7 @@ bool SMCDriverActor::recordUptime(double uptime) {
     const auto previous = std::exchange(lastKnownUptime_, uptime);
     const bool restarted = previous && uptime < *previous;
     if (restarted) {
+        forgetSentTargets();
         HALVOREN_LOG_DEFAULT(logDriver,
                              "helper daemon restarted (uptime reset) — manual state must be re-engaged");
     }

@@ -63,8 +63,13 @@ public:
 
     QCoro::Task<Heartbeat> heartbeat();
     QCoro::Task<std::string> daemonVersion() override;
-    // Returns the target the helper applied.
+    // Returns the target the helper applied. A target equal to the one this connection sent
+    // less than `targetRefreshInterval` ago is answered from memory without a message: the helper
+    // keeps a fan where its client put it for as long as the heartbeats come, and the loop asks
+    // ten times a second. Once a second it goes out again all the same, so a fan that the
+    // firmware took back (a machine's sleep does) returns within that second.
     QCoro::Task<double> setTargetRPM(int fan, double rpm) override;
+    static constexpr double targetRefreshInterval = 1.0; // seconds
     QCoro::Task<void> restoreAuto() override;
 
     // The bridge in use, or a fresh one from the factory when there is none yet.
@@ -76,6 +81,11 @@ private:
     struct Bounds {
         double min = 0.0;
         double max = 0.0;
+    };
+    struct SentTarget {
+        double requested = 0.0;
+        double applied = 0.0;
+        double sentAt = 0.0; // monotonic seconds
     };
 
     QCoro::Task<HelperState> resolveState();
@@ -97,6 +107,9 @@ private:
     // Throws SMCError: serviceNotFound without a bridge, or the failed read.
     Bounds hardwareBounds(int fan);
     void useBridge(std::shared_ptr<SMCKernelBridge> bridge);
+    // After anything that may have moved a fan behind the driver's back: a new or lost
+    // connection, a restarted helper, a hand-back, a failed write.
+    void forgetSentTargets();
 
     TimerSource& timers_;
     QString helperSocketPath_;
@@ -111,6 +124,8 @@ private:
     std::unique_ptr<SMCFanReader> fanReader_;
     std::map<int, Bounds> boundsCache_;
     std::optional<int> cachedFanCount_;
+    std::map<int, SentTarget> sentTargets_;
+    std::uint64_t sentTargetsGeneration_ = 0; // a write stores its answer only if unchanged
     bool didInstallExitSafety_ = false;
     BridgeFactory bridgeFactory_;
     std::shared_ptr<HelperConnection> connection_;

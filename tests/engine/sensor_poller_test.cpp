@@ -148,5 +148,36 @@ TEST_F(SensorPollerTest, WarmUpDiscoversOnTheWorkerAheadOfTheFirstSnapshot) {
     EXPECT_EQ(result.fans.size(), 2U);
 }
 
+TEST_F(SensorPollerTest, CheapPollsStayOnTheCallingThreadAndSlowOnesGoBackToTheWorker) {
+    // Limits far from the fake's real cost, so that a loaded machine cannot change the verdicts.
+    SensorPoller poller(machine.bridge, clock, factory(), std::chrono::milliseconds(50));
+    int argc = 0;
+    QCoreApplication app(argc, nullptr);
+    const std::thread::id here = std::this_thread::get_id();
+    std::vector<bool> onCaller;
+    auto run = [&]() -> QCoro::Task<> {
+        // Fan polls within the second, then a sweep, then fan polls of a slow controller.
+        for (int poll = 0; poll < 7; ++poll) {
+            if (poll == 3) {
+                clock.advance(SensorPoller::sweepInterval);
+            }
+            if (poll == 5) {
+                machine.fake->setDelay(std::chrono::milliseconds(10));
+            }
+            co_await poller.snapshot();
+            onCaller.push_back(machine.fake->lastThread() == here);
+        }
+        QCoreApplication::quit();
+    };
+    auto task = run();
+    QTimer::singleShot(5000, &app, &QCoreApplication::quit);
+    if (onCaller.size() < 7) {
+        QCoreApplication::exec();
+    }
+    // Nothing is known before the first poll with a sweep and the first without; the second sweep
+    // follows a cheap first; the slow poll still runs in place, the one after it hops.
+    EXPECT_EQ(onCaller, (std::vector<bool>{false, false, true, true, true, true, false}));
+}
+
 } // namespace
 } // namespace halvoren

@@ -280,6 +280,22 @@ TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
     EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->value, 3000.0);
     EXPECT_EQ(fake.fake->totalCalls(), 0);
 
+    // An unchanged target goes out again only after a second, after a hand-back, or on a new
+    // connection; a changed one at once.
+    const auto sent = [&] { return daemon.requests.size(); };
+    std::size_t before = sent();
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->value, 3000.0);
+    EXPECT_EQ(sent(), before);
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
+    EXPECT_EQ(sent(), ++before);
+    clock.advance(SMCDriverActor::targetRefreshInterval);
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
+    EXPECT_EQ(sent(), ++before);
+    finish(driver->restoreAuto());
+    before = sent();
+    EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
+    EXPECT_EQ(sent(), before + 1);
+
     daemon.setBehaviour(HelperMethod::setTargetRPM, Behaviour::refusing("fan 0 is stalled"));
     EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->failure,
               DriverFailure::helperRefused("fan 0 is stalled"));

@@ -31,6 +31,10 @@ std::optional<CountingTransport::Entry> CountingTransport::entry(std::uint32_t c
 
 SMCParamStruct CountingTransport::call(const SMCParamStruct& input) {
     const std::lock_guard guard(lock);
+    lastCaller = std::this_thread::get_id();
+    if (delay.count() > 0) {
+        std::this_thread::sleep_for(delay);
+    }
     ++counts[input.data8];
     lastInputs[input.data8] = input;
     if (everyCallFailure) {

@@ -7,6 +7,7 @@
 #include "smc/smc_param_struct.h"
 #include "smc/smc_transport.h"
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -14,6 +15,7 @@
 #include <numeric>
 #include <optional>
 #include <string_view>
+#include <thread>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -70,6 +72,15 @@ public:
             overrides.clear();
             everyCallFailure.reset();
         });
+    }
+
+    // Each exchange first waits this long, as a slow controller does.
+    void setDelay(std::chrono::microseconds delay) {
+        locked([&] { this->delay = delay; });
+    }
+    // The thread that made the latest exchange.
+    std::thread::id lastThread() const {
+        return locked([&] { return lastCaller; });
     }
 
     // Exchanges made, failed ones included.
@@ -138,6 +149,8 @@ private:
     std::optional<std::uint32_t> keyCount;
     std::map<Subject, Outcome> overrides;
     std::optional<std::int32_t> everyCallFailure;
+    std::chrono::microseconds delay{0};
+    std::thread::id lastCaller;
     std::map<std::uint8_t, int> counts;
     std::map<std::uint8_t, SMCParamStruct> lastInputs;
 };
