@@ -18,21 +18,28 @@ configure_file("${packaging}/desktop/com.halvoren.Halvoren.metainfo.xml.in"
 install(FILES "${PROJECT_BINARY_DIR}/packaging/com.halvoren.Halvoren.metainfo.xml"
         DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 
-# Debian wants its copyright and a compressed changelog in the package's doc directory.
+# Debian wants its copyright, a compressed changelog in the package's doc directory and
+# compressed manual pages; gzip -n leaves the time out, so the package builds the same each time.
 set(docs "${CMAKE_INSTALL_DATADIR}/doc/halvoren")
-configure_file("${packaging}/debian/changelog.in" "${PROJECT_BINARY_DIR}/packaging/changelog" @ONLY)
-add_custom_command(OUTPUT "${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz"
-                   COMMAND gzip -9 -n -c "${PROJECT_BINARY_DIR}/packaging/changelog" > "${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz"
-                   DEPENDS "${PROJECT_BINARY_DIR}/packaging/changelog")
-add_custom_target(halvoren_changelog ALL DEPENDS "${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz")
-install(FILES "${packaging}/debian/copyright" "${PROJECT_BINARY_DIR}/packaging/changelog.Debian.gz" DESTINATION ${docs})
-foreach(page halvoren halvoren-probe halvoren-helper)
-  install(FILES "${packaging}/man/${page}.1" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+set(generated "${PROJECT_BINARY_DIR}/packaging")
+configure_file("${packaging}/debian/changelog.Debian.in" "${generated}/changelog.Debian" @ONLY)
+set(compressed)
+foreach(source "${generated}/changelog.Debian" "${packaging}/man/halvoren.1" "${packaging}/man/halvoren-probe.1"
+        "${packaging}/man/halvoren-helper.1")
+  get_filename_component(name "${source}" NAME)
+  add_custom_command(OUTPUT "${generated}/${name}.gz" COMMAND gzip -9 -n -c "${source}" > "${generated}/${name}.gz"
+                     DEPENDS "${source}")
+  list(APPEND compressed "${generated}/${name}.gz")
 endforeach()
+add_custom_target(halvoren_package_files ALL DEPENDS ${compressed})
+install(FILES "${packaging}/debian/copyright" "${generated}/changelog.Debian.gz" DESTINATION ${docs})
+install(FILES "${generated}/halvoren.1.gz" "${generated}/halvoren-probe.1.gz" "${generated}/halvoren-helper.1.gz"
+        DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME halvoren)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_PACKAGE_VENDOR "The Halvoren developers")
 set(CPACK_PACKAGE_CONTACT "The Halvoren developers <maintainers@users.noreply.c-seed-6fcbbf98.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "fan control and thermal monitor for Mac computers")
@@ -43,16 +50,16 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${HALVOREN_HOMEPAGE}")
+# CPack indents every line after the first; "." stands for an empty line.
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
-    "fan control and thermal monitor for Mac computers
- Halvoren reads the temperature, fan and power sensors of Mac computers,
- Apple silicon and Intel alike, and drives the fans by the policy chosen:
- the firmware's own control, presets, custom modes, manual speeds, Turbo
- and timed cooldowns.
- .
- Fan writes go through a small privileged helper, a systemd service that
- Halvoren installs through polkit when asked; members of the group
- \"halvoren\" may control the fans.")
+    "Halvoren reads the temperature, fan and power sensors of Mac computers,
+Apple silicon and Intel alike, and drives the fans by the policy chosen:
+the firmware's own control, presets, custom modes, manual speeds, Turbo
+and timed cooldowns.
+.
+Fan writes go through a small privileged helper, a systemd service that
+Halvoren installs through polkit when asked; members of the group
+halvoren may control the fans.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Polkit asks for the password when the helper is installed from Halvoren.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pkexec | policykit-1, systemd")
