@@ -32,8 +32,9 @@ bool isOneOf(const std::string& value, std::initializer_list<std::string_view> o
 
 } // namespace
 
-SystemdHelperServiceManager::SystemdHelperServiceManager(TimerSource& timers, QString systemctl,
-                                                         QString pkexec, QString runtimeDirectory)
+SystemdHelperServiceManager::SystemdHelperServiceManager(TimerSource& timers, const QString& systemctl,
+                                                         const QString& pkexec,
+                                                         const QString& runtimeDirectory)
     : timers_(timers)
     , programs_{located(systemctl, "systemctl"), located(pkexec, "pkexec"),
                 QFileInfo(runtimeDirectory.isEmpty() ? QString::fromLatin1(systemdRuntimeDirectory)

@@ -22,8 +22,8 @@ public:
 
     // Programs are looked up in PATH unless given; a missing one makes every operation report
     // it rather than fail obscurely. `runtimeDirectory` stands in for systemdRuntimeDirectory.
-    explicit SystemdHelperServiceManager(TimerSource& timers, QString systemctl = {}, QString pkexec = {},
-                                         QString runtimeDirectory = {});
+    explicit SystemdHelperServiceManager(TimerSource& timers, const QString& systemctl = {},
+                                         const QString& pkexec = {}, const QString& runtimeDirectory = {});
 
     QCoro::Task<HelperServiceStatus> status() override;
     QCoro::Task<Failure> registerService() override;
