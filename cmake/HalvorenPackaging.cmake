@@ -8,6 +8,8 @@ set(packaging "${PROJECT_SOURCE_DIR}/packaging")
 install(TARGETS halvoren halvoren-probe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 # Started by systemd only; the unit names this path.
 install(TARGETS halvoren-helper RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/halvoren)
+# What Halvoren runs through pkexec to enable or disable the unit; the polkit action names it.
+install(PROGRAMS "${packaging}/polkit/halvoren-helper-service" DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/halvoren)
 install(FILES "${packaging}/systemd/halvoren-helper.service" DESTINATION lib/systemd/system)
 install(FILES "${packaging}/polkit/com.halvoren.helper.policy" DESTINATION ${CMAKE_INSTALL_DATADIR}/polkit-1/actions)
 install(FILES "${packaging}/sysusers/halvoren.conf" DESTINATION lib/sysusers.d)

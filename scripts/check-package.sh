@@ -16,7 +16,7 @@ trap 'rm -rf "$root"' EXIT
 dpkg-deb -x "$deb" "$root"
 
 # Every file a user's system relies on is where the unit and the desktop expect it.
-for file in usr/bin/halvoren usr/bin/halvoren-probe usr/libexec/halvoren/halvoren-helper \
+for file in usr/bin/halvoren usr/bin/halvoren-probe usr/libexec/halvoren/halvoren-helper usr/libexec/halvoren/halvoren-helper-service \
     usr/lib/systemd/system/halvoren-helper.service usr/lib/sysusers.d/halvoren.conf \
     usr/share/polkit-1/actions/com.halvoren.helper.policy usr/share/applications/halvoren.desktop \
     usr/share/icons/hicolor/scalable/apps/halvoren.svg usr/share/metainfo/com.halvoren.Halvoren.metainfo.xml \

@@ -2,6 +2,8 @@
 
 #include "engine/child_process.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <initializer_list>
@@ -21,6 +23,16 @@ QString located(const QString& given, const char* name) {
     return !path.isEmpty() && file.isFile() && file.isExecutable() ? path : QString();
 }
 
+// pkexec wants an absolute path, and polkit matches the action by it.
+QString installedServiceControl(const QString& given) {
+    const QString path =
+        given.isEmpty() ? QDir(QCoreApplication::applicationDirPath())
+                              .filePath(QString::fromLatin1(SystemdHelperServiceManager::serviceControlPath))
+                        : given;
+    const QFileInfo file(path);
+    return file.isFile() && file.isExecutable() ? file.canonicalFilePath() : QString();
+}
+
 bool isOneOf(const std::string& value, std::initializer_list<std::string_view> options) {
     for (const auto option : options) {
         if (value == option) {
@@ -34,12 +46,14 @@ bool isOneOf(const std::string& value, std::initializer_list<std::string_view> o
 
 SystemdHelperServiceManager::SystemdHelperServiceManager(TimerSource& timers, const QString& systemctl,
                                                          const QString& pkexec,
-                                                         const QString& runtimeDirectory)
+                                                         const QString& runtimeDirectory,
+                                                         const QString& serviceControl)
     : timers_(timers)
     , programs_{located(systemctl, "systemctl"), located(pkexec, "pkexec"),
                 QFileInfo(runtimeDirectory.isEmpty() ? QString::fromLatin1(systemdRuntimeDirectory)
                                                      : runtimeDirectory)
-                    .isDir()} {}
+                    .isDir(),
+                installedServiceControl(serviceControl)} {}
 
 HelperServiceStatus SystemdHelperServiceManager::statusFrom(const std::string& isEnabled,
                                                             const std::string& isActive) {
@@ -125,7 +139,12 @@ SystemdHelperServiceManager::privileged(Programs programs, TimerSource& timers, 
                                    "pkexec not found: install polkit to authorise the helper"};
     }
     QStringList arguments;
-    arguments << programs.systemctl << verb << QString::fromLatin1("--now") << QString::fromLatin1(unitName);
+    if (programs.serviceControl.isEmpty()) {
+        arguments << programs.systemctl << verb << QString::fromLatin1("--now")
+                  << QString::fromLatin1(unitName);
+    } else {
+        arguments << programs.serviceControl << verb;
+    }
     const auto result = co_await runProcess(programs.pkexec, arguments, timers, privilegedTimeout);
     if (!result.ran) {
         co_return PrivilegedResult{Outcome::failed, result.failure};

@@ -20,10 +20,16 @@ public:
     // Present exactly when systemd is the running service manager (sd_booted(3)).
     static constexpr const char* systemdRuntimeDirectory = "/run/systemd/system";
 
+    // The installed program that enables or disables the unit, and nothing else, so that
+    // polkit asks for the helper's own action; found beside the application's program.
+    static constexpr const char* serviceControlPath = "../libexec/halvoren/halvoren-helper-service";
+
     // Programs are looked up in PATH unless given; a missing one makes every operation report
     // it rather than fail obscurely. `runtimeDirectory` stands in for systemdRuntimeDirectory.
+    // Without the service control program, pkexec runs systemctl itself.
     explicit SystemdHelperServiceManager(TimerSource& timers, const QString& systemctl = {},
-                                         const QString& pkexec = {}, const QString& runtimeDirectory = {});
+                                         const QString& pkexec = {}, const QString& runtimeDirectory = {},
+                                         const QString& serviceControl = {});
 
     QCoro::Task<HelperServiceStatus> status() override;
     QCoro::Task<Failure> registerService() override;
@@ -43,6 +49,7 @@ private:
         QString systemctl;
         QString pkexec;
         bool systemdRunning = false;
+        QString serviceControl;
     };
     // Outlives the manager while a privileged command started by openApproval runs.
     struct Shared {

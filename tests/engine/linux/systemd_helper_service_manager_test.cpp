@@ -46,6 +46,14 @@ TEST_F(ProcessTest, SystemdHelperSaysWhatIsMissing) {
     Systemd noPolkit(timers, systemctl, absent, running);
     EXPECT_EQ(run(noPolkit.status()), Status::notRegistered);
     EXPECT_EQ(run(noPolkit.unregisterService()), "pkexec not found: install polkit to authorise the helper");
+
+    // With the installed service control program, pkexec runs that rather than systemctl.
+    const auto log = dir.path().toStdString() + "/log";
+    const auto logging = script(QStringLiteral("pkexec-logging"), "echo \"$@\" >> '" + log + "'");
+    const auto control = script(QStringLiteral("control"), "exit 0");
+    Systemd controlled(timers, systemctl, logging, running, control);
+    EXPECT_EQ(run(controlled.registerService()), Failure{});
+    EXPECT_EQ(read(QStringLiteral("log")), control.toStdString() + " enable\n");
 }
 
 // A fake systemctl whose unit state is a file the fake pkexec rewrites when it runs
