@@ -64,7 +64,7 @@ Halvoren installs through polkit when asked; members of the group
 halvoren may control the fans.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # Polkit asks for the password when the helper is installed from Halvoren.
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pkexec | policykit-1, systemd")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "pkexec, systemd")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     "${packaging}/debian/postinst;${packaging}/debian/prerm;${packaging}/debian/postrm")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
