@@ -27,6 +27,10 @@ packages=(
   clang-tidy
   clang                # the fuzz targets: libFuzzer is clang's
   libclang-rt-14-dev   # libFuzzer and the sanitizer runtimes for clang 14
+  dpkg-dev             # scripts/check-package.sh: dpkg-shlibdeps for the package's dependencies,
+  lintian              # Debian's package checks,
+  desktop-file-utils   # desktop-file-validate,
+  appstream            # and appstreamcli for the metainfo file
 )
 
 missing=()

@@ -58,9 +58,11 @@ HelperCommandLine parseHelperCommandLine(const QStringList& arguments) {
         "Also let this user control the fans (repeatable). Root and the user who "
         "started the helper are always allowed.",
         "uid");
+    const QCommandLineOption allowGroup(
+        "allow-group", "Also let the members of this group control the fans (repeatable).", "name");
     const QCommandLineOption sysfsRoot("sysfs-root",
                                        "Where to look for hwmon devices (default /sys/class/hwmon).", "path");
-    parser.addOptions({socket, simulate, smcSocket, allowUid, sysfsRoot});
+    parser.addOptions({socket, simulate, smcSocket, allowUid, allowGroup, sysfsRoot});
 
     // The parser has no options with an optional value, so --simulate=PROFILE is split here.
     QStringList plain;
@@ -109,13 +111,22 @@ HelperCommandLine parseHelperCommandLine(const QStringList& arguments) {
     for (const QString& text : parser.values(allowUid)) {
         options.extraUids.insert(parseUid(text));
     }
+    for (const QString& name : parser.values(allowGroup)) {
+        if (name.isEmpty()) {
+            throw CommandLineError("--allow-group needs a group name");
+        }
+        options.allowedGroups.insert(name.toStdString());
+    }
     if (parser.isSet(sysfsRoot)) {
         options.sysfsRoot = parser.value(sysfsRoot).toStdString();
     }
     return result;
 }
 
-mode_t socketModeFor(const std::set<uid_t>& extraUids, uid_t self) {
+mode_t socketModeFor(const std::set<uid_t>& extraUids, uid_t self, bool groupsAllowed) {
+    if (groupsAllowed) {
+        return S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+    }
     for (const uid_t uid : extraUids) {
         if (uid != self && uid != 0) {
             return S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;

@@ -24,6 +24,8 @@ struct HelperOptions {
     std::string smcSocketPath;
     // Users allowed besides the one who started the daemon, and root.
     std::set<uid_t> extraUids;
+    // Groups whose members are allowed too, by name; resolved when the daemon starts.
+    std::set<std::string> allowedGroups;
     std::string sysfsRoot = "/sys/class/hwmon";
 };
 
@@ -49,6 +51,6 @@ HelperCommandLine parseHelperCommandLine(const QStringList& arguments);
 
 // The socket mode that lets every allowed user connect: 0600 when only the daemon's own user
 // and root are allowed, else 0666, with the credential check as the real gate.
-mode_t socketModeFor(const std::set<uid_t>& extraUids, uid_t self);
+mode_t socketModeFor(const std::set<uid_t>& extraUids, uid_t self, bool groupsAllowed = false);
 
 } // namespace halvoren

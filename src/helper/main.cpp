@@ -5,6 +5,7 @@
 #include "helper/helper_daemon.h"
 #include "helper/helper_log.h"
 #include "helper/helper_options.h"
+#include "helper/peer_credentials.h"
 #include "helper/process_signals.h"
 #include "helper/smc_fan_writer.h"
 #include "platform/termination_signals.h"
@@ -64,8 +65,16 @@ int run(const HelperOptions& options) {
     allowed.insert(self);
     HelperServer::Options serverOptions;
     serverOptions.path = options.socketPath;
-    serverOptions.socketMode = socketModeFor(options.extraUids, self);
-    serverOptions.allowPeer = allowUsers(allowed);
+    std::set<gid_t> allowedGroups;
+    for (const std::string& name : options.allowedGroups) {
+        const auto gid = groupNamed(name);
+        if (!gid) {
+            quit("no group named \"" + name + "\" (--allow-group)");
+        }
+        allowedGroups.insert(*gid);
+    }
+    serverOptions.socketMode = socketModeFor(options.extraUids, self, !allowedGroups.empty());
+    serverOptions.allowPeer = allowUsersAndGroups(allowed, allowedGroups);
     // Before the simulated controller's socket, which may go beside this one: that socket is
     // private, and so would be a directory made for it.
     prepareSocketDirectory(options.socketPath, serverOptions.socketMode,

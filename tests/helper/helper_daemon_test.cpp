@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 #include <memory>
+#include <pwd.h>
 #include <random>
 #include <sys/stat.h>
 #include <system_error>
@@ -154,6 +155,22 @@ TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
     EXPECT_TRUE(allow(PeerCredentials{1, 0, 0}));
     EXPECT_TRUE(allow(PeerCredentials{1, 1000, 0}));
     EXPECT_FALSE(allow(PeerCredentials{1, 1001, 0}));
+
+    // A group lets in a peer running with it, and a user the database lists in it.
+    const passwd* member = ::getpwnam("daemon");
+    ASSERT_NE(member, nullptr);
+    const uid_t memberUid = member->pw_uid;
+    const gid_t memberGroup = member->pw_gid;
+    const gid_t otherGroup = memberGroup + 4242;
+    const uid_t unknownUser = 3999999;
+    const auto group = allowUsersAndGroups({1000}, {memberGroup});
+    EXPECT_TRUE(group(PeerCredentials{1, 1000, otherGroup}));
+    EXPECT_TRUE(group(PeerCredentials{1, unknownUser, memberGroup}));
+    EXPECT_TRUE(group(PeerCredentials{1, memberUid, otherGroup})) << "by the user database";
+    EXPECT_FALSE(group(PeerCredentials{1, unknownUser, otherGroup}));
+    EXPECT_FALSE(allowUsersAndGroups({}, {otherGroup})(PeerCredentials{1, memberUid, memberGroup}));
+    EXPECT_EQ(groupNamed("root"), gid_t{0});
+    EXPECT_EQ(groupNamed("no-such-group-here"), std::nullopt);
     EXPECT_EQ(peerCredentials(-1), std::nullopt);
 }
 

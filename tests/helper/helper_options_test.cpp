@@ -33,11 +33,13 @@ TEST_F(HelperCommandLine, ReadsEveryFlag) {
     EXPECT_EQ(simulated.simulateProfile, "apple-silicon-laptop-2fan");
     EXPECT_EQ(simulated.smcSocketPath, "/tmp/h/smc.sock");
 
-    const auto chosen = parse({"--simulate=intel-laptop", "--smc-socket", "/x/smc", "--allow-uid", "1000",
-                               "--allow-uid=1001", "--sysfs-root", "/fake", "--socket=/s"});
+    const auto chosen =
+        parse({"--simulate=intel-laptop", "--smc-socket", "/x/smc", "--allow-uid", "1000", "--allow-uid=1001",
+               "--allow-group", "halvoren", "--sysfs-root", "/fake", "--socket=/s"});
     EXPECT_EQ(chosen.simulateProfile, "intel-laptop");
     EXPECT_EQ(chosen.smcSocketPath, "/x/smc");
     EXPECT_EQ(chosen.extraUids, (std::set<uid_t>{1000, 1001}));
+    EXPECT_EQ(chosen.allowedGroups, (std::set<std::string>{"halvoren"}));
     EXPECT_EQ(chosen.sysfsRoot, "/fake");
     EXPECT_EQ(chosen.socketPath, "/s");
 
@@ -47,13 +49,15 @@ TEST_F(HelperCommandLine, ReadsEveryFlag) {
 
     const auto help = parseHelperCommandLine({"halvoren-helper", "--help"});
     EXPECT_TRUE(help.helpRequested);
-    for (const char* flag : {"--socket", "--simulate", "--smc-socket", "--allow-uid", "--sysfs-root"}) {
+    for (const char* flag :
+         {"--socket", "--simulate", "--smc-socket", "--allow-uid", "--allow-group", "--sysfs-root"}) {
         EXPECT_TRUE(help.helpText.contains(flag)) << flag;
     }
 
-    for (const QStringList& bad : {QStringList{"--allow-uid", "bob"}, QStringList{"--allow-uid", "-1"},
-                                   QStringList{"--allow-uid", "4294967295"}, QStringList{"--simulate="},
-                                   QStringList{"--fast"}, QStringList{"stray"}, QStringList{"--socket"}}) {
+    for (const QStringList& bad :
+         {QStringList{"--allow-uid", "bob"}, QStringList{"--allow-uid", "-1"},
+          QStringList{"--allow-uid", "4294967295"}, QStringList{"--simulate="}, QStringList{"--allow-group="},
+          QStringList{"--fast"}, QStringList{"stray"}, QStringList{"--socket"}}) {
         EXPECT_THROW(parse(bad), CommandLineError) << bad.join(' ').toStdString();
     }
 }
@@ -63,6 +67,7 @@ TEST_F(HelperCommandLine, OpensTheSocketToOthersOnlyWhenOthersAreAllowed) {
     EXPECT_EQ(socketModeFor({0, 1000}, 1000), 0600U);
     EXPECT_EQ(socketModeFor({1001}, 1000), 0666U);
     EXPECT_EQ(socketModeFor({1000}, 0), 0666U);
+    EXPECT_EQ(socketModeFor({}, 0, true), 0666U) << "a group's members are other users";
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 
 #include "engine/child_process.h"
 
+#include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
 #include <initializer_list>
@@ -21,6 +23,16 @@ QString located(const QString& given, const char* name) {
     return !path.isEmpty() && file.isFile() && file.isExecutable() ? path : QString();
 }
 
+// pkexec wants an absolute path, and polkit matches the action by it.
+QString installedServiceControl(const QString& given) {
+    const QString path =
+        given.isEmpty() ? QDir(QCoreApplication::applicationDirPath())
+                              .filePath(QString::fromLatin1(SystemdHelperServiceManager::serviceControlPath))
+                        : given;
+    const QFileInfo file(path);
+    return file.isFile() && file.isExecutable() ? file.canonicalFilePath() : QString();
+}
+
 bool isOneOf(const std::string& value, std::initializer_list<std::string_view> options) {
     for (const auto option : options) {
         if (value == option) {
@@ -32,11 +44,16 @@ bool isOneOf(const std::string& value, std::initializer_list<std::string_view> o
 
 } // namespace
 
-SystemdHelperServiceManager::SystemdHelperServiceManager(TimerSource& timers, QString systemctl,
-                                                         QString pkexec)
+SystemdHelperServiceManager::SystemdHelperServiceManager(TimerSource& timers, const QString& systemctl,
+                                                         const QString& pkexec,
+                                                         const QString& runtimeDirectory,
+                                                         const QString& serviceControl)
     : timers_(timers)
-    , systemctl_(located(systemctl, "systemctl"))
-    , pkexec_(located(pkexec, "pkexec")) {}
+    , programs_{located(systemctl, "systemctl"), located(pkexec, "pkexec"),
+                QFileInfo(runtimeDirectory.isEmpty() ? QString::fromLatin1(systemdRuntimeDirectory)
+                                                     : runtimeDirectory)
+                    .isDir(),
+                installedServiceControl(serviceControl)} {}
 
 HelperServiceStatus SystemdHelperServiceManager::statusFrom(const std::string& isEnabled,
                                                             const std::string& isActive) {
@@ -56,7 +73,7 @@ HelperServiceStatus SystemdHelperServiceManager::statusFrom(const std::string& i
 }
 
 QCoro::Task<HelperServiceStatus> SystemdHelperServiceManager::status() {
-    if (systemctl_.isEmpty()) {
+    if (programs_.systemctl.isEmpty()) {
         co_return HelperServiceStatus::notFound;
     }
     const QString unit = QString::fromLatin1(unitName);
@@ -65,38 +82,83 @@ QCoro::Task<HelperServiceStatus> SystemdHelperServiceManager::status() {
     QStringList isActive;
     isActive << QString::fromLatin1("is-active") << unit;
     // Both commands answer through their output; their exit codes only repeat it.
-    const auto enabled = co_await runProcess(systemctl_, isEnabled, timers_, queryTimeout);
-    const auto active = co_await runProcess(systemctl_, isActive, timers_, queryTimeout);
-    co_return statusFrom(enabled.output, active.output);
+    const auto enabled = co_await runProcess(programs_.systemctl, isEnabled, timers_, queryTimeout);
+    const auto active = co_await runProcess(programs_.systemctl, isActive, timers_, queryTimeout);
+    const auto status = statusFrom(enabled.output, active.output);
+    if (status == HelperServiceStatus::enabled) {
+        shared_->approvalPending = false; // approved, whoever did it
+    } else if (status == HelperServiceStatus::notRegistered && shared_->approvalPending) {
+        co_return HelperServiceStatus::requiresApproval;
+    }
+    co_return status;
 }
 
 QCoro::Task<HelperServiceManager::Failure> SystemdHelperServiceManager::registerService() {
-    co_return co_await privileged(QString::fromLatin1("enable"));
+    const auto result = co_await privileged(programs_, timers_, QString::fromLatin1("enable"));
+    shared_->approvalPending = result.outcome == Outcome::refused;
+    if (result.outcome == Outcome::failed) {
+        co_return result.text;
+    }
+    co_return std::nullopt;
 }
 
 QCoro::Task<HelperServiceManager::Failure> SystemdHelperServiceManager::unregisterService() {
-    co_return co_await privileged(QString::fromLatin1("disable"));
+    shared_->approvalPending = false; // nothing is waiting for approval once the user takes it back
+    const auto result = co_await privileged(programs_, timers_, QString::fromLatin1("disable"));
+    if (result.outcome == Outcome::done) {
+        co_return std::nullopt;
+    }
+    co_return result.text;
 }
 
-QCoro::Task<HelperServiceManager::Failure> SystemdHelperServiceManager::privileged(const QString& verb) {
-    if (systemctl_.isEmpty()) {
-        co_return std::string("systemctl not found: the helper needs systemd");
+void SystemdHelperServiceManager::openApproval() {
+    if (shared_->approvalPending) {
+        [[maybe_unused]] auto task = askAgain(programs_, timers_, shared_);
     }
-    if (pkexec_.isEmpty()) {
-        co_return std::string("pkexec not found: install polkit to authorise the helper");
+}
+
+QCoro::Task<void> SystemdHelperServiceManager::askAgain(Programs programs, TimerSource& timers,
+                                                        std::shared_ptr<Shared> shared) {
+    const auto result = co_await privileged(std::move(programs), timers, QString::fromLatin1("enable"));
+    if (result.outcome == Outcome::done) {
+        shared->approvalPending = false;
+    }
+}
+
+QCoro::Task<SystemdHelperServiceManager::PrivilegedResult>
+SystemdHelperServiceManager::privileged(Programs programs, TimerSource& timers, QString verb) {
+    if (programs.systemctl.isEmpty()) {
+        co_return PrivilegedResult{Outcome::failed, "systemctl not found: the helper needs systemd"};
+    }
+    if (!programs.systemdRunning) {
+        co_return PrivilegedResult{Outcome::failed,
+                                   "systemd is not running: start halvoren-helper by hand as root"};
+    }
+    if (programs.pkexec.isEmpty()) {
+        co_return PrivilegedResult{Outcome::failed,
+                                   "pkexec not found: install polkit to authorise the helper"};
     }
     QStringList arguments;
-    arguments << systemctl_ << verb << QString::fromLatin1("--now") << QString::fromLatin1(unitName);
-    const auto result = co_await runProcess(pkexec_, arguments, timers_, privilegedTimeout);
+    if (programs.serviceControl.isEmpty()) {
+        arguments << programs.systemctl << verb << QString::fromLatin1("--now")
+                  << QString::fromLatin1(unitName);
+    } else {
+        arguments << programs.serviceControl << verb;
+    }
+    const auto result = co_await runProcess(programs.pkexec, arguments, timers, privilegedTimeout);
     if (!result.ran) {
-        co_return result.failure;
+        co_return PrivilegedResult{Outcome::failed, result.failure};
     }
-    if (result.exitCode != 0) {
-        const std::string command = "systemctl " + verb.toStdString() + " --now " + unitName;
-        const std::string detail = result.errorOutput.empty() ? "" : ": " + result.errorOutput;
-        co_return command + " failed with code " + std::to_string(result.exitCode) + detail;
+    if (result.exitCode == 0) {
+        co_return PrivilegedResult{Outcome::done, {}};
     }
-    co_return std::nullopt;
+    const std::string detail = result.errorOutput.empty() ? "" : ": " + result.errorOutput;
+    if (isRefusal(result.exitCode)) {
+        co_return PrivilegedResult{Outcome::refused, "authentication refused" + detail};
+    }
+    const std::string command = "systemctl " + verb.toStdString() + " --now " + unitName;
+    co_return PrivilegedResult{Outcome::failed,
+                               command + " failed with code " + std::to_string(result.exitCode) + detail};
 }
 
 } // namespace halvoren
