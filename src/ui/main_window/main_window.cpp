@@ -133,6 +133,7 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
         }
     }
     toolbar->insertWidget(2, &sensors_->searchField());
+    toolbar->insertWidget(3, &modes_->addButton());
     column->addWidget(pages_, 1);
     split->addWidget(detail, 1);
 

@@ -79,7 +79,7 @@ void ToggleSwitch::paintContent(QPainter& painter, const QRectF& rect) {
     const QRectF track(rect.right() - 42, rect.center().y() - 11, 38, 22);
     painter.setFont(theme::font(theme::FontRole::body));
     painter.setPen(theme::primaryColor(look));
-    painter.drawText(rect.adjusted(4, 0, -(track.width() + 12), 0), Qt::AlignLeft | Qt::AlignVCenter, label_);
+    painter.drawText(rect.adjusted(0, 0, -(track.width() + 12), 0), Qt::AlignLeft | Qt::AlignVCenter, label_);
     painter.setPen(Qt::NoPen);
     painter.setBrush(isChecked() ? hoverLightened(accent(), isHovered())
                                  : restingFill(isHovered()).darker(110));
@@ -109,6 +109,15 @@ void SymbolSwatch::paintContent(QPainter& painter, const QRectF& rect) {
     theme::paintSymbol(painter, tile.adjusted(10, 10, -10, -10), symbol_,
                        isChecked() ? accent() : theme::secondaryColor(look));
     paintFocusRing(painter, rect, 9.0);
+}
+
+void SensorPicker::paintEvent(QPaintEvent* event) {
+    QComboBox::paintEvent(event);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF area(rect());
+    theme::paintSymbol(painter, QRectF(area.right() - 24, area.center().y() - 7, 14, 14),
+                       "chevron.up.chevron.down", theme::secondaryColor(theme::currentAppearance()));
 }
 
 } // namespace halvoren

@@ -2,6 +2,7 @@
 
 #include "ui/panel/panel_buttons.h"
 
+#include <QComboBox>
 #include <QString>
 #include <string>
 
@@ -50,6 +51,16 @@ protected:
 
 private:
     std::string symbol_;
+};
+
+// A picker drawn as a soft field with the up-and-down chevrons at its end.
+class SensorPicker : public QComboBox {
+public:
+    explicit SensorPicker(QWidget* parent = nullptr)
+        : QComboBox(parent) {}
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
 };
 
 } // namespace halvoren

@@ -49,22 +49,23 @@ QString fieldStyle() {
     const bool dark = theme::currentAppearance() == theme::Appearance::dark;
     const QString ink = theme::primaryColor(theme::currentAppearance()).name();
     const QString popup = theme::cardBackground(theme::currentAppearance()).name();
-    return QStringLiteral("QLineEdit, QComboBox { border-radius: 8px; padding: 5px 10px; "
-                          "border: 1px solid rgba(%1, %1, %1, 0.14); background: rgba(%1, %1, %1, %2); "
-                          "color: %3; }"
-                          "QLineEdit:focus, QComboBox:focus { border: 1px solid %5; }"
-                          "QComboBox::drop-down { border: none; width: 22px; }"
-                          "QComboBox QAbstractItemView { background: %4; color: %3; border-radius: 8px; "
-                          "selection-background-color: %5; selection-color: white; padding: 4px; "
-                          "outline: none; }")
+    return QStringLiteral(
+               "QLineEdit, QComboBox { border-radius: 8px; padding: 5px 10px; "
+               "border: 1px solid rgba(%1, %1, %1, 0.14); background: rgba(%1, %1, %1, %2); "
+               "color: %3; }"
+               "QLineEdit:focus, QComboBox:focus { border: 1px solid %5; }"
+               "QComboBox::drop-down { border: none; width: 28px; } QComboBox::down-arrow { image: none; }"
+               "QComboBox QAbstractItemView { background: %4; color: %3; border-radius: 8px; "
+               "selection-background-color: %5; selection-color: white; padding: 4px; "
+               "outline: none; }")
         .arg(dark ? 255 : 0)
         .arg(dark ? 0.08 : 0.05)
         .arg(ink, popup);
 }
 
-QComboBox* picker(const std::vector<modes::ModeSensorPickerOption>& options, const QString& name,
-                  const QString& style, QWidget* parent) {
-    auto* made = new QComboBox(parent);
+SensorPicker* picker(const std::vector<modes::ModeSensorPickerOption>& options, const QString& name,
+                     const QString& style, QWidget* parent) {
+    auto* made = new SensorPicker(parent);
     made->setView(new QListView(made)); // lets the style sheet reach the popup's rows
     made->setStyleSheet(style);
     made->setAccessibleName(name);
@@ -133,7 +134,7 @@ ModeEditorSheet::ModeEditorSheet(HalvorenEngine& engine, const std::optional<Cus
 
     section(QStringLiteral("Symbol"));
     auto* grid = new QGridLayout();
-    grid->setSpacing(8);
+    grid->setHorizontalSpacing(14);
     for (const std::string_view symbol : CustomMode::curatedSymbolNames) {
         auto* swatch = new SymbolSwatch(std::string(symbol), this);
         swatch->setAccent(accent);

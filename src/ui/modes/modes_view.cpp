@@ -68,19 +68,12 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(12);
 
-    auto* header = new QHBoxLayout();
-    header->setContentsMargins(0, 0, 10, 0);
-    auto* title = new QLabel(QStringLiteral("Modes"), holder);
-    title->setFont(theme::font(theme::FontRole::panelTitle));
-    setInk(*title, theme::primaryColor(look));
-    header->addWidget(title);
-    header->addStretch(1);
     add_->setAccent(accent);
     add_->setAccessibleName(QStringLiteral("Add a custom mode"));
     add_->setToolTip(add_->accessibleName());
+    // Hidden until the section is on screen; the window gives it a place in its toolbar.
+    add_->hide();
     QObject::connect(add_, &QAbstractButton::clicked, this, [this] { openEditor(std::nullopt); });
-    header->addWidget(add_);
-    column->addLayout(header);
     noFans_->setText(noFansText());
     column->addWidget(noFans_);
 
@@ -99,7 +92,9 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     pitch->setWordWrap(true);
     pitch->setAlignment(Qt::AlignHCenter);
     pitch->setFont(theme::font(theme::FontRole::body));
-    pitch->setMaximumWidth(440);
+    pitch->setFixedWidth(440);
+    // Laid out centred, the label is not asked its height for the width; give it the wrapped height.
+    pitch->setFixedHeight(pitch->heightForWidth(440));
     setInk(*pitch, theme::secondaryColor(look));
     emptyColumn->addWidget(pitch, 0, Qt::AlignHCenter);
     emptyColumn->addSpacing(6);
@@ -122,8 +117,6 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     newMode_->setAccent(accent);
     QObject::connect(newMode_, &QAbstractButton::clicked, this, [this] { openEditor(std::nullopt); });
     emptyColumn->addWidget(newMode_, 0, Qt::AlignHCenter);
-    column->addWidget(empty_);
-
     useThinScroller(*scroller_);
     auto* content = new QWidget();
     content->setAttribute(Qt::WA_TranslucentBackground);
@@ -132,12 +125,13 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     list_->setFrost(engine_.glassFrost().value());
     list_->setPadding(8);
     listColumn_->setSpacing(4);
+    empty_->setParent(content);
+    stack->addWidget(empty_);
     stack->addWidget(list_);
     stack->addStretch(1);
     scroller_->setWidget(content);
     scroller_->setWidgetResizable(true);
     column->addWidget(scroller_, 1);
-    column->addStretch(0);
 
     watch_.on(engine_.customModes(), [this] { rebuildRows(); });
     watch_.on(engine_.fans(), [this] { refresh(); });
@@ -147,6 +141,18 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     watch_.on(engine_.useFahrenheit(), [this] { refresh(); });
     watch_.on(engine_.preciseTemperatures(), [this] { refresh(); });
     rebuildRows();
+}
+
+void ModesView::showEvent(QShowEvent* event) {
+    onScreen_ = true;
+    refresh();
+    QWidget::showEvent(event);
+}
+
+void ModesView::hideEvent(QHideEvent* event) {
+    onScreen_ = false;
+    refresh();
+    QWidget::hideEvent(event);
 }
 
 ModeEditorSheet* ModesView::editor() const {
@@ -181,10 +187,10 @@ void ModesView::rebuildRows() {
 void ModesView::refresh() {
     const std::vector<CustomMode>& modes = engine_.customModes().value();
     const bool hasFans = !engine_.fans().value().empty();
-    add_->setVisible(hasFans);
+    add_->setVisible(hasFans && onScreen_);
     noFans_->setVisible(!hasFans);
     empty_->setVisible(modes.empty());
-    scroller_->setVisible(!modes.empty());
+    list_->setVisible(!modes.empty());
     const auto& sensors = engine_.deviceSensorsDisplay().value();
     const bool fahrenheit = engine_.useFahrenheit().value();
     const bool precise = engine_.preciseTemperatures().value();

@@ -34,6 +34,7 @@ public:
     // Asks whether to delete `mode`.
     void confirmDelete(const CustomMode& mode);
 
+    // "Add Mode", for the window's toolbar: shown while the section is and the Mac has fans.
     FooterButton& addButton() const { return *add_; }
     NoticeView& noFansNotice() const { return *noFans_; }
     ModuleCard& emptyState() const { return *empty_; }
@@ -44,6 +45,10 @@ public:
     ModeEditorSheet* editor() const;
     ModeDeleteDialog* deleteDialog() const;
     const std::optional<CustomMode>& pendingDelete() const { return pendingDelete_; }
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void rebuildRows();
@@ -62,6 +67,7 @@ private:
     QPointer<ModeEditorSheet> editor_;
     QPointer<ModeDeleteDialog> deleteDialog_;
     std::optional<CustomMode> pendingDelete_;
+    bool onScreen_ = false;
     EngineWatch watch_;
 };
 
