@@ -223,6 +223,8 @@ void ModesView::openEditor(const std::optional<CustomMode>& mode) {
             }
         },
         window());
+    // The sheet is gone for the view as soon as it closes, before Qt gets round to deleting it.
+    QObject::connect(editor_, &QDialog::finished, this, [this] { editor_ = nullptr; });
     presentCentred(*editor_, *this);
 }
 
@@ -238,6 +240,7 @@ void ModesView::confirmDelete(const CustomMode& mode) {
             engine_.deleteCustomMode(pendingDelete_->id);
         }
         pendingDelete_.reset();
+        deleteDialog_ = nullptr;
     });
     presentCentred(*deleteDialog_, *this);
 }
