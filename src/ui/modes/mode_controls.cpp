@@ -96,7 +96,7 @@ SymbolSwatch::SymbolSwatch(std::string symbol, QWidget* parent)
     , symbol_(std::move(symbol)) {
     setCheckable(true);
     setAutoExclusive(true);
-    setFixedSize(sizeHint());
+    setFixedSize(40, 40);
     setAccessibleName(QString::fromStdString(symbol_));
 }
 

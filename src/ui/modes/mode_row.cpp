@@ -28,7 +28,7 @@ ModeRow::ModeRow(QWidget* parent)
     : PanelButton(parent)
     , edit_(new FooterButton(QString(), "pencil", this))
     , delete_(new FooterButton(QString(), "trash", this)) {
-    setFixedHeight(sizeHint().height());
+    setFixedHeight(rowHeight);
     QObject::connect(this, &QAbstractButton::clicked, this, [this] {
         // An inert row swallows the click: nothing is engaged without fans.
         if (content_.canEngage && onEngage_) {

@@ -33,7 +33,8 @@ public:
     const Content& content() const { return content_; }
     FooterButton& editButton() const { return *edit_; }
     FooterButton& deleteButton() const { return *delete_; }
-    QSize sizeHint() const override { return {420, 60}; }
+    static constexpr int rowHeight = 60;
+    QSize sizeHint() const override { return {420, rowHeight}; }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;

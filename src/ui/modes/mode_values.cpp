@@ -36,6 +36,7 @@ QString speedSubtitle(const ModeSpeed& speed) {
 
 std::vector<ModeSensorPickerOption> triggerOptions(const std::vector<DeviceSensorReading>& deviceSensors) {
     std::vector<ModeSensorPickerOption> options;
+    options.reserve(EnumTable<ControlSource>::entries.size() + deviceSensors.size());
     for (const auto& [source, raw] : EnumTable<ControlSource>::entries) {
         options.push_back({"mode-sensor.source." + std::string(raw), text(displayName(source)),
                            ModeSensor::source(source)});
@@ -154,8 +155,13 @@ EditorSeed editorSeed(const std::optional<CustomMode>& editing) {
 CustomMode savedMode(const EditorSeed& fields) {
     const ModeSpeed speed =
         fields.isFixedSpeed ? ModeSpeed::fixed(fields.percentage) : ModeSpeed::floor(fields.percentage);
-    return CustomMode(fields.id, trimmedName(fields.name).toStdString(), fields.symbolName, speed,
-                      fields.controlSensor, fields.displaySensorChoice, fields.drivesMainReadout);
+    return {fields.id,
+            trimmedName(fields.name).toStdString(),
+            fields.symbolName,
+            speed,
+            fields.controlSensor,
+            fields.displaySensorChoice,
+            fields.drivesMainReadout};
 }
 
 } // namespace halvoren::modes

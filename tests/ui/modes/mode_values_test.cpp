@@ -6,11 +6,14 @@
 namespace halvoren::modes {
 namespace {
 
-const std::vector<DeviceSensorReading> machine{
-    {.id = "TC0P", .name = "CPU Proximity", .symbol = "cpu", .value = 50.0},
-    {.id = "TG0P", .name = "GPU Proximity", .symbol = "cpu", .value = std::nullopt},
-    {.id = "TC0P", .name = "Duplicate", .symbol = "cpu", .value = 1.0},
-};
+const std::vector<DeviceSensorReading>& machineSensors() {
+    static const std::vector<DeviceSensorReading> sensors{
+        {.id = "TC0P", .name = "CPU Proximity", .symbol = "cpu", .value = 50.0},
+        {.id = "TG0P", .name = "GPU Proximity", .symbol = "cpu", .value = std::nullopt},
+        {.id = "TC0P", .name = "Duplicate", .symbol = "cpu", .value = 1.0},
+    };
+    return sensors;
+}
 
 TEST(ModeValues, SpeedSubtitleRoundsToAWholePercent) {
     const struct {
@@ -37,7 +40,7 @@ TEST(ModeValues, ActiveOnlyWhenTheIdsMatch) {
 }
 
 TEST(ModeValues, PickerRowsAggregatesThenSensorsInOrder) {
-    const std::vector<ModeSensorPickerOption> options = triggerOptions(machine);
+    const std::vector<ModeSensorPickerOption> options = triggerOptions(machineSensors());
     ASSERT_EQ(options.size(), 8U);
     EXPECT_EQ(options[0], (ModeSensorPickerOption{"mode-sensor.source.hottest", "Hottest Sensor",
                                                   ModeSensor::source(ControlSource::hottest)}));
@@ -45,7 +48,7 @@ TEST(ModeValues, PickerRowsAggregatesThenSensorsInOrder) {
     EXPECT_EQ(options[6], (ModeSensorPickerOption{"mode-sensor.sensor.TG0P", "GPU Proximity",
                                                   ModeSensor::sensor("TG0P")}));
 
-    const std::vector<ModeSensorPickerOption> display = displayOptions(machine);
+    const std::vector<ModeSensorPickerOption> display = displayOptions(machineSensors());
     ASSERT_EQ(display.size(), 9U);
     EXPECT_EQ(display[0],
               (ModeSensorPickerOption{"mode-sensor.same-as-trigger", "Same as trigger", std::nullopt}));
@@ -53,7 +56,7 @@ TEST(ModeValues, PickerRowsAggregatesThenSensorsInOrder) {
 }
 
 TEST(ModeValues, PickerLookupsBothWays) {
-    const std::vector<ModeSensorPickerOption> display = displayOptions(machine);
+    const std::vector<ModeSensorPickerOption> display = displayOptions(machineSensors());
     EXPECT_EQ(sensorForOption("mode-sensor.sensor.TG0P", display), ModeSensor::sensor("TG0P"));
     EXPECT_EQ(sensorForOption(sameAsTriggerID, display), std::nullopt);
     EXPECT_EQ(sensorForOption("mode-sensor.sensor.gone", display), std::nullopt);
@@ -63,13 +66,14 @@ TEST(ModeValues, PickerLookupsBothWays) {
     // The first of two rows holding the same sensor; none for a sensor no row holds.
     EXPECT_EQ(optionIndex(display, ModeSensor::sensor("TC0P")), 6U);
     EXPECT_EQ(optionIndex(display, ModeSensor::sensor("gone")), std::nullopt);
-    EXPECT_EQ(optionIndex(triggerOptions(machine), std::nullopt), std::nullopt);
+    EXPECT_EQ(optionIndex(triggerOptions(machineSensors()), std::nullopt), std::nullopt);
 }
 
 TEST(ModeValues, SensorNames) {
-    EXPECT_EQ(sensorName(ModeSensor::source(ControlSource::cpuAverage), machine), "CPU Core Average");
-    EXPECT_EQ(sensorName(ModeSensor::sensor("TC0P"), machine), "CPU Proximity");
-    EXPECT_EQ(sensorName(ModeSensor::sensor("gone"), machine), "Sensor");
+    EXPECT_EQ(sensorName(ModeSensor::source(ControlSource::cpuAverage), machineSensors()),
+              "CPU Core Average");
+    EXPECT_EQ(sensorName(ModeSensor::sensor("TC0P"), machineSensors()), "CPU Proximity");
+    EXPECT_EQ(sensorName(ModeSensor::sensor("gone"), machineSensors()), "Sensor");
     EXPECT_EQ(sensorName(ModeSensor::sensor("TC0P"), {}), "Sensor");
 }
 

@@ -32,8 +32,8 @@ protected:
     }
 
     CustomMode add(const char* name, std::optional<ModeSensor> display = std::nullopt) {
-        const CustomMode mode(Uuid::random(), name, "moon.fill", ModeSpeed::floor(0.25),
-                              ModeSensor::source(ControlSource::hottest), std::move(display));
+        CustomMode mode(Uuid::random(), name, "moon.fill", ModeSpeed::floor(0.25),
+                        ModeSensor::source(ControlSource::hottest), std::move(display));
         engine->addCustomMode(mode);
         return mode;
     }
