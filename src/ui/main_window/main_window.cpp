@@ -9,6 +9,7 @@
 #include "ui/dashboard/dashboard_view.h"
 #include "ui/main_window/sidebar.h"
 #include "ui/main_window/window_banner.h"
+#include "ui/modes/modes_view.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/power/power_view.h"
 #include "ui/sensors/sensors_view.h"
@@ -125,12 +126,15 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     pages_->addWidget(sensors_);
     power_ = new PowerView(engine_);
     pages_->addWidget(power_);
+    modes_ = new ModesView(engine_);
+    pages_->addWidget(modes_);
     for (const SectionInfo& info : sections) {
-        if (info.section > Section::power) {
+        if (info.section > Section::modes) {
             pages_->addWidget(placeholder(info, engine_));
         }
     }
     toolbar->insertWidget(2, &sensors_->searchField());
+    toolbar->insertWidget(3, &modes_->addButton());
     column->addWidget(pages_, 1);
     split->addWidget(detail, 1);
 

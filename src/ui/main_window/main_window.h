@@ -19,6 +19,7 @@ class AmbientBackdrop;
 class DashboardView;
 class FooterButton;
 class HalvorenEngine;
+class ModesView;
 class PowerView;
 class SensorsView;
 class Sidebar;
@@ -50,6 +51,7 @@ public:
     DashboardView& dashboard() const { return *dashboard_; }
     SensorsView& sensors() const { return *sensors_; }
     PowerView& power() const { return *power_; }
+    ModesView& modes() const { return *modes_; }
     const std::array<QShortcut*, sections.size()>& shortcuts() const { return shortcuts_; }
     const ScaleInTransition& transition() const { return transition_; }
 
@@ -75,6 +77,7 @@ private:
     DashboardView* dashboard_;
     SensorsView* sensors_;
     PowerView* power_;
+    ModesView* modes_;
     std::array<QShortcut*, sections.size()> shortcuts_{};
     Section section_ = Section::dashboard;
     EngineWatch watch_;

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QDialog>
+
+class QLabel;
+
+namespace halvoren {
+
+class FooterButton;
+class ProminentButton;
+
+// Asks before a custom mode goes for good: "Delete" accepts, "Cancel" and Escape reject.
+class ModeDeleteDialog : public QDialog {
+public:
+    ModeDeleteDialog(const QString& message, const QColor& accent, QWidget* parent = nullptr);
+
+    QLabel& message() const { return *message_; }
+    ProminentButton& deleteButton() const { return *delete_; }
+    FooterButton& cancelButton() const { return *cancel_; }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QLabel* message_;
+    ProminentButton* delete_;
+    FooterButton* cancel_;
+};
+
+} // namespace halvoren
