@@ -175,15 +175,23 @@ void HalvorenEngine::stop() {
 
 QCoro::Task<void> HalvorenEngine::runPowerSlice() {
     const std::weak_ptr<int> alive = lifetime_;
-    // The platform's reads may block; the reader lives as long as the call does. Named, not a
-    // temporary of the co_await: g++ 12 destroys such temporaries twice.
-    QFuture<PowerReading> reading = QtConcurrent::run(
-        QThreadPool::globalInstance(), [observer = powerObserver_] { return observer->reading(); });
-    co_await reading;
-    if (alive.expired()) {
-        co_return;
+    PowerReading result;
+    if (powerReadingCost_->cheap()) {
+        // A few attribute files and a cached bus answer: cheaper than two thread hops.
+        result = powerReadingCost_->timed([&] { return powerObserver_->reading(); });
+    } else {
+        // The platform's reads may block; the reader lives as long as the call does. Named, not
+        // a temporary of the co_await: g++ 12 destroys such temporaries twice.
+        QFuture<PowerReading> reading = QtConcurrent::run(
+            QThreadPool::globalInstance(), [observer = powerObserver_, cost = powerReadingCost_] {
+                return cost->timed([&] { return observer->reading(); });
+            });
+        co_await reading;
+        if (alive.expired()) {
+            co_return;
+        }
+        result = reading.result();
     }
-    const PowerReading result = reading.result();
     setClamshell(result.clamshell);
     updatePowerTelemetry(result.telemetry);
     evaluateQuietHours(timers_.clock().wallNow());

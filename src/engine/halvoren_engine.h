@@ -506,6 +506,8 @@ private:
 
     // Platform services; the two readers are used from worker threads, one call at a time.
     std::shared_ptr<PowerStateObserver> powerObserver_;
+    // What the last power reading cost: a cheap one runs on this thread.
+    std::shared_ptr<CostGate> powerReadingCost_ = std::make_shared<CostGate>();
     std::shared_ptr<MicActivityMonitor> microphone_;
     std::shared_ptr<ApplicationWatcher> applications_;
     std::optional<QTimeZone> timeZone_;

@@ -16,7 +16,7 @@ struct PowerReading {
 };
 
 // Reads the power source, the battery's electrical state and the lid. Blocking: it is called
-// on a worker thread, one call at a time. Every failure reads as a neutral value: source
+// on a worker thread, or in place while it proves cheap, one call at a time. Every failure reads as a neutral value: source
 // `unknown`, zero watts, not charging, zero watt-hours, lid open.
 class PowerStateObserver {
 public:
