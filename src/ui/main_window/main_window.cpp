@@ -7,11 +7,13 @@
 #include "ui/components/ambient_backdrop.h"
 #include "ui/components/module_card.h"
 #include "ui/dashboard/dashboard_view.h"
+#include "ui/first_run/first_run_wizard_view.h"
 #include "ui/main_window/sidebar.h"
 #include "ui/main_window/window_banner.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/power/power_view.h"
 #include "ui/sensors/sensors_view.h"
+#include "ui/settings/settings_view.h"
 #include "ui/theme/backdrop.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"
@@ -52,7 +54,8 @@ QWidget* placeholder(const SectionInfo& info, const HalvorenEngine& engine) {
 
 } // namespace
 
-MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* parent)
+MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, LoginItem& loginItem,
+                       NotificationCenter& notifications, QWidget* parent)
     : QWidget(parent)
     , engine_(engine)
     , settings_(settings)
@@ -62,7 +65,9 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     , turbo_(new FooterButton(QStringLiteral("Turbo"), "flame", this))
     , overheatBanner_(new WindowBanner("flame.fill", this))
     , helperBanner_(new WindowBanner("lock.shield.fill", this))
-    , pages_(new QStackedWidget(this)) {
+    , pages_(new QStackedWidget(this))
+    , loginItem_(loginItem)
+    , notifications_(notifications) {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Halvoren"));
     setMinimumSize(minimumContentSize);
@@ -82,6 +87,7 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     split->addWidget(sidebar_);
 
     auto* detail = new QWidget(this);
+    content_ = detail;
     detail->setMinimumWidth(detailMinimumWidth);
     auto* column = new QVBoxLayout(detail);
     column->setContentsMargins(0, 0, 0, 0);
@@ -125,7 +131,10 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     power_ = new PowerView(engine_);
     pages_->addWidget(power_);
     for (const SectionInfo& info : sections) {
-        if (info.section > Section::power) {
+        if (info.section == Section::settings) {
+            settingsView_ = new SettingsView(engine_, loginItem_);
+            pages_->addWidget(settingsView_);
+        } else if (info.section > Section::power) {
             pages_->addWidget(placeholder(info, engine_));
         }
     }
@@ -150,6 +159,8 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     refreshHelper();
     refreshTurbo();
     refreshOverheat();
+    watch_.on(engine_.hasCompletedFirstRunSetup(), [this] { refreshWizard(); });
+    refreshWizard();
     selectSection(sectionFromRaw(settings_.value(sectionKey()).toString()));
 }
 
@@ -197,6 +208,25 @@ void MainWindow::refreshHelper() {
                      });
 }
 
+void MainWindow::refreshWizard() {
+    const bool done = engine_.hasCompletedFirstRunSetup().value();
+    if (done && wizard_) {
+        wizard_->deleteLater();
+        wizard_ = nullptr;
+    } else if (!done && !wizard_) {
+        wizard_ = new FirstRunWizardView(engine_, loginItem_, notifications_, this);
+        wizard_->setGeometry(rect());
+        wizard_->raise();
+        wizard_->show();
+        wizard_->setFocus(Qt::OtherFocusReason);
+    }
+    // The window's own controls sit out of the keyboard's reach under the wizard.
+    sidebar_->setEnabled(done);
+    if (content_) {
+        content_->setEnabled(done);
+    }
+}
+
 void MainWindow::refreshTurbo() {
     const bool engaged = engine_.isTurboEngaged().value();
     turbo_->setSymbol(engaged ? "flame.fill" : "flame");
@@ -240,6 +270,9 @@ void MainWindow::hideEvent(QHideEvent* event) {
 
 void MainWindow::resizeEvent(QResizeEvent* event) {
     backdrop_->setGeometry(rect());
+    if (wizard_) {
+        wizard_->setGeometry(rect());
+    }
     QWidget::resizeEvent(event);
 }
 
