@@ -211,6 +211,8 @@ void MainWindow::refreshHelper() {
 void MainWindow::refreshWizard() {
     const bool done = engine_.hasCompletedFirstRunSetup().value();
     if (done && wizard_) {
+        // Its own button may have ended it: it goes once that click is over.
+        wizard_->hide();
         wizard_->deleteLater();
         wizard_ = nullptr;
     } else if (!done && !wizard_) {

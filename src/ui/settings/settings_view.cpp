@@ -324,7 +324,7 @@ void SettingsView::buildPower(QVBoxLayout* column) {
         QLabel* heading = settings::rowLabel(title);
         heading->setFont(theme::font(theme::FontRole::bodyEmphasis));
         rows->addWidget(heading);
-        const auto source = [&](bool ac) {
+        const auto source = [this, rows, preset, title](bool ac) {
             const QString name = title + (ac ? QStringLiteral(" on AC") : QStringLiteral(" on battery"));
             // The view keeps a cap at 10 % or more, though the engine would take 0.
             SpeedSlider* slider = addSlider(rows, ac ? QStringLiteral("On AC") : QStringLiteral("On battery"),
@@ -356,16 +356,17 @@ void SettingsView::buildQuietHours(QVBoxLayout* column) {
     auto* rows = static_cast<QVBoxLayout*>(card(column, QStringLiteral("Quiet Hours"))->layout());
     bindToggle(addToggle(rows, QStringLiteral("Automatically switch to Quiet")), engine_.quietHoursEnabled(),
                [this](bool on) { engine_.setQuietHoursEnabled(on); });
-    const auto timeRow = [&](const QString& label, const Observable<int>& field,
-                             void (HalvorenEngine::*write)(int)) {
+    const auto timeRow = [this, rows](const QString& label, const Observable<int>& field,
+                                      std::function<void(int)> write) {
         auto* edit = new QTimeEdit();
         settings::styleTimeEdit(*edit);
         edit->setAccessibleName(label);
-        QObject::connect(edit, &QTimeEdit::timeChanged, this, [this, write](const QTime& time) {
-            if (!refreshing_) {
-                (engine_.*write)(settings::minutesOfDay(time));
-            }
-        });
+        QObject::connect(edit, &QTimeEdit::timeChanged, this,
+                         [this, write = std::move(write)](const QTime& time) {
+                             if (!refreshing_) {
+                                 write(settings::minutesOfDay(time));
+                             }
+                         });
         refreshers_.emplace_back([edit, &field] {
             const QSignalBlocker block(edit);
             edit->setTime(settings::timeFromMinutesOfDay(field.value()));
@@ -374,10 +375,10 @@ void SettingsView::buildQuietHours(QVBoxLayout* column) {
         rows->addLayout(settings::labelledRow(label, edit));
         return edit;
     };
-    quietFrom_ =
-        timeRow(QStringLiteral("From"), engine_.quietHoursStart(), &HalvorenEngine::setQuietHoursStart);
-    quietUntil_ =
-        timeRow(QStringLiteral("Until"), engine_.quietHoursEnd(), &HalvorenEngine::setQuietHoursEnd);
+    quietFrom_ = timeRow(QStringLiteral("From"), engine_.quietHoursStart(),
+                         [this](int minutes) { engine_.setQuietHoursStart(minutes); });
+    quietUntil_ = timeRow(QStringLiteral("Until"), engine_.quietHoursEnd(),
+                          [this](int minutes) { engine_.setQuietHoursEnd(minutes); });
     bindToggle(addToggle(rows, QStringLiteral("Quiet during meetings")), engine_.meetingQuietEnabled(),
                [this](bool on) { engine_.setMeetingQuietEnabled(on); });
     rows->addWidget(settings::noteLabel(QStringLiteral("Manual control and Turbo are never interrupted.")));
@@ -448,28 +449,44 @@ void SettingsView::buildAlerts(QVBoxLayout* column) {
 
 void SettingsView::buildMenuBar(QVBoxLayout* column) {
     auto* rows = static_cast<QVBoxLayout*>(card(column, QStringLiteral("Menu Bar"))->layout());
-    const auto enumPicker = [&]<class E>(const QString& label, const Observable<E>& field, auto title,
-                                         void (HalvorenEngine::*write)(E)) {
+    const auto picker = [this, rows](const QString& label, const QStringList& titles,
+                                     std::function<int()> read, std::function<void(int)> write) {
         auto* box = new QComboBox();
         settings::styleComboBox(*box);
         box->setAccessibleName(label);
-        for (const E value : allCases<E>()) {
-            box->addItem(title(value));
-        }
-        QObject::connect(box, &QComboBox::currentIndexChanged, this, [this, write](int index) {
-            if (!refreshing_ && index >= 0) {
-                (engine_.*write)(allCases<E>().at(static_cast<std::size_t>(index)));
-            }
-        });
-        refreshers_.emplace_back([box, &field] { box->setCurrentIndex(static_cast<int>(field.value())); });
-        watch_.on(field, [this] { refresh(); });
+        box->addItems(titles);
+        QObject::connect(box, &QComboBox::currentIndexChanged, this,
+                         [this, write = std::move(write)](int index) {
+                             if (!refreshing_ && index >= 0) {
+                                 write(index);
+                             }
+                         });
+        refreshers_.emplace_back([box, read = std::move(read)] { box->setCurrentIndex(read()); });
         rows->addLayout(settings::labelledRow(label, box));
         pickers_[label] = box;
     };
-    enumPicker(QStringLiteral("Show in menu bar"), engine_.menuBarReadout(), settings::menuBarReadoutLabel,
-               &HalvorenEngine::setMenuBarReadout);
-    enumPicker(QStringLiteral("Temperature source"), engine_.menuBarTempSource(),
-               settings::menuBarTempSourceLabel, &HalvorenEngine::setMenuBarTempSource);
+    QStringList readouts;
+    for (const MenuBarReadout readout : allCases<MenuBarReadout>()) {
+        readouts << settings::menuBarReadoutLabel(readout);
+    }
+    picker(
+        QStringLiteral("Show in menu bar"), readouts,
+        [this] { return static_cast<int>(engine_.menuBarReadout().value()); },
+        [this](int index) {
+            engine_.setMenuBarReadout(allCases<MenuBarReadout>().at(static_cast<std::size_t>(index)));
+        });
+    watch_.on(engine_.menuBarReadout(), [this] { refresh(); });
+    QStringList sources;
+    for (const MenuBarTempSource source : allCases<MenuBarTempSource>()) {
+        sources << settings::menuBarTempSourceLabel(source);
+    }
+    picker(
+        QStringLiteral("Temperature source"), sources,
+        [this] { return static_cast<int>(engine_.menuBarTempSource().value()); },
+        [this](int index) {
+            engine_.setMenuBarTempSource(allCases<MenuBarTempSource>().at(static_cast<std::size_t>(index)));
+        });
+    watch_.on(engine_.menuBarTempSource(), [this] { refresh(); });
     bindToggle(addToggle(rows, QStringLiteral("Animate fan icon")), engine_.menuBarIconAnimated(),
                [this](bool on) { engine_.setMenuBarIconAnimated(on); });
 }

@@ -16,6 +16,9 @@ namespace {
 
 class MainWindowTest : public UiEngineTest {
 protected:
+    // The first-run wizard would cover the window.
+    MainWindowTest() { engine->setHasCompletedFirstRunSetup(true); }
+
     QString storedSection() const { return settings.value(SettingsStore::selectedSectionKey).toString(); }
 
     std::unique_ptr<LoginItem> loginItem = xdgAutostartLoginItem(dir.filePath(QStringLiteral("autostart")));
