@@ -3,7 +3,6 @@
 #include "engine/halvoren_engine.h"
 #include "platform/login_item.h"
 #include "platform/notification_center.h"
-#include "ui/components/module_card.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/settings/settings_controls.h"
 #include "ui/settings/settings_values.h"
@@ -97,6 +96,33 @@ private:
     QColor accent_;
 };
 
+// The wizard's sheet: the opaque panel colour with a hairline and a soft shadow, so nothing of
+// the window behind competes with it.
+class WizardCard : public QWidget {
+public:
+    explicit WizardCard(QWidget* parent = nullptr)
+        : QWidget(parent) {
+        setAttribute(Qt::WA_TranslucentBackground);
+        setContentsMargins(12, 12, 12, 16);
+    }
+
+protected:
+    void paintEvent(QPaintEvent* /*event*/) override {
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const theme::Appearance look = theme::currentAppearance();
+        const QRectF sheet = QRectF(rect()).adjusted(12, 8, -12, -16);
+        painter.setPen(Qt::NoPen);
+        for (int i = 1; i <= 6; ++i) {
+            painter.setBrush(QColor(0, 0, 0, 7));
+            painter.drawRoundedRect(sheet.adjusted(-i, -i + 4, i, i + 4), 18.0 + i, 18.0 + i);
+        }
+        painter.setBrush(theme::cardBackground(look));
+        painter.setPen(QPen(theme::borderColor(look, theme::prefersIncreasedContrast()), 1.0));
+        painter.drawRoundedRect(sheet, 18.0, 18.0);
+    }
+};
+
 QLabel* centred(QLabel* label) {
     label->setAlignment(Qt::AlignHCenter);
     label->setWordWrap(true);
@@ -112,7 +138,7 @@ FirstRunWizardView::FirstRunWizardView(HalvorenEngine& engine, LoginItem& loginI
     , loginItem_(loginItem)
     , notifications_(notifications)
     , loginItemEnabled_(loginItem.isEnabled())
-    , card_(new ModuleCard(this))
+    , card_(new WizardCard(this))
     , icon_(new StepIcon())
     , title_(centred(new QLabel()))
     , subtitle_(centred(settings::noteLabel(QString())))
@@ -128,14 +154,13 @@ FirstRunWizardView::FirstRunWizardView(HalvorenEngine& engine, LoginItem& loginI
     auto* middle = new QHBoxLayout();
     middle->addStretch(1);
     card_->setFixedWidth(cardWidth);
-    card_->setPadding(28);
-    card_->setFrost(std::max(engine_.glassFrost().value(), 0.6));
     middle->addWidget(card_);
     middle->addStretch(1);
     outer->addLayout(middle);
     outer->addStretch(1);
 
     auto* column = new QVBoxLayout(card_);
+    column->setContentsMargins(40, 32, 40, 36);
     column->setSpacing(12);
     auto* stage = new QWidget();
     auto* stageColumn = new QVBoxLayout(stage);
@@ -168,7 +193,7 @@ FirstRunWizardView::FirstRunWizardView(HalvorenEngine& engine, LoginItem& loginI
     footer->addWidget(skip_);
     footer->addWidget(main_);
     column->addLayout(footer);
-    card_->setMinimumHeight(440);
+    card_->setMinimumHeight(470);
 
     QObject::connect(back_, &QAbstractButton::clicked, this, [this] { goBack(); });
     QObject::connect(skip_, &QAbstractButton::clicked, this, [this] { skip(); });
@@ -375,7 +400,7 @@ void FirstRunWizardView::paintEvent(QPaintEvent* /*event*/) {
     // The window shows dimly through, so the setup reads as in front of it.
     QPainter painter(this);
     QColor veil = theme::cardBackground(theme::currentAppearance());
-    veil.setAlphaF(theme::currentAppearance() == theme::Appearance::dark ? 0.55F : 0.45F);
+    veil.setAlphaF(theme::currentAppearance() == theme::Appearance::dark ? 0.72F : 0.62F);
     painter.fillRect(rect(), veil);
 }
 

@@ -19,7 +19,6 @@ class ActionButton;
 class FooterButton;
 class HalvorenEngine;
 class LoginItem;
-class ModuleCard;
 class NotificationCenter;
 class StatusBadge;
 class ToggleSwitch;
@@ -93,7 +92,7 @@ private:
     bool notificationsRequested_ = false;
     bool notificationsGranted_ = false;
 
-    ModuleCard* card_;
+    QWidget* card_;
     QWidget* icon_;
     QLabel* title_;
     QLabel* subtitle_;

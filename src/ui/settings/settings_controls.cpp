@@ -33,13 +33,14 @@ QString fieldSheet(const char* type) {
         dark ? QStringLiteral("rgba(255,255,255,0.10)") : QStringLiteral("rgba(255,255,255,0.70)");
     const QString line = dark ? QStringLiteral("rgba(255,255,255,0.16)") : QStringLiteral("rgba(0,0,0,0.12)");
     const QString popup = dark ? QStringLiteral("#2C2C2E") : QStringLiteral("#FFFFFF");
-    return QStringLiteral("%1 { background: %2; border: 1px solid %3; border-radius: 7px; padding: 3px 10px; "
-                          "color: %4; min-height: 20px; }"
-                          "%1:focus { border: 2px solid palette(highlight); }"
-                          "%1::drop-down { border: none; width: 18px; }"
-                          "%1::up-button, %1::down-button { width: 0; border: none; }"
-                          "QComboBox QAbstractItemView { background: %5; color: %4; border-radius: 6px; "
-                          "selection-background-color: palette(highlight); }")
+    return QStringLiteral(
+               "%1 { background: %2; border: 1px solid %3; border-radius: 7px; padding: 3px 26px 3px 10px; "
+               "color: %4; min-height: 20px; }"
+               "%1:focus { border: 2px solid palette(highlight); }"
+               "%1::drop-down { border: none; width: 18px; }"
+               "%1::up-button, %1::down-button { width: 0; border: none; }"
+               "QComboBox QAbstractItemView { background: %5; color: %4; border-radius: 6px; "
+               "selection-background-color: palette(highlight); }")
         .arg(QLatin1String(type), fill, line, ink.name(), popup);
 }
 
@@ -56,7 +57,7 @@ void ToggleSwitch::paintContent(QPainter& painter, const QRectF& rect) {
     const QRectF track = rect.adjusted(2, 2, -2, -2);
     const double radius = track.height() / 2.0;
     const bool dark = theme::currentAppearance() == theme::Appearance::dark;
-    QColor off = dark ? QColor(255, 255, 255, 46) : QColor(0, 0, 0, 36);
+    const QColor off = dark ? QColor(255, 255, 255, 52) : QColor(0, 0, 0, 56);
     painter.setPen(Qt::NoPen);
     painter.setBrush(isChecked() ? accent() : off);
     painter.drawRoundedRect(track, radius, radius);
@@ -146,6 +147,23 @@ void StatusBadge::paintEvent(QPaintEvent* /*event*/) {
     painter.drawText(pill.adjusted(30, 0, -10, 0), Qt::AlignLeft | Qt::AlignVCenter, text_);
 }
 
+PickerBox::PickerBox(QWidget* parent)
+    : QComboBox(parent) {
+    setStyleSheet(fieldSheet("QComboBox"));
+    setFont(theme::font(theme::FontRole::body));
+    setFocusPolicy(Qt::StrongFocus);
+    setMinimumWidth(190);
+}
+
+void PickerBox::paintEvent(QPaintEvent* event) {
+    QComboBox::paintEvent(event);
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF chevron(width() - 22.0, height() / 2.0 - 7.0, 14.0, 14.0);
+    theme::paintSymbol(painter, chevron, "chevron.up.chevron.down",
+                       theme::secondaryColor(theme::currentAppearance()));
+}
+
 namespace settings {
 
 QLabel* rowLabel(const QString& text) {
@@ -174,15 +192,10 @@ QHBoxLayout* labelledRow(const QString& label, QWidget* control) {
     return row;
 }
 
-void styleComboBox(QComboBox& box) {
-    box.setStyleSheet(fieldSheet("QComboBox"));
-    box.setFont(theme::font(theme::FontRole::body));
-    box.setFocusPolicy(Qt::StrongFocus);
-    box.setMinimumWidth(190);
-}
-
 void styleTimeEdit(QTimeEdit& edit) {
-    edit.setStyleSheet(fieldSheet("QTimeEdit"));
+    edit.setStyleSheet(
+        fieldSheet("QTimeEdit")
+            .replace(QStringLiteral("padding: 3px 26px 3px 10px;"), QStringLiteral("padding: 3px 10px;")));
     edit.setFont(theme::font(theme::FontRole::body));
     edit.setDisplayFormat(QStringLiteral("HH:mm"));
     edit.setButtonSymbols(QAbstractSpinBox::NoButtons);

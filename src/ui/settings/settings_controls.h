@@ -2,11 +2,11 @@
 
 #include "ui/panel/panel_buttons.h"
 
+#include <QComboBox>
 #include <QString>
 #include <optional>
 #include <string>
 
-class QComboBox;
 class QLabel;
 class QHBoxLayout;
 class QTimeEdit;
@@ -58,6 +58,15 @@ private:
     std::optional<QColor> tint_;
 };
 
+// A menu button in the glass style with the up-and-down chevron at its right end.
+class PickerBox : public QComboBox {
+public:
+    explicit PickerBox(QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
 namespace settings {
 
 // A row's label in the primary colour; a note in the secondary colour, small and wrapped.
@@ -66,7 +75,6 @@ QLabel* noteLabel(const QString& text);
 // A label and a control pushed to the right edge.
 QHBoxLayout* labelledRow(const QString& label, QWidget* control);
 // Menus and time fields drawn like the rest of the glass controls.
-void styleComboBox(QComboBox& box);
 void styleTimeEdit(QTimeEdit& edit);
 
 } // namespace settings

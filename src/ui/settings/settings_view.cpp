@@ -229,8 +229,7 @@ void SettingsView::buildGeneral(QVBoxLayout* column) {
     rows->addWidget(settings::noteLabel(QStringLiteral(
         "Accent color for controls and highlights. Heat colors are reserved for temperature.")));
 
-    auto* scenes = new QComboBox();
-    settings::styleComboBox(*scenes);
+    auto* scenes = new PickerBox();
     scenes->setAccessibleName(QStringLiteral("Backdrop"));
     for (const BackdropScene scene : allCases<BackdropScene>()) {
         scenes->addItem(QString::fromUtf8(theme::displayName(scene)));
@@ -277,7 +276,7 @@ void SettingsView::buildFanBehavior(QVBoxLayout* column) {
     QObject::connect(smoothing, &QAbstractSlider::valueChanged, this,
                      [this](int value) { engine_.setAcousticAlpha(unfine(value)); });
     SpeedSlider* spool =
-        addSlider(rows, QStringLiteral("Spool rate"), QStringLiteral("Spool rate"), 120, 9000, 90, 80);
+        addSlider(rows, QStringLiteral("Spool rate"), QStringLiteral("Spool rate"), 120, 9000, 90, 100);
     QObject::connect(spool, &QAbstractSlider::valueChanged, this,
                      [this](int value) { engine_.setSpoolRate(value); });
     refreshers_.emplace_back([this, smoothing, spool] {
@@ -294,8 +293,7 @@ void SettingsView::buildFanBehavior(QVBoxLayout* column) {
     bindToggle(addToggle(rows, QStringLiteral("Pre-spool on rising heat")), engine_.preSpoolEnabled(),
                [this](bool on) { engine_.setPreSpoolEnabled(on); });
 
-    auto* cooldown = new QComboBox();
-    settings::styleComboBox(*cooldown);
+    auto* cooldown = new PickerBox();
     cooldown->setAccessibleName(QStringLiteral("Cooldown duration"));
     for (std::size_t i = 0; i < settings::cooldownMinutes.size(); ++i) {
         cooldown->addItem(settings::cooldownOption(i).label);
@@ -328,7 +326,7 @@ void SettingsView::buildPower(QVBoxLayout* column) {
             const QString name = title + (ac ? QStringLiteral(" on AC") : QStringLiteral(" on battery"));
             // The view keeps a cap at 10 % or more, though the engine would take 0.
             SpeedSlider* slider = addSlider(rows, ac ? QStringLiteral("On AC") : QStringLiteral("On battery"),
-                                            name, fine(0.1), fine(1.0), 76, 80);
+                                            name, fine(0.1), fine(1.0), 84, 80);
             QObject::connect(slider, &QAbstractSlider::valueChanged, this, [this, preset, ac](int value) {
                 if (ac) {
                     engine_.setPresetCap(preset, unfine(value), std::nullopt);
@@ -451,8 +449,7 @@ void SettingsView::buildMenuBar(QVBoxLayout* column) {
     auto* rows = static_cast<QVBoxLayout*>(card(column, QStringLiteral("Menu Bar"))->layout());
     const auto picker = [this, rows](const QString& label, const QStringList& titles,
                                      std::function<int()> read, std::function<void(int)> write) {
-        auto* box = new QComboBox();
-        settings::styleComboBox(*box);
+        auto* box = new PickerBox();
         box->setAccessibleName(label);
         box->addItems(titles);
         QObject::connect(box, &QComboBox::currentIndexChanged, this,
