@@ -13,6 +13,7 @@
 #include "ui/panel/panel_buttons.h"
 #include "ui/power/power_view.h"
 #include "ui/sensors/sensors_view.h"
+#include "ui/settings/settings_controls.h"
 #include "ui/settings/settings_view.h"
 #include "ui/theme/backdrop.h"
 #include "ui/theme/colors.h"
@@ -220,7 +221,7 @@ void MainWindow::refreshWizard() {
         wizard_->setGeometry(rect());
         wizard_->raise();
         wizard_->show();
-        wizard_->setFocus(Qt::OtherFocusReason);
+        wizard_->mainButton().setFocus(Qt::OtherFocusReason);
     }
     // The window's own controls sit out of the keyboard's reach under the wizard.
     sidebar_->setEnabled(done);

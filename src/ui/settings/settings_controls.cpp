@@ -50,7 +50,7 @@ ToggleSwitch::ToggleSwitch(const QString& accessibleName, QWidget* parent)
     : PanelButton(parent) {
     setCheckable(true);
     setAccessibleName(accessibleName);
-    setFixedSize(sizeHint());
+    setFixedSize(size);
 }
 
 void ToggleSwitch::paintContent(QPainter& painter, const QRectF& rect) {

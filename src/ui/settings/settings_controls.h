@@ -18,7 +18,8 @@ namespace halvoren {
 class ToggleSwitch : public PanelButton {
 public:
     explicit ToggleSwitch(const QString& accessibleName, QWidget* parent = nullptr);
-    QSize sizeHint() const override { return {42, 24}; }
+    static constexpr QSize size{42, 24};
+    QSize sizeHint() const override { return size; }
 
 protected:
     void paintContent(QPainter& painter, const QRectF& rect) override;

@@ -132,7 +132,7 @@ TEST_F(SettingsViewTest, PickersSlidersAndTimesBindBothWays) {
     engine->setQuietHoursEnd(395);
     EXPECT_EQ(view->quietUntil().time(), QTime(6, 35));
 
-    engine->restoreDefaults();
+    view->restoreDefaults().click();
     EXPECT_EQ(cooldown.currentText(), "5 min");
     EXPECT_EQ(view->quietFrom().time(), QTime(22, 0));
     EXPECT_EQ(engine->menuBarReadout().value(), MenuBarReadout::both); // left as it was
