@@ -8,10 +8,14 @@
 #include "app/engine_host.h"
 #include "app/launch_options.h"
 #include "engine/halvoren_engine.h"
+#include "engine/settings_store.h"
+#include "platform/login_item.h"
+#include "platform/notification_center.h"
 #include "ui/main_window/main_window.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QWindow>
 #include <algorithm>
@@ -49,6 +53,11 @@ int run(int rounds) {
         parseCommandLine({QStringLiteral("--simulate"), QStringLiteral("--no-helper"),
                           QStringLiteral("--load"), QStringLiteral("idle"), QStringLiteral("--settings"),
                           scratch.filePath(QStringLiteral("settings.ini"))});
+    {
+        // The first-run wizard would cover the sections.
+        QSettings stored(scratch.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat);
+        stored.setValue(QString::fromLatin1(SettingsStore::hasCompletedFirstRunSetupKey), true);
+    }
     EngineHost host(line.options);
     if (const auto problem = host.build()) {
         std::fprintf(stderr, "%s\n", problem->c_str());
@@ -58,12 +67,16 @@ int run(int rounds) {
     // Sensors, fans and a little history before the first window.
     settle(3000);
 
+    const std::unique_ptr<LoginItem> loginItem =
+        xdgAutostartLoginItem(scratch.filePath(QStringLiteral("autostart")));
+    const std::shared_ptr<NotificationCenter> notifications = systemNotificationCenter();
     std::vector<double> opens;
     std::map<Section, std::vector<double>> switches;
     for (int round = 0; round < rounds; ++round) {
         QElapsedTimer timer;
         timer.start();
-        auto window = std::make_unique<MainWindow>(host.engine(), host.settings());
+        auto window =
+            std::make_unique<MainWindow>(host.engine(), host.settings(), *loginItem, *notifications);
         window->selectSection(Section::dashboard);
         window->show();
         while (window->windowHandle() == nullptr || !window->windowHandle()->isExposed()) {

@@ -7,6 +7,8 @@
 #include "engine/settings_store.h"
 #include "platform/accessibility_preferences.h"
 #include "platform/data_directory.h"
+#include "platform/login_item.h"
+#include "platform/notification_center.h"
 #include "platform/termination_signals.h"
 #include "platform/timer_source.h"
 #include "ui/main_window/main_window.h"
@@ -28,6 +30,8 @@ namespace halvoren {
 struct ApplicationShell::Views {
     std::shared_ptr<AccessibilityPreferences> accessibility;
     std::unique_ptr<StatusItemController> statusItem;
+    std::unique_ptr<LoginItem> loginItem = systemLoginItem();
+    std::shared_ptr<NotificationCenter> notifications = systemNotificationCenter();
     std::unique_ptr<MainWindow> mainWindow;
     std::unique_ptr<QWidget> panelPreview;
     // The open panel deletes itself when it closes.
@@ -116,7 +120,8 @@ void ApplicationShell::openMainWindow(const std::optional<QString>& section) {
         host_->settings().setValue(QString::fromLatin1(SettingsStore::selectedSectionKey), *section);
     }
     if (!views_->mainWindow) {
-        views_->mainWindow = std::make_unique<MainWindow>(host_->engine(), host_->settings());
+        views_->mainWindow = std::make_unique<MainWindow>(host_->engine(), host_->settings(),
+                                                          *views_->loginItem, *views_->notifications);
     }
     views_->mainWindow->present();
 }

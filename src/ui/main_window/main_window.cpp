@@ -5,14 +5,16 @@
 #include "engine/settings_store.h"
 #include "platform/running_programs.h"
 #include "ui/components/ambient_backdrop.h"
-#include "ui/components/module_card.h"
 #include "ui/dashboard/dashboard_view.h"
+#include "ui/first_run/first_run_wizard_view.h"
 #include "ui/main_window/sidebar.h"
 #include "ui/main_window/window_banner.h"
 #include "ui/modes/modes_view.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/power/power_view.h"
 #include "ui/sensors/sensors_view.h"
+#include "ui/settings/settings_controls.h"
+#include "ui/settings/settings_view.h"
 #include "ui/theme/appearance.h"
 #include "ui/theme/backdrop.h"
 #include "ui/theme/colors.h"
@@ -39,22 +41,10 @@ QString sectionKey() {
     return QString::fromLatin1(SettingsStore::selectedSectionKey);
 }
 
-// A section still to be built: its title over an empty card.
-QWidget* placeholder(const SectionInfo& info, const HalvorenEngine& engine) {
-    auto* page = new QWidget();
-    auto* column = new QVBoxLayout(page);
-    column->setContentsMargins(28, 8, 28, 28);
-    auto* body = new ModuleCard(page);
-    body->setTitle(QString::fromUtf8(info.title));
-    body->setFrost(engine.glassFrost().value());
-    body->setAccessibleName(QString::fromUtf8(info.title));
-    column->addWidget(body, 1);
-    return page;
-}
-
 } // namespace
 
-MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* parent)
+MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, LoginItem& loginItem,
+                       NotificationCenter& notifications, QWidget* parent)
     : QWidget(parent)
     , engine_(engine)
     , settings_(settings)
@@ -64,7 +54,9 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     , turbo_(new FooterButton(QStringLiteral("Turbo"), "flame", this))
     , overheatBanner_(new WindowBanner("flame.fill", this))
     , helperBanner_(new WindowBanner("lock.shield.fill", this))
-    , pages_(new QStackedWidget(this)) {
+    , pages_(new QStackedWidget(this))
+    , loginItem_(loginItem)
+    , notifications_(notifications) {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Halvoren"));
     setMinimumSize(minimumContentSize);
@@ -84,6 +76,7 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     split->addWidget(sidebar_);
 
     auto* detail = new QWidget(this);
+    content_ = detail;
     detail->setMinimumWidth(detailMinimumWidth);
     auto* column = new QVBoxLayout(detail);
     column->setContentsMargins(0, 0, 0, 0);
@@ -128,11 +121,8 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     pages_->addWidget(power_);
     modes_ = new ModesView(engine_);
     pages_->addWidget(modes_);
-    for (const SectionInfo& info : sections) {
-        if (info.section > Section::modes) {
-            pages_->addWidget(placeholder(info, engine_));
-        }
-    }
+    settingsView_ = new SettingsView(engine_, loginItem_);
+    pages_->addWidget(settingsView_);
     toolbar->insertWidget(2, &sensors_->searchField());
     toolbar->insertWidget(3, &modes_->addButton());
     column->addWidget(pages_, 1);
@@ -155,6 +145,8 @@ MainWindow::MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* par
     refreshHelper();
     refreshTurbo();
     refreshOverheat();
+    watch_.on(engine_.hasCompletedFirstRunSetup(), [this] { refreshWizard(); });
+    refreshWizard();
     selectSection(sectionFromRaw(settings_.value(sectionKey()).toString()));
 }
 
@@ -206,6 +198,27 @@ void MainWindow::refreshHelper() {
                      });
 }
 
+void MainWindow::refreshWizard() {
+    const bool done = engine_.hasCompletedFirstRunSetup().value();
+    if (done && wizard_) {
+        // Its own button may have ended it: it goes once that click is over.
+        wizard_->hide();
+        wizard_->deleteLater();
+        wizard_ = nullptr;
+    } else if (!done && !wizard_) {
+        wizard_ = new FirstRunWizardView(engine_, loginItem_, notifications_, this);
+        wizard_->setGeometry(rect());
+        wizard_->raise();
+        wizard_->show();
+        wizard_->mainButton().setFocus(Qt::OtherFocusReason);
+    }
+    // The window's own controls sit out of the keyboard's reach under the wizard.
+    sidebar_->setEnabled(done);
+    if (content_) {
+        content_->setEnabled(done);
+    }
+}
+
 void MainWindow::refreshTurbo() {
     const bool engaged = engine_.isTurboEngaged().value();
     turbo_->setSymbol(engaged ? "flame.fill" : "flame");
@@ -249,6 +262,9 @@ void MainWindow::hideEvent(QHideEvent* event) {
 
 void MainWindow::resizeEvent(QResizeEvent* event) {
     backdrop_->setGeometry(rect());
+    if (wizard_) {
+        wizard_->setGeometry(rect());
+    }
     QWidget::resizeEvent(event);
 }
 

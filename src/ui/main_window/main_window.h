@@ -18,10 +18,14 @@ namespace halvoren {
 class AmbientBackdrop;
 class DashboardView;
 class FooterButton;
+class FirstRunWizardView;
 class HalvorenEngine;
 class ModesView;
+class LoginItem;
+class NotificationCenter;
 class PowerView;
 class SensorsView;
+class SettingsView;
 class Sidebar;
 class WindowBanner;
 
@@ -35,7 +39,9 @@ public:
     static constexpr QSize minimumContentSize{820, 620};
     static constexpr int detailMinimumWidth = 560;
 
-    MainWindow(HalvorenEngine& engine, QSettings& settings, QWidget* parent = nullptr);
+    // The login item and the notifications serve Settings and the first-run wizard.
+    MainWindow(HalvorenEngine& engine, QSettings& settings, LoginItem& loginItem,
+               NotificationCenter& notifications, QWidget* parent = nullptr);
     ~MainWindow() override;
 
     // Shows the window on the stored section, centred on the screen with the pointer the first
@@ -52,6 +58,9 @@ public:
     SensorsView& sensors() const { return *sensors_; }
     PowerView& power() const { return *power_; }
     ModesView& modes() const { return *modes_; }
+    SettingsView& settingsView() const { return *settingsView_; }
+    // The wizard covering the window until the first-run setup is done; none afterwards.
+    FirstRunWizardView* wizard() const { return wizard_; }
     const std::array<QShortcut*, sections.size()>& shortcuts() const { return shortcuts_; }
     const ScaleInTransition& transition() const { return transition_; }
 
@@ -64,6 +73,7 @@ private:
     void refreshHelper();
     void refreshTurbo();
     void refreshOverheat();
+    void refreshWizard();
 
     HalvorenEngine& engine_;
     QSettings& settings_;
@@ -78,6 +88,11 @@ private:
     SensorsView* sensors_;
     PowerView* power_;
     ModesView* modes_;
+    SettingsView* settingsView_;
+    LoginItem& loginItem_;
+    NotificationCenter& notifications_;
+    QWidget* content_ = nullptr;
+    FirstRunWizardView* wizard_ = nullptr;
     std::array<QShortcut*, sections.size()> shortcuts_{};
     Section section_ = Section::dashboard;
     EngineWatch watch_;

@@ -1,4 +1,5 @@
 #include "engine/settings_store.h"
+#include "platform/login_item.h"
 #include "ui/dashboard/dashboard_view.h"
 #include "ui/main_window/main_window.h"
 #include "ui/main_window/sidebar.h"
@@ -18,11 +19,16 @@ namespace {
 
 class MainWindowTest : public UiEngineTest {
 protected:
+    // The first-run wizard would cover the window.
+    MainWindowTest() { engine->setHasCompletedFirstRunSetup(true); }
+
     QString storedSection() const { return settings.value(SettingsStore::selectedSectionKey).toString(); }
+
+    std::unique_ptr<LoginItem> loginItem = xdgAutostartLoginItem(dir.filePath(QStringLiteral("autostart")));
 };
 
 TEST_F(MainWindowTest, SizedAsAMacWindowWithAMeterPerFanThatFollowsTheFans) {
-    MainWindow window(*engine, settings);
+    MainWindow window(*engine, settings, *loginItem, *notifications);
     EXPECT_EQ(window.windowTitle(), "Halvoren");
     EXPECT_EQ(window.minimumSize(), QSize(820, 620));
     window.present();
@@ -50,7 +56,7 @@ TEST_F(MainWindowTest, SizedAsAMacWindowWithAMeterPerFanThatFollowsTheFans) {
 
 TEST_F(MainWindowTest, SectionsComeFromTheSettingsAndShortcutsAndArrowsMoveAndStoreThem) {
     settings.setValue(SettingsStore::selectedSectionKey, QStringLiteral("history"));
-    MainWindow window(*engine, settings);
+    MainWindow window(*engine, settings, *loginItem, *notifications);
     EXPECT_EQ(window.section(), Section::dashboard);
     for (const SectionInfo& info : sections) {
         QShortcut* shortcut = window.shortcuts()[static_cast<std::size_t>(info.section)];
@@ -93,7 +99,7 @@ TEST_F(MainWindowTest, SectionsComeFromTheSettingsAndShortcutsAndArrowsMoveAndSt
 }
 
 TEST_F(MainWindowTest, BannersFooterAndTurboFollowTheEngine) {
-    MainWindow window(*engine, settings);
+    MainWindow window(*engine, settings, *loginItem, *notifications);
     window.present();
     EXPECT_FALSE(window.helperBanner().isHidden());
     EXPECT_EQ(window.helperBanner().title(), "Fan control needs the helper installed");
@@ -126,7 +132,7 @@ TEST_F(MainWindowTest, BannersFooterAndTurboFollowTheEngine) {
 
 TEST_F(MainWindowTest, EveryControlHasANameAndTabReachesSidebarAndContent) {
     sweep(50.0, {fan(0, 2000.0), fan(1, 2100.0)});
-    MainWindow window(*engine, settings);
+    MainWindow window(*engine, settings, *loginItem, *notifications);
     window.present();
     for (QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
         if (button->isVisibleTo(&window)) {
