@@ -146,7 +146,7 @@ FirstRunWizardView::FirstRunWizardView(HalvorenEngine& engine, LoginItem& loginI
     , dots_(new PageDots())
     , back_(new FooterButton(QStringLiteral("Back"), "", this))
     , skip_(new FooterButton(QStringLiteral("Skip Setup"), "", this))
-    , main_(new ActionButton(QString(), true, this)) {
+    , main_(new ActionButton(QString(), ActionButton::Style::prominent, this)) {
     setAutoFillBackground(false);
     setAccessibleName(QStringLiteral("Setup"));
     auto* outer = new QVBoxLayout(this);
@@ -226,7 +226,7 @@ QWidget* FirstRunWizardView::buildHelperPage() {
     column->setSpacing(10);
     helperStatus_ = new StatusBadge();
     column->addWidget(helperStatus_, 0, Qt::AlignHCenter);
-    helperAction_ = new ActionButton(QString(), true);
+    helperAction_ = new ActionButton(QString(), ActionButton::Style::prominent);
     QObject::connect(helperAction_, &QAbstractButton::clicked, this, [this] {
         const first_run::HelperStatus status = first_run::helperStatus(engine_.helperState().value());
         if (status.action == first_run::HelperAction::install) {
@@ -247,7 +247,7 @@ QWidget* FirstRunWizardView::buildNotificationsPage() {
     auto* column = new QVBoxLayout(page);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(10);
-    notifyButton_ = new ActionButton(QStringLiteral("Enable Notifications"), true);
+    notifyButton_ = new ActionButton(QStringLiteral("Enable Notifications"), ActionButton::Style::prominent);
     QObject::connect(notifyButton_, &QAbstractButton::clicked, this, [this] { requestNotifications(); });
     column->addWidget(notifyButton_, 0, Qt::AlignHCenter);
     notifyStatus_ = new StatusBadge();

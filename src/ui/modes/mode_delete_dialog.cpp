@@ -1,5 +1,6 @@
 #include "ui/modes/mode_delete_dialog.h"
 
+#include "ui/components/glass_controls.h"
 #include "ui/modes/mode_controls.h"
 #include "ui/theme/appearance.h"
 #include "ui/theme/colors.h"
@@ -33,7 +34,7 @@ QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* 
 ModeDeleteDialog::ModeDeleteDialog(const QString& message, const QColor& accent, QWidget* parent)
     : QDialog(parent, Qt::Sheet | Qt::FramelessWindowHint)
     , message_(text(message, theme::FontRole::body, false, this))
-    , delete_(new ProminentButton(QStringLiteral("Delete"), ProminentButton::Role::destructive, this))
+    , delete_(new ActionButton(QStringLiteral("Delete"), ActionButton::Style::destructive, this))
     , cancel_(new FooterButton(QStringLiteral("Cancel"), std::string(), this)) {
     setWindowTitle(QStringLiteral("Delete this mode?"));
     setAttribute(Qt::WA_TranslucentBackground);

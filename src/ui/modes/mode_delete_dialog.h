@@ -7,7 +7,7 @@ class QLabel;
 namespace halvoren {
 
 class FooterButton;
-class ProminentButton;
+class ActionButton;
 
 // Asks before a custom mode goes for good: "Delete" accepts, "Cancel" and Escape reject.
 class ModeDeleteDialog : public QDialog {
@@ -15,7 +15,7 @@ public:
     ModeDeleteDialog(const QString& message, const QColor& accent, QWidget* parent = nullptr);
 
     QLabel& message() const { return *message_; }
-    ProminentButton& deleteButton() const { return *delete_; }
+    ActionButton& deleteButton() const { return *delete_; }
     FooterButton& cancelButton() const { return *cancel_; }
 
 protected:
@@ -23,7 +23,7 @@ protected:
 
 private:
     QLabel* message_;
-    ProminentButton* delete_;
+    ActionButton* delete_;
     FooterButton* cancel_;
 };
 

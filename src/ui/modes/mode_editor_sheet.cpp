@@ -1,6 +1,7 @@
 #include "ui/modes/mode_editor_sheet.h"
 
 #include "engine/halvoren_engine.h"
+#include "ui/components/glass_controls.h"
 #include "ui/modes/mode_controls.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/panel/speed_slider.h"
@@ -63,15 +64,15 @@ QString fieldStyle() {
         .arg(ink, popup);
 }
 
-SensorPicker* picker(const std::vector<modes::ModeSensorPickerOption>& options, const QString& name,
-                     const QString& style, QWidget* parent) {
-    auto* made = new SensorPicker(parent);
+PickerBox* picker(const std::vector<modes::ModePickerBoxOption>& options, const QString& name,
+                  const QString& style, QWidget* parent) {
+    auto* made = new PickerBox(parent);
     made->setView(new QListView(made)); // lets the style sheet reach the popup's rows
     made->setStyleSheet(style);
     made->setAccessibleName(name);
     made->setFont(theme::font(theme::FontRole::body));
     made->setMaxVisibleItems(14);
-    for (const modes::ModeSensorPickerOption& option : options) {
+    for (const modes::ModePickerBoxOption& option : options) {
         made->addItem(option.label, QString::fromStdString(option.id));
     }
     return made;
@@ -97,7 +98,7 @@ ModeEditorSheet::ModeEditorSheet(HalvorenEngine& engine, const std::optional<Cus
     , speedNote_(label(QString(), theme::FontRole::caption, false, this))
     , readout_(new ToggleSwitch(QStringLiteral("Also show this on the Dashboard and menu bar"), this))
     , cancel_(new FooterButton(QStringLiteral("Cancel"), std::string(), this))
-    , save_(new ProminentButton(QStringLiteral("Save"), ProminentButton::Role::normal, this)) {
+    , save_(new ActionButton(QStringLiteral("Save"), ActionButton::Style::prominent, this)) {
     setWindowTitle(title_->text());
     setAttribute(Qt::WA_TranslucentBackground);
     setWindowModality(Qt::WindowModal);
@@ -209,7 +210,12 @@ ModeEditorSheet::ModeEditorSheet(HalvorenEngine& engine, const std::optional<Cus
     readout_->setChecked(fields_.drivesMainReadout);
     QObject::connect(readout_, &QAbstractButton::toggled, this,
                      [this](bool on) { fields_.drivesMainReadout = on; });
-    column->addWidget(readout_);
+    auto* readoutRow = new QHBoxLayout();
+    QLabel* readoutLabel = label(readout_->accessibleName(), theme::FontRole::body, true, this);
+    readoutLabel->setBuddy(readout_);
+    readoutRow->addWidget(readoutLabel, 1);
+    readoutRow->addWidget(readout_, 0, Qt::AlignRight | Qt::AlignVCenter);
+    column->addLayout(readoutRow);
 
     column->addSpacing(12);
     auto* buttons = new QHBoxLayout();

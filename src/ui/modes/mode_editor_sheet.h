@@ -17,7 +17,7 @@ namespace halvoren {
 class FooterButton;
 class HalvorenEngine;
 class PresetTabs;
-class ProminentButton;
+class ActionButton;
 class SpeedSlider;
 class SymbolSwatch;
 class ToggleSwitch;
@@ -47,7 +47,7 @@ public:
     QComboBox& displayPicker() const { return *display_; }
     ToggleSwitch& readoutToggle() const { return *readout_; }
     FooterButton& cancelButton() const { return *cancel_; }
-    ProminentButton& saveButton() const { return *save_; }
+    ActionButton& saveButton() const { return *save_; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -60,8 +60,8 @@ private:
     OnSave onSave_;
     bool isEditing_;
     modes::EditorSeed fields_;
-    std::vector<modes::ModeSensorPickerOption> triggerOptions_;
-    std::vector<modes::ModeSensorPickerOption> displayOptions_;
+    std::vector<modes::ModePickerBoxOption> triggerOptions_;
+    std::vector<modes::ModePickerBoxOption> displayOptions_;
     QLabel* title_;
     QLineEdit* name_;
     std::vector<SymbolSwatch*> swatches_;
@@ -74,7 +74,7 @@ private:
     QComboBox* display_;
     ToggleSwitch* readout_;
     FooterButton* cancel_;
-    ProminentButton* save_;
+    ActionButton* save_;
 };
 
 } // namespace halvoren

@@ -34,8 +34,8 @@ QString speedSubtitle(const ModeSpeed& speed) {
     return word + percentText(speed.percentage());
 }
 
-std::vector<ModeSensorPickerOption> triggerOptions(const std::vector<DeviceSensorReading>& deviceSensors) {
-    std::vector<ModeSensorPickerOption> options;
+std::vector<ModePickerBoxOption> triggerOptions(const std::vector<DeviceSensorReading>& deviceSensors) {
+    std::vector<ModePickerBoxOption> options;
     options.reserve(EnumTable<ControlSource>::entries.size() + deviceSensors.size());
     for (const auto& [source, raw] : EnumTable<ControlSource>::entries) {
         options.push_back({"mode-sensor.source." + std::string(raw), text(displayName(source)),
@@ -48,10 +48,10 @@ std::vector<ModeSensorPickerOption> triggerOptions(const std::vector<DeviceSenso
     return options;
 }
 
-std::vector<ModeSensorPickerOption> displayOptions(const std::vector<DeviceSensorReading>& deviceSensors) {
-    std::vector<ModeSensorPickerOption> options{
+std::vector<ModePickerBoxOption> displayOptions(const std::vector<DeviceSensorReading>& deviceSensors) {
+    std::vector<ModePickerBoxOption> options{
         {sameAsTriggerID, QStringLiteral("Same as trigger"), std::nullopt}};
-    for (ModeSensorPickerOption& option : triggerOptions(deviceSensors)) {
+    for (ModePickerBoxOption& option : triggerOptions(deviceSensors)) {
         options.push_back(std::move(option));
     }
     return options;
@@ -71,8 +71,8 @@ QString sensorName(const ModeSensor& sensor, const std::vector<DeviceSensorReadi
 }
 
 std::optional<ModeSensor> sensorForOption(const std::string& optionID,
-                                          const std::vector<ModeSensorPickerOption>& options) {
-    for (const ModeSensorPickerOption& option : options) {
+                                          const std::vector<ModePickerBoxOption>& options) {
+    for (const ModePickerBoxOption& option : options) {
         if (option.id == optionID) {
             return option.sensor;
         }
@@ -80,7 +80,7 @@ std::optional<ModeSensor> sensorForOption(const std::string& optionID,
     return std::nullopt;
 }
 
-std::optional<std::size_t> optionIndex(const std::vector<ModeSensorPickerOption>& options,
+std::optional<std::size_t> optionIndex(const std::vector<ModePickerBoxOption>& options,
                                        const std::optional<ModeSensor>& sensor) {
     for (std::size_t i = 0; i < options.size(); ++i) {
         if (options[i].sensor == sensor) {

@@ -13,12 +13,12 @@
 namespace halvoren::modes {
 
 // One row of a sensor picker; the "Same as trigger" row carries no sensor.
-struct ModeSensorPickerOption {
+struct ModePickerBoxOption {
     std::string id;
     QString label;
     std::optional<ModeSensor> sensor;
 
-    friend bool operator==(const ModeSensorPickerOption&, const ModeSensorPickerOption&) = default;
+    friend bool operator==(const ModePickerBoxOption&, const ModePickerBoxOption&) = default;
 };
 
 inline constexpr const char* sameAsTriggerID = "mode-sensor.same-as-trigger";
@@ -32,18 +32,18 @@ QString percentText(double fraction);
 QString speedSubtitle(const ModeSpeed& speed);
 
 // The aggregates first, then every device sensor in the given order.
-std::vector<ModeSensorPickerOption> triggerOptions(const std::vector<DeviceSensorReading>& deviceSensors);
+std::vector<ModePickerBoxOption> triggerOptions(const std::vector<DeviceSensorReading>& deviceSensors);
 // The display picker's rows: "Same as trigger" followed by the trigger rows.
-std::vector<ModeSensorPickerOption> displayOptions(const std::vector<DeviceSensorReading>& deviceSensors);
+std::vector<ModePickerBoxOption> displayOptions(const std::vector<DeviceSensorReading>& deviceSensors);
 
 // The aggregate's name, or the device sensor's; "Sensor" for one the machine no longer has.
 QString sensorName(const ModeSensor& sensor, const std::vector<DeviceSensorReading>& deviceSensors);
 
 // The sensor of the picked row; none for "Same as trigger" and for an id not listed.
 std::optional<ModeSensor> sensorForOption(const std::string& optionID,
-                                          const std::vector<ModeSensorPickerOption>& options);
+                                          const std::vector<ModePickerBoxOption>& options);
 // The row that shows `sensor`, matched by value; none when no row holds it.
-std::optional<std::size_t> optionIndex(const std::vector<ModeSensorPickerOption>& options,
+std::optional<std::size_t> optionIndex(const std::vector<ModePickerBoxOption>& options,
                                        const std::optional<ModeSensor>& sensor);
 
 // What a row shows and follows: the display sensor, or the control sensor without one.

@@ -1,6 +1,7 @@
 #include "ui/modes/modes_view.h"
 
 #include "engine/halvoren_engine.h"
+#include "ui/components/glass_controls.h"
 #include "ui/components/module_card.h"
 #include "ui/components/notice_view.h"
 #include "ui/components/thin_scroller.h"
@@ -52,7 +53,7 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     , add_(new FooterButton(QStringLiteral("Add Mode"), "plus", this))
     , noFans_(new NoticeView(NoticeView::Style::line, "fan.slash", this))
     , empty_(new ModuleCard(this))
-    , newMode_(new ProminentButton(QStringLiteral("New Custom Mode…"), ProminentButton::Role::normal))
+    , newMode_(new ActionButton(QStringLiteral("New Custom Mode…"), ActionButton::Style::prominent))
     , scroller_(new QScrollArea(this))
     , list_(new ModuleCard())
     , listColumn_(new QVBoxLayout(list_)) {

@@ -21,7 +21,7 @@ class ModeEditorSheet;
 class ModeRow;
 class ModuleCard;
 class NoticeView;
-class ProminentButton;
+class ActionButton;
 
 // The Modes section: the user's custom modes, engaged with a click, made and changed in the
 // editor sheet and removed after a confirmation. Every change goes through the engine.
@@ -39,7 +39,7 @@ public:
     NoticeView& noFansNotice() const { return *noFans_; }
     ModuleCard& emptyState() const { return *empty_; }
     const std::vector<FooterButton*>& starterButtons() const { return starters_; }
-    ProminentButton& newModeButton() const { return *newMode_; }
+    ActionButton& newModeButton() const { return *newMode_; }
     const std::vector<ModeRow*>& rows() const { return rows_; }
     // The open sheet and dialog, if any.
     ModeEditorSheet* editor() const;
@@ -59,7 +59,7 @@ private:
     NoticeView* noFans_;
     ModuleCard* empty_;
     std::vector<FooterButton*> starters_;
-    ProminentButton* newMode_;
+    ActionButton* newMode_;
     QScrollArea* scroller_;
     ModuleCard* list_;
     QVBoxLayout* listColumn_;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/panel/panel_buttons.h"
+#include "ui/components/glass_controls.h"
 
 #include <QComboBox>
 #include <QString>
@@ -12,61 +12,6 @@ class QHBoxLayout;
 class QTimeEdit;
 
 namespace halvoren {
-
-// An on/off switch: a pill with a sliding knob, filled with the accent while on. Space, Return
-// and a click flip it.
-class ToggleSwitch : public PanelButton {
-public:
-    explicit ToggleSwitch(const QString& accessibleName, QWidget* parent = nullptr);
-    static constexpr QSize size{42, 24};
-    QSize sizeHint() const override { return size; }
-
-protected:
-    void paintContent(QPainter& painter, const QRectF& rect) override;
-};
-
-// A push button with a title: filled with the accent when prominent, a quiet glass pill otherwise.
-class ActionButton : public PanelButton {
-public:
-    ActionButton(QString title, bool prominent, QWidget* parent = nullptr);
-    void setTitle(QString title);
-    const QString& title() const { return title_; }
-    QSize sizeHint() const override;
-
-protected:
-    void paintContent(QPainter& painter, const QRectF& rect) override;
-
-private:
-    QString title_;
-    bool prominent_;
-};
-
-// A capsule holding a symbol and a short text, tinted; sized to its content.
-class StatusBadge : public QWidget {
-public:
-    explicit StatusBadge(QWidget* parent = nullptr);
-    void setContent(QString text, std::string symbol, std::optional<QColor> tint = std::nullopt);
-    const QString& text() const { return text_; }
-    const std::string& symbol() const { return symbol_; }
-    QSize sizeHint() const override;
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    QString text_;
-    std::string symbol_;
-    std::optional<QColor> tint_;
-};
-
-// A menu button in the glass style with the up-and-down chevron at its right end.
-class PickerBox : public QComboBox {
-public:
-    explicit PickerBox(QWidget* parent = nullptr);
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-};
 
 namespace settings {
 

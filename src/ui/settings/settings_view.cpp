@@ -516,7 +516,7 @@ void SettingsView::buildUpdates(QVBoxLayout* column) {
     automatic->setChecked(updater_->automaticallyChecks());
     QObject::connect(automatic, &QAbstractButton::toggled, this,
                      [this](bool on) { updater_->setAutomaticallyChecks(on); });
-    auto* check = new ActionButton(QStringLiteral("Check for Updates…"), false);
+    auto* check = new ActionButton(QStringLiteral("Check for Updates…"), ActionButton::Style::quiet);
     QObject::connect(check, &QAbstractButton::clicked, this, [this] { updater_->checkNow(); });
     rows->addWidget(check, 0, Qt::AlignLeft);
 }
@@ -537,7 +537,7 @@ void SettingsView::buildLastError(QVBoxLayout* column) {
 
 void SettingsView::buildRestore(QVBoxLayout* column) {
     auto* rows = static_cast<QVBoxLayout*>(card(column, QString())->layout());
-    restore_ = new ActionButton(QStringLiteral("Restore Defaults"), false);
+    restore_ = new ActionButton(QStringLiteral("Restore Defaults"), ActionButton::Style::quiet);
     QObject::connect(restore_, &QAbstractButton::clicked, this, [this] { engine_.restoreDefaults(); });
     rows->addWidget(restore_, 0, Qt::AlignLeft);
     rows->addWidget(settings::noteLabel(QStringLiteral(

@@ -40,23 +40,23 @@ TEST(ModeValues, ActiveOnlyWhenTheIdsMatch) {
 }
 
 TEST(ModeValues, PickerRowsAggregatesThenSensorsInOrder) {
-    const std::vector<ModeSensorPickerOption> options = triggerOptions(machineSensors());
+    const std::vector<ModePickerBoxOption> options = triggerOptions(machineSensors());
     ASSERT_EQ(options.size(), 8U);
-    EXPECT_EQ(options[0], (ModeSensorPickerOption{"mode-sensor.source.hottest", "Hottest Sensor",
+    EXPECT_EQ(options[0], (ModePickerBoxOption{"mode-sensor.source.hottest", "Hottest Sensor",
                                                   ModeSensor::source(ControlSource::hottest)}));
     EXPECT_EQ(options[4].id, "mode-sensor.source.gpuAverage");
-    EXPECT_EQ(options[6], (ModeSensorPickerOption{"mode-sensor.sensor.TG0P", "GPU Proximity",
+    EXPECT_EQ(options[6], (ModePickerBoxOption{"mode-sensor.sensor.TG0P", "GPU Proximity",
                                                   ModeSensor::sensor("TG0P")}));
 
-    const std::vector<ModeSensorPickerOption> display = displayOptions(machineSensors());
+    const std::vector<ModePickerBoxOption> display = displayOptions(machineSensors());
     ASSERT_EQ(display.size(), 9U);
     EXPECT_EQ(display[0],
-              (ModeSensorPickerOption{"mode-sensor.same-as-trigger", "Same as trigger", std::nullopt}));
+              (ModePickerBoxOption{"mode-sensor.same-as-trigger", "Same as trigger", std::nullopt}));
     EXPECT_EQ(display[1], options[0]);
 }
 
 TEST(ModeValues, PickerLookupsBothWays) {
-    const std::vector<ModeSensorPickerOption> display = displayOptions(machineSensors());
+    const std::vector<ModePickerBoxOption> display = displayOptions(machineSensors());
     EXPECT_EQ(sensorForOption("mode-sensor.sensor.TG0P", display), ModeSensor::sensor("TG0P"));
     EXPECT_EQ(sensorForOption(sameAsTriggerID, display), std::nullopt);
     EXPECT_EQ(sensorForOption("mode-sensor.sensor.gone", display), std::nullopt);

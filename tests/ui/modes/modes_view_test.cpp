@@ -1,3 +1,4 @@
+#include "ui/components/glass_controls.h"
 #include "ui/components/module_card.h"
 #include "ui/components/notice_view.h"
 #include "ui/modes/mode_controls.h"
