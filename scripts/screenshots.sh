@@ -77,6 +77,9 @@ shot() { # name x y w h
   import -window root -crop "$4x$5+$2+$3" +repage "$out/$1.png"
 }
 
+# Two custom modes, the first engaged.
+modes='com.halvoren.customModes="@ByteArray([{\\"id\\":\\"6f1c2a4e-8a51-4c3e-9d0b-1a2b3c4d5e6f\\",\\"name\\":\\"Gaming\\",\\"symbolName\\":\\"gamecontroller.fill\\",\\"speed\\":{\\"fixed\\":{\\"percentage\\":0.7}},\\"controlSensor\\":{\\"source\\":{\\"_0\\":\\"hottest\\"}},\\"drivesMainReadout\\":false},{\\"id\\":\\"0b7e9d12-3c45-4f67-8a90-b1c2d3e4f5a6\\",\\"name\\":\\"Night render\\",\\"symbolName\\":\\"moon.fill\\",\\"speed\\":{\\"floor\\":{\\"percentage\\":0.25}},\\"controlSensor\\":{\\"source\\":{\\"_0\\":\\"gpuAverage\\"}},\\"drivesMainReadout\\":false}])"\ncom.halvoren.activeCustomModeID=6f1c2a4e-8a51-4c3e-9d0b-1a2b3c4d5e6f\n'
+
 for appearance in light dark; do
   if [ "$appearance" = light ]; then bar '#F2F2F5' '#1D1D1F'; else bar '#1E1E22' '#F2F2F5'; fi
   args=(--appearance="$appearance")
@@ -105,17 +108,31 @@ for appearance in light dark; do
   panel manual --load idle --manual 3200
   panel no-helper --load idle --no-helper
 
-  # The main window: the Dashboard with the weather card's two pages, then the other sections.
+  # The main window: the Dashboard with the weather card's two pages, then the other sections,
+  # then the first-run wizard on its first two steps.
+  window() { # name settings-lines args...
+    local name=$1 lines=$2
+    shift 2
+    start "$lines" --load burst "$@" "${args[@]}"
+    import -window root -crop 1100x800+170+50 +repage "$out/window-$name-$appearance.png"
+  }
+  done='com.halvoren.hasCompletedFirstRunSetup=true\n'
   for page in forecast radar; do
-    start "com.halvoren.weatherPage=$page\n" --load burst --preset auto "${args[@]}"
-    import -window root -crop 1100x800+170+50 +repage "$out/window-$page-$appearance.png"
+    window "$page" "${done}com.halvoren.weatherPage=$page\n" --preset auto
     stop
   done
-  for section in sensors power; do
-    start "selectedSection=$section\n" --load burst --preset auto "${args[@]}"
-    import -window root -crop 1100x800+170+50 +repage "$out/window-$section-$appearance.png"
+  for section in sensors power settings; do
+    window "$section" "${done}selectedSection=$section\n" --preset auto
     stop
   done
+  # Without a preset, so that the stored mode stays engaged.
+  window modes "${done}selectedSection=modes\n$modes"
+  stop
+  window wizard-welcome '' --preset auto
+  xdotool key Return
+  sleep 1
+  import -window root -crop 1100x800+170+50 +repage "$out/window-wizard-helper-$appearance.png"
+  stop
   kill "$tray_pid" 2>/dev/null || true
   wait "$tray_pid" 2>/dev/null || true
 done
