@@ -31,7 +31,7 @@ QString glassFieldSheet(const char* type) {
 }
 
 ToggleSwitch::ToggleSwitch(const QString& accessibleName, QWidget* parent)
-    : PanelButton(parent) {
+    : AccentButton(parent) {
     setCheckable(true);
     setAccessibleName(accessibleName);
     setFixedSize(size);
@@ -55,7 +55,7 @@ void ToggleSwitch::paintContent(QPainter& painter, const QRectF& rect) {
 }
 
 ActionButton::ActionButton(QString title, Style style, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , title_(std::move(title))
     , style_(style) {
     setAccessibleName(title_);
@@ -65,7 +65,7 @@ void ActionButton::changeEvent(QEvent* event) {
     if (event->type() == QEvent::EnabledChange) {
         setCursor(isEnabled() ? Qt::PointingHandCursor : Qt::ArrowCursor);
     }
-    PanelButton::changeEvent(event);
+    AccentButton::changeEvent(event);
 }
 
 void ActionButton::setTitle(QString title) {

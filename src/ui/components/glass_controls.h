@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/panel/panel_buttons.h"
+#include "ui/components/accent_button.h"
 
 #include <QComboBox>
 #include <QString>
@@ -11,7 +11,7 @@ namespace halvoren {
 
 // An on/off switch: a pill with a sliding knob, filled with the accent while on. Space, Return
 // and a click flip it.
-class ToggleSwitch : public PanelButton {
+class ToggleSwitch : public AccentButton {
 public:
     explicit ToggleSwitch(const QString& accessibleName, QWidget* parent = nullptr);
     static constexpr QSize size{42, 24};
@@ -23,7 +23,7 @@ protected:
 
 // A push button with a title: a quiet glass pill, filled with the accent when prominent, or red
 // for an action that destroys. It fades while disabled.
-class ActionButton : public PanelButton {
+class ActionButton : public AccentButton {
 public:
     enum class Style { quiet, prominent, destructive };
 

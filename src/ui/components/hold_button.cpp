@@ -30,7 +30,7 @@ bool PressAndHold::advance(double now) {
 }
 
 HoldButton::HoldButton(QString title, double duration, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , title_(std::move(title)) {
     hold_.duration = duration;
     setAccessibleName(title_);
@@ -101,7 +101,7 @@ void HoldButton::keyPressEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
-    PanelButton::keyPressEvent(event);
+    AccentButton::keyPressEvent(event);
 }
 
 void HoldButton::keyReleaseEvent(QKeyEvent* event) {
@@ -114,7 +114,7 @@ void HoldButton::keyReleaseEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
-    PanelButton::keyReleaseEvent(event);
+    AccentButton::keyReleaseEvent(event);
 }
 
 void HoldButton::paintContent(QPainter& painter, const QRectF& rect) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/panel/panel_buttons.h"
+#include "ui/components/accent_button.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
@@ -24,7 +24,7 @@ struct PressAndHold {
 
 // A button that acts after a deliberate press-and-hold (mouse, Space or Return), filling as it
 // is held. Assistive technology's press acts at once, as it cannot hold.
-class HoldButton : public PanelButton {
+class HoldButton : public AccentButton {
 public:
     HoldButton(QString title, double duration, QWidget* parent = nullptr);
 

@@ -2,6 +2,7 @@
 
 #include "engine/halvoren_engine.h"
 #include "ui/components/hold_button.h"
+#include "ui/panel/panel_buttons.h"
 #include "ui/theme/appearance.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"

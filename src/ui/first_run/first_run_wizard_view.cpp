@@ -374,9 +374,9 @@ void FirstRunWizardView::refresh() {
     back_->setVisible(footer.back);
     skip_->setVisible(footer.skip);
     main_->setTitle(footer.main);
-    for (PanelButton* button :
-         {static_cast<PanelButton*>(main_), static_cast<PanelButton*>(helperAction_),
-          static_cast<PanelButton*>(notifyButton_), static_cast<PanelButton*>(loginToggle_)}) {
+    for (AccentButton* button :
+         {static_cast<AccentButton*>(main_), static_cast<AccentButton*>(helperAction_),
+          static_cast<AccentButton*>(notifyButton_), static_cast<AccentButton*>(loginToggle_)}) {
         button->setAccent(accent);
     }
 

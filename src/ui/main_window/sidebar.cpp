@@ -19,7 +19,7 @@ constexpr int footerHeight = 44;
 } // namespace
 
 SidebarItem::SidebarItem(const SectionInfo& info, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , section_(info.section)
     , title_(QString::fromUtf8(info.title))
     , symbol_(info.symbol) {
@@ -35,7 +35,7 @@ void SidebarItem::keyPressEvent(QKeyEvent* event) {
         event->accept();
         return;
     }
-    PanelButton::keyPressEvent(event);
+    AccentButton::keyPressEvent(event);
 }
 
 void SidebarItem::paintContent(QPainter& painter, const QRectF& rect) {

@@ -10,7 +10,7 @@
 namespace halvoren {
 
 // One section in the sidebar: its symbol and title, lit while chosen.
-class SidebarItem : public PanelButton {
+class SidebarItem : public AccentButton {
 public:
     SidebarItem(const SectionInfo& info, QWidget* parent = nullptr);
     Section section() const { return section_; }

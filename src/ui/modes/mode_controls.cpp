@@ -27,7 +27,7 @@ QColor restingFill(bool hovered) {
 } // namespace
 
 SymbolSwatch::SymbolSwatch(std::string symbol, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , symbol_(std::move(symbol)) {
     setCheckable(true);
     setAutoExclusive(true);

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "ui/panel/panel_buttons.h"
+#include "ui/components/accent_button.h"
 
 #include <string>
 
 namespace halvoren {
 
 // One symbol of the editor's grid; the checked one sits on an accent wash.
-class SymbolSwatch : public PanelButton {
+class SymbolSwatch : public AccentButton {
 public:
     explicit SymbolSwatch(std::string symbol, QWidget* parent = nullptr);
     const std::string& symbol() const { return symbol_; }

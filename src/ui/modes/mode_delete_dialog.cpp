@@ -2,6 +2,7 @@
 
 #include "ui/components/glass_controls.h"
 #include "ui/modes/mode_controls.h"
+#include "ui/panel/panel_buttons.h"
 #include "ui/theme/appearance.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"

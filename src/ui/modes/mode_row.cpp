@@ -25,7 +25,7 @@ QColor withAlpha(QColor color, double alpha) {
 } // namespace
 
 ModeRow::ModeRow(QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , edit_(new FooterButton(QString(), "pencil", this))
     , delete_(new FooterButton(QString(), "trash", this)) {
     setFixedHeight(rowHeight);
@@ -65,7 +65,7 @@ void ModeRow::resizeEvent(QResizeEvent* event) {
     const int top = (height() - buttonSize) / 2;
     delete_->setGeometry(width() - 10 - buttonSize, top, buttonSize, buttonSize);
     edit_->setGeometry(delete_->x() - buttonGap - buttonSize, top, buttonSize, buttonSize);
-    PanelButton::resizeEvent(event);
+    AccentButton::resizeEvent(event);
 }
 
 void ModeRow::paintContent(QPainter& painter, const QRectF& rect) {

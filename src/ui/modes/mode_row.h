@@ -12,7 +12,7 @@ namespace halvoren {
 // One custom mode in the list: its symbol, name and speed, the shown sensor's temperature, a
 // check mark while engaged, and buttons to edit and delete it. A click engages the mode unless
 // the row is inert, when its reason is the row's help instead.
-class ModeRow : public PanelButton {
+class ModeRow : public AccentButton {
 public:
     struct Content {
         CustomMode mode;

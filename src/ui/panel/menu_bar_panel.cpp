@@ -41,10 +41,10 @@ constexpr int margin = 12;
 constexpr int gap = 10;
 
 // The large readout: the source's short name over the number and its unit.
-class HeroTemperatureButton : public PanelButton {
+class HeroTemperatureButton : public AccentButton {
 public:
     explicit HeroTemperatureButton(QWidget* parent)
-        : PanelButton(parent) {
+        : AccentButton(parent) {
         setToolTip(QStringLiteral("Open Sensors"));
         setAccessibleName(QStringLiteral("Temperature"));
         setMinimumSize(120, 64);
@@ -91,10 +91,10 @@ private:
 };
 
 // The fans' compact meters side by side, or the message on a machine without fans.
-class HeroFansButton : public PanelButton {
+class HeroFansButton : public AccentButton {
 public:
     explicit HeroFansButton(QWidget* parent)
-        : PanelButton(parent)
+        : AccentButton(parent)
         , row_(new QHBoxLayout(this)) {
         setToolTip(QStringLiteral("Open Dashboard"));
         setAccessibleName(QStringLiteral("Fans"));

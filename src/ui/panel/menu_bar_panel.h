@@ -21,7 +21,7 @@ class FooterButton;
 class HalvorenEngine;
 class ListRowButton;
 class ModuleCard;
-class PanelButton;
+class AccentButton;
 class PresetTabs;
 class SpeedSlider;
 class TileButton;
@@ -62,8 +62,8 @@ public:
     SpeedSlider& speedSlider() const { return *slider_; }
     const std::vector<ListRowButton*>& modeRows() const { return modeRows_; }
     const std::vector<FanFlowMeter*>& fanMeters() const { return meters_; }
-    PanelButton& heroTemperature() const { return *heroTemperature_; }
-    PanelButton& heroFans() const { return *heroFans_; }
+    AccentButton& heroTemperature() const { return *heroTemperature_; }
+    AccentButton& heroFans() const { return *heroFans_; }
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -97,8 +97,8 @@ private:
     ModuleCard* honestyCard_ = nullptr;
     QLabel* honesty_ = nullptr;
     ModuleCard* heroCard_ = nullptr;
-    PanelButton* heroTemperature_ = nullptr;
-    PanelButton* heroFans_ = nullptr;
+    AccentButton* heroTemperature_ = nullptr;
+    AccentButton* heroFans_ = nullptr;
     std::vector<FanFlowMeter*> meters_;
     ModuleCard* modeCard_ = nullptr;
     PresetTabs* tabs_ = nullptr;

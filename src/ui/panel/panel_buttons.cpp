@@ -45,48 +45,8 @@ void drawText(QPainter& painter, const QRectF& rect, theme::FontRole role, const
 
 } // namespace
 
-PanelButton::PanelButton(QWidget* parent)
-    : PressableButton(parent) {
-    setFocusPolicy(Qt::StrongFocus);
-    // Rows share the panel's fixed width rather than push it wider.
-    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-}
-
-void PanelButton::setAccent(const QColor& accent) {
-    accent_ = accent;
-    update();
-}
-
-void PanelButton::keyPressEvent(QKeyEvent* event) {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        click();
-        event->accept();
-        return;
-    }
-    PressableButton::keyPressEvent(event);
-}
-
-void PanelButton::focusInEvent(QFocusEvent* event) {
-    keyboardFocus_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
-    PressableButton::focusInEvent(event);
-}
-
-void PanelButton::focusOutEvent(QFocusEvent* event) {
-    keyboardFocus_ = false;
-    PressableButton::focusOutEvent(event);
-}
-
-void PanelButton::paintFocusRing(QPainter& painter, const QRectF& rect, double radius) const {
-    if (!hasFocus() || !keyboardFocus_) {
-        return;
-    }
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(withAlpha(accent_, 0.85), 2.0));
-    painter.drawRoundedRect(rect.adjusted(1, 1, -1, -1), radius, radius);
-}
-
 PresetTabButton::PresetTabButton(QString title, std::string symbol, QString subtitle, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , title_(std::move(title))
     , symbol_(std::move(symbol))
     , subtitle_(std::move(subtitle)) {
@@ -189,7 +149,7 @@ void PresetTabs::paintEvent(QPaintEvent* /*event*/) {
 }
 
 ListRowButton::ListRowButton(QWidget* parent)
-    : PanelButton(parent) {}
+    : AccentButton(parent) {}
 
 void ListRowButton::setContent(std::string symbol, QString title, QString detail, bool checked) {
     symbol_ = std::move(symbol);
@@ -220,7 +180,7 @@ void ListRowButton::paintContent(QPainter& painter, const QRectF& rect) {
 }
 
 TileButton::TileButton(std::string symbol, bool spinning, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , symbol_(std::move(symbol)) {
     if (spinning) {
         glyph_ = new SpinningGlyph(symbol_, this);
@@ -239,7 +199,7 @@ void TileButton::setContent(QString title, QString detail, bool active) {
 }
 
 void TileButton::resizeEvent(QResizeEvent* event) {
-    PanelButton::resizeEvent(event);
+    AccentButton::resizeEvent(event);
     if (glyph_) {
         glyph_->setGeometry(12, height() / 2 - 9, 18, 18);
     }
@@ -271,7 +231,7 @@ void TileButton::paintContent(QPainter& painter, const QRectF& rect) {
 }
 
 FooterButton::FooterButton(QString title, std::string symbol, QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , title_(std::move(title))
     , symbol_(std::move(symbol)) {
     setAccessibleName(title_);

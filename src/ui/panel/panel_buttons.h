@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ui/components/pressable.h"
+#include "ui/components/accent_button.h"
 
 #include <QColor>
 #include <QString>
@@ -13,31 +13,10 @@ namespace halvoren {
 
 class SpinningGlyph;
 
-// The base of the panel's buttons: Return and Enter press it as Space does, and it draws an
-// accent ring while it has the keyboard focus. `onPressed` runs on each click.
-class PanelButton : public PressableButton {
-public:
-    explicit PanelButton(QWidget* parent = nullptr);
-
-    void setAccent(const QColor& accent);
-    const QColor& accent() const { return accent_; }
-
-protected:
-    void keyPressEvent(QKeyEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
-    // The focus ring, shown only while the focus came from the keyboard around `rect`, drawn last.
-    void paintFocusRing(QPainter& painter, const QRectF& rect, double radius) const;
-
-private:
-    QColor accent_{0x1A, 0x94, 0xFA};
-    bool keyboardFocus_ = false;
-};
-
 // One preset: its symbol over its title and a small subtitle. The lit background is drawn by
 // the row (`PresetTabs`) so that it can slide between tabs. With no symbol and no subtitle it
 // is a compact segment holding its title alone.
-class PresetTabButton : public PanelButton {
+class PresetTabButton : public AccentButton {
 public:
     PresetTabButton(QString title, std::string symbol, QString subtitle, QWidget* parent = nullptr);
     static constexpr int tabHeight = 62;
@@ -82,7 +61,7 @@ private:
 };
 
 // A row of a list: symbol, title, and on the right a detail and an optional checkmark.
-class ListRowButton : public PanelButton {
+class ListRowButton : public AccentButton {
 public:
     explicit ListRowButton(QWidget* parent = nullptr);
     void setContent(std::string symbol, QString title, QString detail, bool checked);
@@ -100,7 +79,7 @@ private:
 
 // A square-ish glass tile with a leading glyph, a title and a trailing detail; filled with the
 // accent while `active`. With `spinning` the glyph is the turning fan.
-class TileButton : public PanelButton {
+class TileButton : public AccentButton {
 public:
     TileButton(std::string symbol, bool spinning, QWidget* parent = nullptr);
     void setContent(QString title, QString detail, bool active);
@@ -120,7 +99,7 @@ private:
 };
 
 // A quiet text button with an optional symbol, lit on hover.
-class FooterButton : public PanelButton {
+class FooterButton : public AccentButton {
 public:
     FooterButton(QString title, std::string symbol, QWidget* parent = nullptr);
     void setTitle(QString title);

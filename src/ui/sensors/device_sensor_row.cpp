@@ -56,7 +56,7 @@ double graphTemperature(const DeviceSensorReading& reading, const std::vector<do
 } // namespace sensor_row
 
 DeviceSensorRow::DeviceSensorRow(QWidget* parent)
-    : PanelButton(parent)
+    : AccentButton(parent)
     , graph_(new MiniGraph(this)) {
     graph_->setAttribute(Qt::WA_TransparentForMouseEvents);
     graph_->setLineWidth(1.5);
@@ -108,7 +108,7 @@ void DeviceSensorRow::refresh() {
 }
 
 void DeviceSensorRow::resizeEvent(QResizeEvent* event) {
-    PanelButton::resizeEvent(event);
+    AccentButton::resizeEvent(event);
     graph_->setGeometry(inset + 36, lineHeight, width() - 2 * inset - 36, graphHeight);
 }
 

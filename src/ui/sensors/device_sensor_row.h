@@ -25,7 +25,7 @@ double graphTemperature(const DeviceSensorReading& reading, const std::vector<do
 
 // One device reading on one line: its symbol chip, its name and its value, with a chevron
 // that turns while the row shows its recent history under the line.
-class DeviceSensorRow : public PanelButton {
+class DeviceSensorRow : public AccentButton {
 public:
     static constexpr int lineHeight = 40;
 

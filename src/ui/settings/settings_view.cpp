@@ -42,10 +42,10 @@ void setSliderQuietly(SpeedSlider& slider, int value) {
 }
 
 // One accent choice: a filled circle, ringed while it is the chosen one.
-class AccentSwatch : public PanelButton {
+class AccentSwatch : public AccentButton {
 public:
     AccentSwatch(AccentChoice choice, QWidget* parent)
-        : PanelButton(parent)
+        : AccentButton(parent)
         , choice_(choice) {
         setCheckable(true);
         setAccessibleName(QString::fromUtf8(theme::displayName(choice)));

@@ -33,10 +33,10 @@ QColor withAlpha(QColor color, double alpha) {
 }
 
 // A small round toggle with a symbol; lit while checked.
-class PageToggle : public PanelButton {
+class PageToggle : public AccentButton {
 public:
     PageToggle(std::string symbol, const QString& name, QWidget* parent)
-        : PanelButton(parent)
+        : AccentButton(parent)
         , symbol_(std::move(symbol)) {
         setCheckable(true);
         setAccessibleName(name);

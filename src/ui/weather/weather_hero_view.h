@@ -14,7 +14,7 @@ class QSettings;
 namespace halvoren {
 
 class HalvorenEngine;
-class PanelButton;
+class AccentButton;
 
 // The Dashboard's weather card. The forecast page shows the thermal weather: a condition glyph
 // that breathes faster as the weather worsens, the temperature, its sentences and the hourly
@@ -43,8 +43,8 @@ public:
     bool isSwitching() const { return !leaving_.isNull(); }
     double dashPhase() const { return dashPhase_; }
     double breathScale() const { return breathScale_; }
-    PanelButton& forecastToggle() const { return *forecastToggle_; }
-    PanelButton& radarToggle() const { return *radarToggle_; }
+    AccentButton& forecastToggle() const { return *forecastToggle_; }
+    AccentButton& radarToggle() const { return *radarToggle_; }
 
     QSize sizeHint() const override { return {520, contentHeight + 2 * padding}; }
 
@@ -72,8 +72,8 @@ private:
     double dashPhase_ = 0.0;
     double breathScale_ = 1.0;
     int shownStreams_ = -1;
-    PanelButton* forecastToggle_;
-    PanelButton* radarToggle_;
+    AccentButton* forecastToggle_;
+    AccentButton* radarToggle_;
     QTimer switchTimer_;
     QElapsedTimer switchClock_;
     QPixmap leaving_;
