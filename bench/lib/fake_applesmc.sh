@@ -2,7 +2,8 @@
 #
 #   fake_applesmc_tree DIR       DIR/hwmon0 is "applesmc" (two fans, 30 temperatures, pwm1/pwm2 for
 #                                daemons that drive fans by PWM), DIR/hwmon1 is "coretemp"
-#   fake_applesmc_firmware DIR & the controller's own loop, every 0.5 s, until DIR/stop exists
+#   fake_applesmc_firmware DIR & the controller's own loop, every 0.5 s, until DIR/stop exists; each
+#                                step appends "EPOCH_SECONDS TEMPERATURE FAN1_TARGET" to DIR/firmware.log
 #   fake_applesmc_platform DIR PLATFORM
 #                                PLATFORM/applesmc.768 and PLATFORM/coretemp.0/hwmon/hwmon1 as links
 #                                into the tree, for programs that look under /sys/devices/platform
@@ -57,7 +58,7 @@ fake_applesmc_platform() {
 fake_applesmc_firmware() {
     local dir=$1 smc=$1/hwmon0 core=$1/hwmon1
     local min=$fake_applesmc_fan_min max=$fake_applesmc_fan_max
-    local temperature=45000 load manual enable pwm output input target sum n
+    local temperature=45000 load manual enable pwm output input target sum n first
     while [[ ! -e "$dir/stop" ]]; do
         read -r load <"$dir/load" || load=0
         sum=0
@@ -78,6 +79,7 @@ fake_applesmc_firmware() {
             fi
             ((target > max)) && target=$max
             ((target < 0)) && target=0
+            [[ $n == 1 ]] && first=$target
             input=$((input + (target - input) / 3))
             echo "$input" >"$smc/fan${n}_input"
             sum=$((sum + input))
@@ -90,6 +92,7 @@ fake_applesmc_firmware() {
             echo $((temperature - n * 300)) >"$smc/temp${n}_input"
         done
         for n in 1 2 3; do echo "$temperature" >"$core/temp${n}_input"; done
+        echo "$EPOCHREALTIME $temperature $first" >>"$dir/firmware.log"
         sleep 0.5
     done
 }
