@@ -193,6 +193,7 @@ mbpfan_in_namespace() { # dir
     fake_applesmc_platform "$dir/tree" "$dir/platform"
     printf '[general]\nlow_temp = 63\nhigh_temp = 66\nmax_temp = 86\npolling_interval = 1\n' >"$dir/mbpfan.conf"
     # unshare without --fork execs, so the pid is mbpfan's own once the mounts are made.
+    # shellcheck disable=SC2016 # expanded by the inner shell
     unshare -m sh -c 'mount --bind "$1" /sys/devices/platform && mount --bind "$2" /etc/mbpfan.conf &&
                       exec mbpfan -f' mbpfan "$dir/platform" "$dir/mbpfan.conf" >"$dir/peer.log" 2>"$dir/peer.err" &
     started+=("$!")

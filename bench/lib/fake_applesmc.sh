@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # A fake applesmc hwmon tree for the loop benchmarks (sourced).
 #
 #   fake_applesmc_tree DIR       DIR/hwmon0 is "applesmc" (two fans, 30 temperatures, pwm1/pwm2 for
