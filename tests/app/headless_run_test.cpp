@@ -87,8 +87,10 @@ TEST(HeadlessProgram, DrivesAControllerTreeElsewhereThroughAHelperStartedByHand)
     EXPECT_EQ(last["helperState"], "connected");
     ASSERT_EQ(last["fans"].size(), 1U);
     EXPECT_EQ(last["fans"][0]["max"], 6000.0);
-    // Max reached the file through the helper, and the end handed the fan back.
-    EXPECT_EQ(readFile(attribute("fan1_output")), "6000");
+    // Max, ramping up, reached the file through the helper; the end handed the fan back.
+    const int output = readFile(attribute("fan1_output")).toInt();
+    EXPECT_GT(output, 1500);
+    EXPECT_LE(output, 6000);
     EXPECT_EQ(readFile(attribute("fan1_manual")), "0");
 }
 
