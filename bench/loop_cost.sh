@@ -224,7 +224,7 @@ for spec in "${cases[@]}"; do
 done
 
 echo
-printf '%-18s %-9s %8s %12s %10s %11s %11s\n' case process passes/s "cpu/pass µs" "cpu %core" "wakeups/s" "ticks %core"
+printf '%-20s %-9s %8s %12s %10s %11s %11s\n' case process passes/s "cpu/pass µs" "cpu %core" "wakeups/s" "ticks %core"
 if [[ -s "$scratch/rows" ]]; then
     while read -r label process; do
         figures=()
@@ -232,7 +232,7 @@ if [[ -s "$scratch/rows" ]]; then
             figures+=("$(awk -v l="$label" -v p="$process" -v c="$column" '$1 == l && $2 == p { print $c }' \
                 "$scratch/rows" | median)")
         done
-        printf '%-18s %-9s %8s %12.1f %10.3f %11.1f %11.3f\n' "$label" "$process" "${figures[@]}"
+        printf '%-20s %-9s %8s %12.1f %10.3f %11.1f %11.3f\n' "$label" "$process" "${figures[@]}"
     done < <(awk '!seen[$1 " " $2]++ { print $1, $2 }' "$scratch/rows")
 fi
 
@@ -240,7 +240,7 @@ echo
 echo "Control over the window (median of runs): the first fan-1 target change after the load step,"
 echo "target changes a minute, peak CPU temperature. firmware-log: the tree's view (0.5 s steps);"
 echo "status-json: Halvoren's own lines (1 s)."
-printf '%-18s %-13s %12s %16s %9s\n' case source "reaction s" "changes/minute" "peak °C"
+printf '%-20s %-13s %12s %16s %9s\n' case source "reaction s" "changes/minute" "peak °C"
 for file in "$scratch"/control-*; do
     [[ -e "$file" ]] || continue
     label=${file##*/control-}
@@ -250,7 +250,7 @@ for file in "$scratch"/control-*; do
         if grep -q "^$source [0-9]" "$file"; then
             reaction=$(awk -v s="$source" '$1 == s && $2 != "none" { print $2 }' "$file" | median)
         fi
-        printf '%-18s %-13s %12s %16s %9s\n' "$label" "$source" "$reaction" \
+        printf '%-20s %-13s %12s %16s %9s\n' "$label" "$source" "$reaction" \
             "$(awk -v s="$source" '$1 == s { print $3 }' "$file" | median)" \
             "$(awk -v s="$source" '$1 == s { print $4 }' "$file" | median)"
     done

@@ -56,22 +56,32 @@ fake_applesmc_platform() {
     ln -sfn "$dir/hwmon1" "$platform/coretemp.0/hwmon/hwmon1"
 }
 
+# attribute VARIABLE FILE DEFAULT: the file's first line into the variable, without a subshell.
+# Writers need not end it with a newline (read then fails but keeps what it read); an empty or
+# unreadable file gives the default.
+attribute() {
+    local -n into=$1
+    into=
+    read -r into <"$2" 2>/dev/null || true
+    [[ $into =~ ^-?[0-9]+$ ]] || into=$3
+}
+
 fake_applesmc_firmware() {
     local dir=$1 smc=$1/hwmon0 core=$1/hwmon1
     local min=$fake_applesmc_fan_min max=$fake_applesmc_fan_max
     local temperature=45000 load manual enable pwm output input target sum n first
     while [[ ! -e "$dir/stop" ]]; do
-        read -r load <"$dir/load" || load=0
+        attribute load "$dir/load" 0
         sum=0
         for n in 1 2; do
-            read -r manual <"$smc/fan${n}_manual" || manual=0
-            read -r enable <"$smc/pwm${n}_enable" || enable=2
-            read -r input <"$smc/fan${n}_input" || input=$min
+            attribute manual "$smc/fan${n}_manual" 0
+            attribute enable "$smc/pwm${n}_enable" 2
+            attribute input "$smc/fan${n}_input" "$min"
             if [[ $manual == 1 ]]; then
-                read -r output <"$smc/fan${n}_output" || output=$min
+                attribute output "$smc/fan${n}_output" "$min"
                 target=$output
             elif [[ $enable == 1 ]]; then
-                read -r pwm <"$smc/pwm${n}" || pwm=0
+                attribute pwm "$smc/pwm${n}" 0
                 target=$((min + pwm * (max - min) / 255))
             elif ((temperature < 70000)); then
                 target=$min
