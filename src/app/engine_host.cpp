@@ -9,6 +9,7 @@
 
 #include <QSettings>
 #include <QTimer>
+#include <filesystem>
 #include <iostream>
 
 #if defined(__linux__)
@@ -45,11 +46,15 @@ std::optional<std::string> EngineHost::build() {
     } else {
 #if defined(__linux__)
         services_ = std::make_unique<SystemdHelperServiceManager>(*timers_);
+        const QString socket =
+            options_.helperSocket
+                ? QString::fromStdString(*options_.helperSocket)
+                : QString::fromUtf8(HelperConstants::systemSocketPath.data(),
+                                    static_cast<qsizetype>(HelperConstants::systemSocketPath.size()));
         driver_ = std::make_unique<SMCDriverActor>(
-            *timers_,
-            QString::fromUtf8(HelperConstants::systemSocketPath.data(),
-                              static_cast<qsizetype>(HelperConstants::systemSocketPath.size())),
-            *services_);
+            *timers_, socket, *services_, [root = std::filesystem::path(options_.sysfsRoot.value_or(""))] {
+                return SMCDriverActor::openRealBridge(root);
+            });
         driver = driver_.get();
 #else
         return "this system needs --simulate for now";

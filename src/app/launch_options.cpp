@@ -68,9 +68,15 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     const QCommandLineOption dustCycle("dust-cycle", "Run a dust cycle once the fans are known.");
     const QCommandLineOption exportCsv(
         "export-csv", "At the end, write the last minute of history as CSV to this file.", "path");
+    const QCommandLineOption sysfsRoot(
+        "sysfs-root", "Find the controller's hwmon devices under this directory instead of /sys/class/hwmon.",
+        "path");
+    const QCommandLineOption helperSocket(
+        "helper-socket", "Connect to a fan-control helper listening on this socket instead of the system's.",
+        "path");
     parser.addOptions({help, headless, appearanceOption, previewPanelOption, backdropOption, simulate,
                        noHelper, load, preset, duration, statusJson, settings, turbo, cooldown, manual,
-                       dustCycle, exportCsv});
+                       dustCycle, exportCsv, sysfsRoot, helperSocket});
 
     // The parser knows no options with an optional value, so --simulate=PROFILE is split here,
     // and the window's arguments, whose forms it cannot express, are taken out.
@@ -173,6 +179,21 @@ CommandLine parseCommandLine(const QStringList& arguments) {
     }
     if (parser.isSet(settings)) {
         options.settingsPath = parser.value(settings).toStdString();
+    }
+    // The simulated Mac brings its own controller and helper, so these would change nothing there.
+    for (const auto* option : {&sysfsRoot, &helperSocket}) {
+        if (!parser.isSet(*option)) {
+            continue;
+        }
+        const std::string name = "--" + option->names().first().toStdString();
+        if (options.simulateProfile) {
+            throw UsageError(name + " is for a real machine, not with --simulate");
+        }
+        const std::string value = parser.value(*option).toStdString();
+        if (value.empty()) {
+            throw UsageError(name + " needs a path");
+        }
+        (option == &sysfsRoot ? options.sysfsRoot : options.helperSocket) = value;
     }
     return result;
 }

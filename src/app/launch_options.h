@@ -24,6 +24,10 @@ struct LaunchOptions { // NOLINT(clang-analyzer-optin.performance.Padding)
     std::optional<double> duration;          // seconds; then the fans go back and the program ends
     bool statusJson = false;                 // one JSON line of status per second on stdout
     std::optional<std::string> settingsPath; // a settings file instead of the user's own
+    // A real machine only: where the controller's hwmon devices are instead of /sys/class/hwmon,
+    // and the socket of a helper started by hand instead of the installed one's.
+    std::optional<std::string> sysfsRoot;
+    std::optional<std::string> helperSocket;
     // At most one action, started once the helper is connected and the fans are known, after
     // the preset.
     bool turbo = false;

@@ -68,9 +68,9 @@ Result resultOf(HelperReply::Outcome&& outcome) {
 
 } // namespace
 
-std::shared_ptr<SMCKernelBridge> SMCDriverActor::openRealBridge() {
+std::shared_ptr<SMCKernelBridge> SMCDriverActor::openRealBridge(const std::filesystem::path& hwmonRoot) {
     try {
-        return std::make_shared<SMCKernelBridge>(openSystemTransport());
+        return std::make_shared<SMCKernelBridge>(openSystemTransport(hwmonRoot));
     } catch (const std::exception& error) {
         HALVOREN_LOG_ERROR(logSMC, "SMC bridge open attempt failed: %s", error.what());
         return nullptr;

@@ -11,6 +11,7 @@
 
 #include <QObject>
 #include <QString>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -38,12 +39,14 @@ public:
         bool restarted = false; // the uptime went down: the helper started anew
     };
 
-    // The default: this machine's controller, or nothing, with the reason logged.
-    static std::shared_ptr<SMCKernelBridge> openRealBridge();
+    // The default: this machine's controller, or nothing, with the reason logged. `hwmonRoot` as
+    // for openSystemTransport.
+    static std::shared_ptr<SMCKernelBridge> openRealBridge(const std::filesystem::path& hwmonRoot = {});
 
     // Opens the bridge at once; creation never fails, a missing controller is only logged.
-    SMCDriverActor(TimerSource& timers, QString helperSocketPath, HelperServiceManager& services,
-                   BridgeFactory bridgeFactory = openRealBridge);
+    SMCDriverActor(
+        TimerSource& timers, QString helperSocketPath, HelperServiceManager& services,
+        BridgeFactory bridgeFactory = [] { return openRealBridge(); });
     ~SMCDriverActor() override;
     SMCDriverActor(const SMCDriverActor&) = delete;
     SMCDriverActor& operator=(const SMCDriverActor&) = delete;

@@ -56,6 +56,40 @@ TEST(LaunchOptions, ReadsEachOptionAndRefusesBadValues) {
     EXPECT_TRUE(parseCommandLine({QStringLiteral("--help")}).helpRequested);
 }
 
+TEST(LaunchOptions, TheControllerTreeAndHelperSocketAreForARealMachine) {
+    struct Case {
+        std::initializer_list<const char*> arguments;
+        std::optional<std::string> sysfsRoot;
+        std::optional<std::string> helperSocket;
+        std::string error = "no error";
+    };
+    const Case cases[] = {
+        {{"--headless"}, std::nullopt, std::nullopt},
+        {{"--sysfs-root", "/tmp/tree"}, "/tmp/tree", std::nullopt},
+        {{"--helper-socket=/tmp/h.sock", "--sysfs-root=/tmp/tree"}, "/tmp/tree", "/tmp/h.sock"},
+        {{"--sysfs-root", "/tmp/tree", "--simulate"},
+         std::nullopt,
+         std::nullopt,
+         "--sysfs-root is for a real machine, not with --simulate"},
+        {{"--simulate=intel-laptop", "--helper-socket", "/tmp/h.sock"},
+         std::nullopt,
+         std::nullopt,
+         "--helper-socket is for a real machine, not with --simulate"},
+        {{"--sysfs-root="}, std::nullopt, std::nullopt, "--sysfs-root needs a path"},
+        {{"--helper-socket", ""}, std::nullopt, std::nullopt, "--helper-socket needs a path"},
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(failure(c.arguments), c.error) << *c.arguments.begin();
+        if (c.error == "no error") {
+            const LaunchOptions options = parse(c.arguments);
+            EXPECT_EQ(options.sysfsRoot, c.sysfsRoot) << *c.arguments.begin();
+            EXPECT_EQ(options.helperSocket, c.helperSocket) << *c.arguments.begin();
+        }
+    }
+    // A value missing at the end is the parser's error, not an empty path.
+    EXPECT_NE(failure({"--sysfs-root"}), "no error");
+}
+
 TEST(LaunchOptions, TheWindowsArgumentsInTheirTwoForms) {
     struct Case {
         std::initializer_list<const char*> arguments;

@@ -3,8 +3,9 @@
 
 namespace halvoren {
 
-std::unique_ptr<SMCTransport> openSystemTransport() {
-    return std::make_unique<AppleSMCTransport>();
+std::unique_ptr<SMCTransport> openSystemTransport(const std::filesystem::path& hwmonRoot) {
+    return std::make_unique<AppleSMCTransport>(hwmonRoot.empty() ? AppleSMCTransport::defaultRoot
+                                                                 : hwmonRoot);
 }
 
 } // namespace halvoren

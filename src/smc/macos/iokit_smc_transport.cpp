@@ -51,7 +51,7 @@ SMCParamStruct IOKitSMCTransport::call(const SMCParamStruct& input) {
     return SMCParamStruct::fromWire(out);
 }
 
-std::unique_ptr<SMCTransport> openSystemTransport() {
+std::unique_ptr<SMCTransport> openSystemTransport(const std::filesystem::path& /*hwmonRoot*/) {
     return std::make_unique<IOKitSMCTransport>();
 }
 
