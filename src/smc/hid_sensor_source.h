@@ -53,8 +53,11 @@ HIDSensorSource::Backend platformHIDBackend();
 
 #if defined(__linux__)
 // Every hwmon temperature whose device is not "applesmc" (the controller is read through the
-// exchange), named "<device name> <label>", or the device name alone without a label.
-std::vector<std::pair<std::string, double>> hwmonTemperatures(const std::filesystem::path& root);
+// exchange), named "<device name> <label>", or the device name alone without a label; a sensor
+// that cannot be read is left out. The devices are listed at the first reading and every
+// `hwmonRescanInterval` readings after it.
+inline constexpr int hwmonRescanInterval = 60;
+HIDSensorSource::Backend hwmonTemperatureBackend(std::filesystem::path root);
 #endif
 
 } // namespace halvoren

@@ -1,6 +1,7 @@
 #include "smc/hid_sensor_source.h"
 #include "temp_directory.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -95,12 +96,26 @@ TEST(HwmonTemperatures, ReadsEveryDeviceButTheController) {
                                       "hwmon11/temp1_input=99000",
                                       "other/name=k10temp",
                                       "other/temp1_input=99000"});
-    EXPECT_EQ(hwmonTemperatures(root.path()), (Pairs{{"coretemp Package id 0", 52.0},
-                                                     {"coretemp Core 0", 48.5},
-                                                     {"acpitz", 27.8},
-                                                     {"acpitz", 29.8},
-                                                     {"nvme Composite", -1.5}}));
-    EXPECT_TRUE(hwmonTemperatures(root / "absent").empty());
+    const HIDSensorSource::Backend read = hwmonTemperatureBackend(root.path());
+    EXPECT_EQ(read(), (Pairs{{"coretemp Package id 0", 52.0},
+                             {"coretemp Core 0", 48.5},
+                             {"acpitz", 27.8},
+                             {"acpitz", 29.8},
+                             {"nvme Composite", -1.5}}));
+    EXPECT_TRUE(hwmonTemperatureBackend(root / "absent")().empty());
+
+    // Values are read afresh through the open files; a new device waits for the next listing.
+    testing::writeFiles(root.path(),
+                        {"hwmon0/temp1_input=53000", "hwmon4/name=drivetemp", "hwmon4/temp1_input=40000"});
+    for (int sweep = 1; sweep < hwmonRescanInterval; ++sweep) {
+        const Pairs readings = read();
+        ASSERT_EQ(readings.size(), 5U);
+        EXPECT_EQ(readings.front(), (std::pair<std::string, double>{"coretemp Package id 0", 53.0}));
+    }
+    const Pairs listedAgain = read();
+    EXPECT_EQ(listedAgain.size(), 6U);
+    EXPECT_NE(std::ranges::find(listedAgain, std::pair<std::string, double>{"drivetemp", 40.0}),
+              listedAgain.end());
 }
 #endif
 

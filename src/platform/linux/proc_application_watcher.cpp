@@ -75,6 +75,13 @@ void ProcApplicationWatcher::name(Process& process, Changes& changes) {
 
 ProcApplicationWatcher::Changes ProcApplicationWatcher::update(bool nameEveryProcess) {
     Changes changes;
+    // Listing the pid directories is most of a poll's cost; the task counter tells for a few
+    // bytes whether the listing could differ.
+    const std::optional<TaskCounter> tasks = readTaskCounter(procRoot_);
+    if (unnamed_ == 0 && tasks && tasks == lastTasks_ && !nameEveryProcess) {
+        return changes;
+    }
+    lastTasks_ = tasks;
     const std::vector<int> pids = listProcessIDs(procRoot_);
     if (unnamed_ == 0 && std::ranges::equal(pids, processes_, {}, {}, &Process::pid)) {
         return changes;

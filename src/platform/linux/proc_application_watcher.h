@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/application_watcher.h"
+#include "platform/linux/proc_files.h"
 #include "platform/timer_source.h"
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,6 +53,7 @@ private:
     std::string procRoot_;
     std::vector<Process> processes_; // by ascending pid, as last listed
     std::size_t unnamed_ = 0;
+    std::optional<TaskCounter> lastTasks_;    // as read before the last listing
     std::map<std::string, int> applications_; // id -> how many of its processes run
     Notices notices_;
     bool started_ = false;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <climits>
 #include <dirent.h>
 #include <fcntl.h>
@@ -31,6 +32,26 @@ bool parsePID(const char* name, int& pid) {
 }
 
 } // namespace
+
+std::optional<TaskCounter> readTaskCounter(const std::string& procRoot) {
+    // "0.20 0.18 0.12 1/80 11206": three loads, running/total tasks, the last pid.
+    const std::string text = readProcFile(procRoot + "/loadavg", 256);
+    const std::size_t slash = text.find('/');
+    if (slash == std::string::npos) {
+        return std::nullopt;
+    }
+    TaskCounter counter;
+    const char* end = text.data() + text.size();
+    const auto tasks = std::from_chars(text.data() + slash + 1, end, counter.tasks);
+    if (tasks.ec != std::errc{} || tasks.ptr == end || *tasks.ptr != ' ') {
+        return std::nullopt;
+    }
+    const auto last = std::from_chars(tasks.ptr + 1, end, counter.lastPid);
+    if (last.ec != std::errc{}) {
+        return std::nullopt;
+    }
+    return counter;
+}
 
 std::vector<int> listProcessIDs(const std::string& procRoot) {
     std::vector<int> pids;

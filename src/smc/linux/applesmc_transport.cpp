@@ -59,7 +59,7 @@ AppleSMCTransport::AppleSMCTransport(const std::filesystem::path& root) {
 void AppleSMCTransport::add(const std::string& key, SMCDataType type, std::filesystem::path file,
                             double divisor) {
     byCode_.emplace(FourCC::code(key), entries_.size());
-    entries_.push_back(Entry{FourCC::code(key), type, std::move(file), divisor});
+    entries_.push_back(Entry{FourCC::code(key), type, Hwmon::Attribute(std::move(file)), divisor});
 }
 
 std::vector<std::string> AppleSMCTransport::keys() const {
@@ -97,7 +97,7 @@ SMCParamStruct AppleSMCTransport::call(const SMCParamStruct& input) {
         output.result = SMCResult::keyNotFound;
         return output;
     }
-    const Entry& entry = entries_[found->second];
+    Entry& entry = entries_[found->second];
     if (command == SMCCommand::keyInformation) {
         output.key = entry.code;
         output.keyInfo.dataSize = static_cast<std::uint32_t>(entry.type.byteCount().value_or(0));
@@ -107,14 +107,14 @@ SMCParamStruct AppleSMCTransport::call(const SMCParamStruct& input) {
     return read(entry);
 }
 
-SMCParamStruct AppleSMCTransport::read(const Entry& entry) const {
+SMCParamStruct AppleSMCTransport::read(Entry& entry) {
     SMCParamStruct output;
     output.key = entry.code;
     output.keyInfo.dataSize = static_cast<std::uint32_t>(entry.type.byteCount().value_or(0));
     output.keyInfo.dataType = entry.type.code();
     double value = entry.constant;
-    if (!entry.file.empty()) {
-        const auto raw = Hwmon::readInteger(entry.file);
+    if (!entry.file.path().empty()) {
+        const auto raw = entry.file.readInteger();
         if (!raw) {
             output.result = SMCResult::notReadable;
             return output;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/smc_data_type.h"
+#include "smc/linux/hwmon_directory.h"
 #include "smc/smc_transport.h"
 
 #include <cstdint>
@@ -16,9 +17,9 @@ namespace halvoren {
 // list built once at construction:
 //   "#KEY" ui32, "FNum" ui8, per fan F<i>Ac F<i>Mn F<i>Mx F<i>Tg (fpe2) and F<i>Md (ui8),
 //   then every temperature under the controller key the driver gives as its label (sp78).
-// Reads go to the attribute files every time. An unknown key or index answers result 132,
-// an attribute that cannot be read or converted 133, every write 134, and a command
-// the controller does not know 130.
+// Reads go to the attribute files every time, through descriptors kept open. An unknown key or index answers
+// result 132, an attribute that cannot be read or converted 133, every write 134, and a command the
+// controller does not know 130.
 class AppleSMCTransport final : public SMCTransport {
 public:
     static constexpr const char* defaultRoot = "/sys/class/hwmon";
@@ -36,13 +37,13 @@ private:
     struct Entry {
         std::uint32_t code;
         SMCDataType type;
-        std::filesystem::path file; // empty for the two counts
-        double divisor = 1.0;       // attribute units per value unit
-        double constant = 0.0;      // the value of a count
+        Hwmon::Attribute file; // no path for the two counts
+        double divisor = 1.0;  // attribute units per value unit
+        double constant = 0.0; // the value of a count
     };
 
     void add(const std::string& key, SMCDataType type, std::filesystem::path file, double divisor = 1.0);
-    SMCParamStruct read(const Entry& entry) const;
+    SMCParamStruct read(Entry& entry);
 
     std::vector<Entry> entries_;
     std::unordered_map<std::uint32_t, std::size_t> byCode_;

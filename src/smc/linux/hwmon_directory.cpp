@@ -1,10 +1,13 @@
 #include "smc/linux/hwmon_directory.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <charconv>
-#include <fstream>
-#include <iterator>
+#include <fcntl.h>
 #include <system_error>
+#include <unistd.h>
+#include <utility>
 
 namespace halvoren::Hwmon {
 namespace {
@@ -89,36 +92,121 @@ std::vector<Device> devices(const fs::path& root) {
     return result;
 }
 
-std::optional<std::string> readText(const fs::path& file) {
-    std::ifstream in(file);
-    if (!in) {
-        return std::nullopt;
+namespace {
+
+bool blank(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && blank(text.back())) {
+        text.remove_suffix(1);
     }
-    std::string text{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (in.bad()) {
-        return std::nullopt;
+    while (!text.empty() && blank(text.front())) {
+        text.remove_prefix(1);
     }
-    const auto blank = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; };
-    while (!text.empty() && blank(static_cast<unsigned char>(text.back()))) {
-        text.pop_back();
-    }
-    const auto first = std::find_if_not(text.begin(), text.end(), blank);
-    text.erase(text.begin(), first);
     return text;
+}
+
+} // namespace
+
+std::optional<long long> parseInteger(std::string_view text) {
+    text = trimmed(text);
+    long long value = 0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (text.empty() || error != std::errc{} || stop != end) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+Attribute::Attribute(fs::path file)
+    : file_(std::move(file)) {}
+
+Attribute::~Attribute() {
+    close();
+}
+
+Attribute::Attribute(Attribute&& other) noexcept
+    : file_(std::move(other.file_))
+    , fd_(std::exchange(other.fd_, -1)) {}
+
+Attribute& Attribute::operator=(Attribute&& other) noexcept {
+    if (this != &other) {
+        close();
+        file_ = std::move(other.file_);
+        fd_ = std::exchange(other.fd_, -1);
+    }
+    return *this;
+}
+
+void Attribute::close() {
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+}
+
+long Attribute::readInto(char* buffer, unsigned long capacity) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (fd_ < 0) {
+            fd_ = ::open(file_.c_str(), O_RDONLY | O_CLOEXEC);
+            if (fd_ < 0) {
+                return -1;
+            }
+        }
+        ssize_t got = 0;
+        do {
+            got = ::pread(fd_, buffer, capacity, 0);
+        } while (got < 0 && errno == EINTR);
+        if (got >= 0) {
+            return static_cast<long>(got);
+        }
+        close();
+    }
+    return -1;
+}
+
+std::optional<long long> Attribute::readInteger() {
+    // Every attribute holding a number fits: 20 digits, a sign and a line end.
+    std::array<char, 64> buffer{};
+    const long got = readInto(buffer.data(), buffer.size());
+    if (got < 0) {
+        return std::nullopt;
+    }
+    return parseInteger(std::string_view(buffer.data(), static_cast<std::size_t>(got)));
+}
+
+std::optional<std::string> readText(const fs::path& file) {
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        return std::nullopt;
+    }
+    std::string text;
+    std::array<char, 4096> chunk{};
+    bool failed = false;
+    for (;;) {
+        const ssize_t got = ::read(fd, chunk.data(), chunk.size());
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            failed = got < 0;
+            break;
+        }
+        text.append(chunk.data(), static_cast<std::size_t>(got));
+    }
+    ::close(fd);
+    if (failed) {
+        return std::nullopt;
+    }
+    return std::string(trimmed(text));
 }
 
 std::optional<long long> readInteger(const fs::path& file) {
     const auto text = readText(file);
-    if (!text || text->empty()) {
-        return std::nullopt;
-    }
-    long long value = 0;
-    const char* end = text->data() + text->size();
-    const auto [stop, error] = std::from_chars(text->data(), end, value);
-    if (error != std::errc{} || stop != end) {
-        return std::nullopt;
-    }
-    return value;
+    return text ? parseInteger(*text) : std::nullopt;
 }
 
 } // namespace halvoren::Hwmon

@@ -30,6 +30,36 @@ struct Device {
 // (hwmon2 before hwmon10). A missing root gives none.
 std::vector<Device> devices(const std::filesystem::path& root);
 
+// An attribute file kept open between readings: each reading is one read from the start of the
+// file, which sysfs answers with a fresh value, instead of an open, a read and a close (the path
+// lookup was most of a reading's cost). A failed read opens the file again once, so a device that
+// went and came back is found again. Not shared between threads.
+class Attribute {
+public:
+    Attribute() = default;
+    explicit Attribute(std::filesystem::path file);
+    ~Attribute();
+    Attribute(Attribute&& other) noexcept;
+    Attribute& operator=(Attribute&& other) noexcept;
+    Attribute(const Attribute&) = delete;
+    Attribute& operator=(const Attribute&) = delete;
+
+    const std::filesystem::path& path() const { return file_; }
+    // The value as a decimal integer, or none when it cannot be read or is no integer.
+    std::optional<long long> readInteger();
+
+private:
+    // Up to `capacity` bytes from the start; -1 on failure.
+    long readInto(char* buffer, unsigned long capacity);
+    void close();
+
+    std::filesystem::path file_;
+    int fd_ = -1;
+};
+
+// A decimal integer with surrounding white space, as sysfs writes them; none for anything else.
+std::optional<long long> parseInteger(std::string_view text);
+
 // The file's text without surrounding white space, or none when it cannot be read.
 std::optional<std::string> readText(const std::filesystem::path& file);
 // The file as a decimal integer (sysfs values are integers), or none.

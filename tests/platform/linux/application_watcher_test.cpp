@@ -49,6 +49,7 @@ public:
         }
     }
     void remove(int pid) const { fs::remove_all(processDir(pid)); }
+    void setLoadavg(const std::string& text) const { std::ofstream(fs::path(root()) / "loadavg") << text; }
 
 private:
     QTemporaryDir dir_;
@@ -178,6 +179,26 @@ TEST_F(ProcApplicationWatcherNotices, APollThatFindsTheSamePidsReadsNothingPerPr
     timers.advance(10.0);
     EXPECT_EQ(take(), std::vector<std::string>{});
     EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"blender"});
+}
+
+TEST_F(ProcApplicationWatcherNotices, AnUnchangedTaskCounterSparesTheListing) {
+    startRecording();
+    tree.setLoadavg("0.10 0.20 0.30 1/80 500\n");
+    timers.advance(2.0);
+    // No new pid was given out and no task ended, by the counter: the listing is not read.
+    tree.add({501, "/usr/bin/blender", ""});
+    timers.advance(4.0);
+    EXPECT_EQ(take(), std::vector<std::string>{});
+    // Counters that say nothing (unreadable, or not the kernel's shape) never spare it.
+    for (const char* loadavg : {"0.10 0.20 0.30 2/81 501\n", "garbage", "0.1 0.2 0.3 1/80 500"}) {
+        tree.setLoadavg(loadavg);
+        timers.advance(4.0);
+    }
+    EXPECT_EQ(take(), std::vector<std::string>{"+blender"});
+    tree.remove(501);
+    tree.setLoadavg("0.10 0.20 0.30 1/80 501\n");
+    timers.advance(2.0);
+    EXPECT_EQ(take(), std::vector<std::string>{"-blender"});
 }
 
 TEST_F(ProcApplicationWatcherNotices, NoNoticeReachesAStoppedOrReplacedReceiver) {
