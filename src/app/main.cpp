@@ -34,6 +34,8 @@ int main(int argc, char* argv[]) {
             headless = true;
         }
         if (headless) {
+            // Nothing headless needs GLib's main loop, and Qt's own dispatcher costs less a wake-up.
+            qputenv("QT_NO_GLIB", "1");
             QCoreApplication app(argc, argv);
             nameTheApplication();
             halvoren::HeadlessRun run(command.options);

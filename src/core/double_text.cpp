@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <system_error>
 
 namespace halvoren {
 
@@ -60,6 +61,13 @@ std::string doubleDebugText(double value) {
 }
 
 std::string fixedText(double value, int decimals) {
+    // Formatted as printf's "%.*f" does; the loop formats a few of these every pass.
+    std::array<char, 64> buffer{};
+    if (const auto [end, error] = std::to_chars(buffer.data(), buffer.data() + buffer.size(), value,
+                                                std::chars_format::fixed, decimals);
+        error == std::errc{}) {
+        return std::string(buffer.data(), end);
+    }
     // "%.0f" writes every integer digit, so a huge value needs more than any fixed buffer.
     const int n = std::snprintf(nullptr, 0, "%.*f", decimals, value);
     if (n <= 0) {

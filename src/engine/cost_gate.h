@@ -15,8 +15,8 @@ namespace halvoren {
 // fast again it comes back. Safe to time on one thread and ask on another.
 class CostGate {
 public:
-    // Work under half a millisecond may run on the event loop's thread.
-    static constexpr std::chrono::nanoseconds defaultLimit = std::chrono::microseconds(500);
+    // Work under a millisecond may run on the event loop's thread: a frame is sixteen.
+    static constexpr std::chrono::nanoseconds defaultLimit = std::chrono::milliseconds(1);
 
     explicit CostGate(std::chrono::nanoseconds limit = defaultLimit)
         : limit_(limit.count()) {}

@@ -6,11 +6,18 @@
 namespace halvoren {
 
 std::chrono::local_seconds HalvorenEngine::localTime(Clock::WallTime now) const {
-    const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
-    const QDateTime utc = QDateTime::fromMSecsSinceEpoch(millis, QTimeZone::utc());
-    const int offset = (timeZone_ ? utc.toTimeZone(*timeZone_) : utc.toLocalTime()).offsetFromUtc();
-    return std::chrono::local_seconds{std::chrono::floor<std::chrono::seconds>(now.time_since_epoch()) +
-                                      std::chrono::seconds{offset}};
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(now.time_since_epoch());
+    // Offsets change only on whole minutes, so one asked of the zone holds for its minute; the
+    // zone's arithmetic was a visible part of every second's work.
+    const std::int64_t minute = std::chrono::floor<std::chrono::minutes>(seconds).count();
+    if (!localOffset_ || localOffset_->minute != minute) {
+        const auto millis =
+            std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count();
+        const QDateTime utc = QDateTime::fromMSecsSinceEpoch(millis, QTimeZone::utc());
+        localOffset_ =
+            LocalOffset{minute, (timeZone_ ? utc.toTimeZone(*timeZone_) : utc.toLocalTime()).offsetFromUtc()};
+    }
+    return std::chrono::local_seconds{seconds + std::chrono::seconds{localOffset_->seconds}};
 }
 
 int HalvorenEngine::minuteOfDay(Clock::WallTime now) const {

@@ -511,6 +511,12 @@ private:
     std::shared_ptr<MicActivityMonitor> microphone_;
     std::shared_ptr<ApplicationWatcher> applications_;
     std::optional<QTimeZone> timeZone_;
+    // The zone's offset from UTC in the minute it was asked for.
+    struct LocalOffset {
+        std::int64_t minute = 0;
+        int seconds = 0;
+    };
+    mutable std::optional<LocalOffset> localOffset_;
 
     // Turbo and what it replaced.
     std::optional<FanProfile> profileBeforeTurbo_;

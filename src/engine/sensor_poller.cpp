@@ -86,9 +86,9 @@ SensorPoller::Snapshot SensorPoller::pollNow() {
     if (!lastSensorRefreshAt_ || now - *lastSensorRefreshAt_ >= sweepInterval) {
         sweep(now);
         result.sensorsRefreshed = true;
+        result.temperatures = cachedTemperatureOnly_;
+        result.allSensors = cachedAllSensors_;
     }
-    result.temperatures = cachedTemperatureOnly_;
-    result.allSensors = cachedAllSensors_;
     result.fans = fanReader_->allFans();
     result.smcAvailable = true;
     return result;

@@ -27,6 +27,8 @@ class SMCFanReader;
 class SensorPoller {
 public:
     struct Snapshot {
+        // Filled by a poll that swept, empty between sweeps: nothing reads them then, and copying
+        // them was a tenth of a fan-only poll.
         std::vector<SMCSensor> temperatures; // controller sensors of class temperature; never HID ones
         std::vector<SMCSensor> allSensors;   // every kept controller sensor, then the HID sensors
         std::vector<FanStatus> fans;         // read anew on every poll

@@ -153,6 +153,8 @@ int run(const HelperOptions& options) {
 
 int main(int argc, char** argv) {
     using namespace halvoren;
+    // A daemon has no use for GLib's main loop; Qt's own dispatcher costs less a wake-up.
+    qputenv("QT_NO_GLIB", "1");
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName("halvoren-helper");
     QCoreApplication::setApplicationVersion(

@@ -240,7 +240,12 @@ bool LidMonitor::closed() {
         }
         nextLogindAttempt_ = now + retrySeconds_;
     }
-    return acpiLidClosed(procRoot_).value_or(false);
+    if (nextAcpiAttempt_ && now < *nextAcpiAttempt_) {
+        return false;
+    }
+    const std::optional<bool> acpi = acpiLidClosed(procRoot_);
+    nextAcpiAttempt_ = acpi ? std::nullopt : std::optional<double>(now + retrySeconds_);
+    return acpi.value_or(false);
 }
 
 } // namespace halvoren::LinuxPower

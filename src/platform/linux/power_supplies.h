@@ -55,7 +55,7 @@ std::optional<bool> acpiLidClosed(const std::filesystem::path& procRoot);
 
 // The lid from logind when it answers, else from the ACPI button, else open. After logind fails
 // it is asked again only once `retrySeconds` have passed, as a missing bus or service is slow to
-// find missing and rarely appears later.
+// find missing and rarely appears later; so is a machine without an ACPI lid looked at again.
 class LidMonitor {
 public:
     using Query = std::function<std::optional<bool>()>; // none: no answer
@@ -70,6 +70,7 @@ private:
     const Clock& clock_;
     double retrySeconds_;
     std::optional<double> nextLogindAttempt_;
+    std::optional<double> nextAcpiAttempt_;
 };
 
 } // namespace halvoren::LinuxPower

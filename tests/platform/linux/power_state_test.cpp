@@ -171,9 +171,15 @@ TEST_F(PowerSupplyTree, LogindDecidesWhileItAnswersAndIsAskedAgainOnlyAfterAMinu
     EXPECT_FALSE(lid.closed());
     EXPECT_EQ(asked, 4);
 
-    // With neither source the lid reads open.
-    LidMonitor nothing(nullptr, root() / "absent", clock);
+    // With neither source the lid reads open, and the missing button is looked for again only a
+    // minute later.
+    LidMonitor nothing(nullptr, root() / "later", clock);
     EXPECT_FALSE(nothing.closed());
+    write(root() / "later/acpi/button/lid/LID0/state", "state:      closed\n");
+    clock.advance(59.0);
+    EXPECT_FALSE(nothing.closed());
+    clock.advance(1.0);
+    EXPECT_TRUE(nothing.closed());
 }
 
 } // namespace
