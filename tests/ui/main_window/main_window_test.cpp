@@ -4,9 +4,11 @@
 #include "ui/main_window/main_window.h"
 #include "ui/main_window/sidebar.h"
 #include "ui/main_window/window_banner.h"
+#include "ui/modes/modes_view.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/power/power_view.h"
 #include "ui/sensors/sensors_view.h"
+#include "ui/settings/settings_view.h"
 #include "ui/theme/appearance.h"
 #include "ui/ui_engine_fixture.h"
 #include "ui/weather/fan_flow_meter.h"
@@ -130,24 +132,32 @@ TEST_F(MainWindowTest, BannersFooterAndTurboFollowTheEngine) {
     EXPECT_TRUE(window.overheatBanner().isHidden());
 }
 
-TEST_F(MainWindowTest, EveryControlHasANameAndTabReachesSidebarAndContent) {
+TEST_F(MainWindowTest, EveryControlHasANameAndTabReachesEverySectionsContent) {
     sweep(50.0, {fan(0, 2000.0), fan(1, 2100.0)});
+    engine->addCustomMode(CustomMode::templates().front());
     MainWindow window(*engine, settings, *loginItem, *notifications);
     window.present();
-    for (QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
-        if (button->isVisibleTo(&window)) {
-            EXPECT_FALSE(button->accessibleName().isEmpty()) << typeid(*button).name();
+    const std::array<QWidget*, sections.size()> pages{&window.dashboard(), &window.sensors(), &window.power(),
+                                                      &window.modes(), &window.settingsView()};
+    for (const SectionInfo& info : sections) {
+        window.selectSection(info.section);
+        for (QAbstractButton* button : window.findChildren<QAbstractButton*>()) {
+            if (button->isVisibleTo(&window)) {
+                EXPECT_FALSE(button->accessibleName().isEmpty()) << info.raw << " " << typeid(*button).name();
+            }
         }
+        // From the section's own sidebar item, Tab (which passes over hidden widgets) goes on into
+        // the section.
+        QWidget* at = &window.sidebar().item(info.section);
+        at->setFocus(Qt::TabFocusReason);
+        bool reachedContent = false;
+        for (int i = 0; i < 1000 && !reachedContent; ++i) {
+            at = at->nextInFocusChain();
+            reachedContent = pages[static_cast<std::size_t>(info.section)]->isAncestorOf(at) &&
+                             at->isVisibleTo(&window) && (at->focusPolicy() & Qt::TabFocus) != 0;
+        }
+        EXPECT_TRUE(reachedContent) << info.raw;
     }
-    QWidget* start = &window.sidebar().item(Section::dashboard);
-    start->setFocus(Qt::TabFocusReason);
-    bool reachedContent = false;
-    QWidget* at = start;
-    for (int i = 0; i < 40 && !reachedContent; ++i) {
-        at = at->nextInFocusChain();
-        reachedContent = window.dashboard().isAncestorOf(at) && at->focusPolicy() & Qt::TabFocus;
-    }
-    EXPECT_TRUE(reachedContent);
 }
 
 } // namespace
