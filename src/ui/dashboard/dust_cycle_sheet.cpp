@@ -2,6 +2,7 @@
 
 #include "engine/halvoren_engine.h"
 #include "ui/components/hold_button.h"
+#include "ui/components/sheet_dialog.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/theme/appearance.h"
 #include "ui/theme/colors.h"
@@ -20,22 +21,16 @@ namespace {
 constexpr int textWidth = 364;
 
 QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
-    auto* label = new QLabel(words, parent);
-    label->setWordWrap(true);
+    QLabel* label = textLabel(words, role, primary, parent);
     // A set width lets the sheet grow to the wrapped lines' height.
     label->setFixedWidth(textWidth);
-    label->setFont(theme::font(role));
-    QPalette ink = label->palette();
-    const theme::Appearance look = theme::currentAppearance();
-    ink.setColor(QPalette::WindowText, primary ? theme::primaryColor(look) : theme::secondaryColor(look));
-    label->setPalette(ink);
     return label;
 }
 
 } // namespace
 
 DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
-    : QDialog(parent, Qt::Sheet | Qt::FramelessWindowHint)
+    : SheetDialog(parent)
     , start_(new HoldButton(QStringLiteral("Hold to Start"), holdSeconds, this))
     , cancel_(new FooterButton(QStringLiteral("Cancel"), std::string(), this)) {
     setWindowTitle(QStringLiteral("Dust Cycle"));
@@ -70,15 +65,6 @@ DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
         engine.startDustCycle();
         accept();
     });
-}
-
-void DustCycleSheet::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const theme::Appearance look = theme::currentAppearance();
-    painter.setPen(QPen(theme::borderColor(look, theme::prefersIncreasedContrast()), 1.0));
-    painter.setBrush(theme::cardBackground(look));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 16.0, 16.0);
 }
 
 } // namespace halvoren

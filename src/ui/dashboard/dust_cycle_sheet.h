@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QDialog>
+#include "ui/components/sheet_dialog.h"
 
 namespace halvoren {
 
@@ -10,7 +10,7 @@ class HoldButton;
 
 // Asks for a deliberate press-and-hold before the fans are pulsed; a completed hold starts the
 // dust cycle and closes the sheet.
-class DustCycleSheet : public QDialog {
+class DustCycleSheet : public SheetDialog {
 public:
     static constexpr double holdSeconds = 1.2;
 
@@ -18,9 +18,6 @@ public:
 
     HoldButton& startButton() const { return *start_; }
     FooterButton& cancelButton() const { return *cancel_; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
 
 private:
     HoldButton* start_;

@@ -1,6 +1,7 @@
 #include "ui/modes/mode_delete_dialog.h"
 
 #include "ui/components/glass_controls.h"
+#include "ui/components/sheet_dialog.h"
 #include "ui/modes/mode_controls.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/theme/appearance.h"
@@ -19,21 +20,15 @@ namespace {
 constexpr int textWidth = 320;
 
 QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
-    auto* label = new QLabel(words, parent);
-    label->setWordWrap(true);
+    QLabel* label = textLabel(words, role, primary, parent);
     label->setFixedWidth(textWidth);
-    label->setFont(theme::font(role));
-    QPalette ink = label->palette();
-    const theme::Appearance look = theme::currentAppearance();
-    ink.setColor(QPalette::WindowText, primary ? theme::primaryColor(look) : theme::secondaryColor(look));
-    label->setPalette(ink);
     return label;
 }
 
 } // namespace
 
 ModeDeleteDialog::ModeDeleteDialog(const QString& message, const QColor& accent, QWidget* parent)
-    : QDialog(parent, Qt::Sheet | Qt::FramelessWindowHint)
+    : SheetDialog(parent)
     , message_(text(message, theme::FontRole::body, false, this))
     , delete_(new ActionButton(QStringLiteral("Delete"), ActionButton::Style::destructive, this))
     , cancel_(new FooterButton(QStringLiteral("Cancel"), std::string(), this)) {
@@ -59,15 +54,6 @@ ModeDeleteDialog::ModeDeleteDialog(const QString& message, const QColor& accent,
     cancel_->setFocus();
     QObject::connect(cancel_, &QAbstractButton::clicked, this, &QDialog::reject);
     QObject::connect(delete_, &QAbstractButton::clicked, this, &QDialog::accept);
-}
-
-void ModeDeleteDialog::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const theme::Appearance look = theme::currentAppearance();
-    painter.setPen(QPen(theme::borderColor(look, theme::prefersIncreasedContrast()), 1.0));
-    painter.setBrush(theme::cardBackground(look));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 16.0, 16.0);
 }
 
 } // namespace halvoren

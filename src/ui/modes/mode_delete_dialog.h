@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QDialog>
+#include "ui/components/sheet_dialog.h"
 
 class QLabel;
 
@@ -10,16 +10,13 @@ class FooterButton;
 class ActionButton;
 
 // Asks before a custom mode goes for good: "Delete" accepts, "Cancel" and Escape reject.
-class ModeDeleteDialog : public QDialog {
+class ModeDeleteDialog : public SheetDialog {
 public:
     ModeDeleteDialog(const QString& message, const QColor& accent, QWidget* parent = nullptr);
 
     QLabel& message() const { return *message_; }
     ActionButton& deleteButton() const { return *delete_; }
     FooterButton& cancelButton() const { return *cancel_; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
 
 private:
     QLabel* message_;

@@ -2,6 +2,7 @@
 
 #include "engine/halvoren_engine.h"
 #include "ui/components/glass_controls.h"
+#include "ui/components/sheet_dialog.h"
 #include "ui/modes/mode_controls.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/panel/speed_slider.h"
@@ -26,14 +27,7 @@ namespace {
 constexpr int sheetWidth = 420;
 
 QLabel* label(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
-    auto* made = new QLabel(words, parent);
-    made->setWordWrap(true);
-    made->setFont(theme::font(role));
-    QPalette ink = made->palette();
-    const theme::Appearance look = theme::currentAppearance();
-    ink.setColor(QPalette::WindowText, primary ? theme::primaryColor(look) : theme::secondaryColor(look));
-    made->setPalette(ink);
-    return made;
+    return textLabel(words, role, primary, parent);
 }
 
 // A section's small capitals caption, as the cards title theirs.
@@ -82,7 +76,7 @@ PickerBox* picker(const std::vector<modes::ModePickerBoxOption>& options, const 
 
 ModeEditorSheet::ModeEditorSheet(HalvorenEngine& engine, const std::optional<CustomMode>& editing,
                                  OnSave onSave, QWidget* parent)
-    : QDialog(parent, Qt::Sheet | Qt::FramelessWindowHint)
+    : SheetDialog(parent)
     , onSave_(std::move(onSave))
     , isEditing_(editing.has_value())
     , fields_(modes::editorSeed(editing))
@@ -270,15 +264,6 @@ void ModeEditorSheet::save() {
         onSave_(mode);
     }
     accept();
-}
-
-void ModeEditorSheet::paintEvent(QPaintEvent* /*event*/) {
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const theme::Appearance look = theme::currentAppearance();
-    painter.setPen(QPen(theme::borderColor(look, theme::prefersIncreasedContrast()), 1.0));
-    painter.setBrush(theme::cardBackground(look));
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 16.0, 16.0);
 }
 
 } // namespace halvoren

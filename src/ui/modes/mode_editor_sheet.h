@@ -1,9 +1,9 @@
 #pragma once
 
 #include "core/custom_mode.h"
+#include "ui/components/sheet_dialog.h"
 #include "ui/modes/mode_values.h"
 
-#include <QDialog>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -25,7 +25,7 @@ class ToggleSwitch;
 // Makes a new custom mode or changes one: name, symbol, speed style and level, the sensor the
 // fans follow and the one shown. Its fields start from the edited mode (or a new mode's
 // defaults) each time it opens; "Save" hands the finished mode to `onSave` and closes.
-class ModeEditorSheet : public QDialog {
+class ModeEditorSheet : public SheetDialog {
 public:
     using OnSave = std::function<void(const CustomMode&)>;
 
@@ -48,9 +48,6 @@ public:
     ToggleSwitch& readoutToggle() const { return *readout_; }
     FooterButton& cancelButton() const { return *cancel_; }
     ActionButton& saveButton() const { return *save_; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
 
 private:
     void setFixedSpeed(bool fixed);

@@ -1,5 +1,6 @@
 #include "ui/settings/settings_controls.h"
 
+#include "ui/components/sheet_dialog.h"
 #include "ui/theme/appearance.h"
 #include "ui/theme/colors.h"
 #include "ui/theme/fonts.h"
@@ -37,11 +38,7 @@ QLabel* rowLabel(const QString& text) {
 }
 
 QLabel* noteLabel(const QString& text) {
-    auto* label = new QLabel(text);
-    label->setFont(theme::font(theme::FontRole::caption));
-    label->setWordWrap(true);
-    setInk(*label, theme::secondaryColor(theme::currentAppearance()));
-    return label;
+    return textLabel(text, theme::FontRole::caption, false);
 }
 
 QHBoxLayout* labelledRow(const QString& label, QWidget* control) {
