@@ -88,17 +88,24 @@ private:
     std::uint64_t nextSequence_ = 0;
 };
 
-// Real timers on the Qt event loop of the calling thread.
+// Real timers on the Qt event loop of the calling thread. Timers started from the thread that
+// first used the source share one receiving object, so a timer costs no object of its own (the
+// loop schedules two a pass); another thread's get a QTimer each.
 class QtTimerSource final : public TimerSource {
 public:
-    explicit QtTimerSource(const Clock& clock = SystemClock::shared())
-        : clock_(clock) {}
+    explicit QtTimerSource(const Clock& clock = SystemClock::shared());
+    ~QtTimerSource() override;
+    QtTimerSource(const QtTimerSource&) = delete;
+    QtTimerSource& operator=(const QtTimerSource&) = delete;
 
     TimerHandle schedule(double delaySeconds, std::function<void()> fire) override;
     const Clock& clock() const override { return clock_; }
 
 private:
+    class Host;
+
     const Clock& clock_;
+    std::unique_ptr<Host> host_;
 };
 
 } // namespace halvoren

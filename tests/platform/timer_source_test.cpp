@@ -85,6 +85,20 @@ TEST(QtTimerSource, FiresOnTheEventLoopAndCanBeCancelled) {
     QCoreApplication::exec();
     EXPECT_TRUE(fired);
     EXPECT_FALSE(cancelledFired);
+
+    // A fired timer's handle cancels nothing, not even a timer started in its callback, which
+    // may have been given the same id; that one fires.
+    TimerHandle first;
+    bool secondFired = false;
+    first = timers.schedule(0.0, [&] {
+        timers.schedule(0.005, [&] {
+            secondFired = true;
+            QCoreApplication::quit();
+        });
+        first.cancel();
+    });
+    QCoreApplication::exec();
+    EXPECT_TRUE(secondFired);
 }
 
 } // namespace
