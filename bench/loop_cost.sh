@@ -218,8 +218,8 @@ cases=("halvoren-curve 10 halvoren --preset auto" "halvoren-firmware 1 halvoren"
 command -v mbpfan >/dev/null && cases+=("mbpfan-1s 1 mbpfan_in_namespace")
 command -v thinkfan >/dev/null && cases+=("thinkfan-5s 0.2 thinkfan_on_tree 5" "thinkfan-1s 1 thinkfan_on_tree 1")
 echo "window ${window} s after ${warmup} s, ${runs} run(s) of each case, load step at ${window}/3 s"
-for spec in "${cases[@]}"; do
-    read -r -a words <<<"$spec"
+for entry in "${cases[@]}"; do
+    read -r -a words <<<"$entry"
     for ((run = 1; run <= runs; run++)); do
         measure "${words[@]}"
     done
