@@ -20,9 +20,12 @@ void SheetDialog::paintEvent(QPaintEvent* /*event*/) {
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 16.0, 16.0);
 }
 
-QLabel* textLabel(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
+QLabel* textLabel(const QString& words, theme::FontRole role, bool primary, QWidget* parent, int fixedWidth) {
     auto* label = new QLabel(words, parent);
     label->setWordWrap(true);
+    if (fixedWidth > 0) {
+        label->setFixedWidth(fixedWidth);
+    }
     label->setFont(theme::font(role));
     QPalette ink = label->palette();
     const theme::Appearance look = theme::currentAppearance();

@@ -19,6 +19,8 @@ protected:
 };
 
 // A wrapped label in a font role, in the primary or the secondary ink of the current appearance.
-QLabel* textLabel(const QString& words, theme::FontRole role, bool primary, QWidget* parent = nullptr);
+// A fixed width (none when 0) lets a sheet grow to the wrapped lines' height.
+QLabel* textLabel(const QString& words, theme::FontRole role, bool primary, QWidget* parent = nullptr,
+                  int fixedWidth = 0);
 
 } // namespace halvoren

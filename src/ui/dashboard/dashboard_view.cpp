@@ -2,6 +2,7 @@
 
 #include "core/temperature_format.h"
 #include "engine/halvoren_engine.h"
+#include "ui/components/content_column.h"
 #include "ui/components/module_card.h"
 #include "ui/components/thin_scroller.h"
 #include "ui/dashboard/dashboard_values.h"
@@ -123,15 +124,9 @@ DashboardView::DashboardView(HalvorenEngine& engine, QSettings& settings,
     useThinScroller(*this);
     auto* content = new QWidget();
     content->setAttribute(Qt::WA_TranslucentBackground);
-    auto* outer = new QHBoxLayout(content);
     // The scroller takes the last 10 px, so the cards line up with the banners above.
-    outer->setContentsMargins(28, 8, 18, 28);
-    auto* holder = new QWidget(content);
-    holder->setMaximumWidth(maximumContentWidth);
-    outer->addWidget(holder);
-    auto* column = new QVBoxLayout(holder);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(18);
+    QVBoxLayout* column = contentColumn(*content, maximumContentWidth, QMargins(28, 8, 18, 28), 18);
+    QWidget* holder = column->parentWidget();
 
     // The weather hero is a glass card of its own.
     column->addWidget(new WeatherHeroView(engine_, settings, holder));

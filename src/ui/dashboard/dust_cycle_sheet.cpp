@@ -20,13 +20,6 @@ namespace {
 
 constexpr int textWidth = 364;
 
-QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
-    QLabel* label = textLabel(words, role, primary, parent);
-    // A set width lets the sheet grow to the wrapped lines' height.
-    label->setFixedWidth(textWidth);
-    return label;
-}
-
 } // namespace
 
 DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
@@ -40,23 +33,25 @@ DustCycleSheet::DustCycleSheet(HalvorenEngine& engine, QWidget* parent)
     column->setSizeConstraint(QLayout::SetFixedSize);
     column->setContentsMargins(28, 24, 28, 22);
     column->setSpacing(10);
-    column->addWidget(text(QStringLiteral("Dust Cycle"), theme::FontRole::dialogTitle, true, this));
     column->addWidget(
-        text(QStringLiteral("Pulses the fans through five spin-up / spin-down cycles (~25 seconds) "
-                            "to shake loose surface dust."),
-             theme::FontRole::body, true, this));
+        textLabel(QStringLiteral("Dust Cycle"), theme::FontRole::dialogTitle, true, this, textWidth));
     column->addWidget(
-        text(QStringLiteral("Ends automatically and returns to your current mode. Not a substitute "
-                            "for physically cleaning vents."),
-             theme::FontRole::body, false, this));
+        textLabel(QStringLiteral("Pulses the fans through five spin-up / spin-down cycles (~25 seconds) "
+                                 "to shake loose surface dust."),
+                  theme::FontRole::body, true, this, textWidth));
+    column->addWidget(
+        textLabel(QStringLiteral("Ends automatically and returns to your current mode. Not a substitute "
+                                 "for physically cleaning vents."),
+                  theme::FontRole::body, false, this, textWidth));
     column->addSpacing(8);
     auto* buttons = new QHBoxLayout();
     buttons->addWidget(cancel_);
     buttons->addStretch(1);
     buttons->addWidget(start_);
     column->addLayout(buttons);
-    column->addWidget(text(QStringLiteral("Press and hold: a deliberate act, like the hardware it commands."),
-                           theme::FontRole::captionSmall, false, this));
+    column->addWidget(
+        textLabel(QStringLiteral("Press and hold: a deliberate act, like the hardware it commands."),
+                  theme::FontRole::captionSmall, false, this, textWidth));
     start_->setAccent(theme::accentColor(engine.accentChoice().value()));
     start_->setAccessibleDescription(QStringLiteral("Start Dust Cycle"));
     start_->setMinimumWidth(170);

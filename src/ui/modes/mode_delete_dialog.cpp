@@ -19,17 +19,11 @@ namespace {
 
 constexpr int textWidth = 320;
 
-QLabel* text(const QString& words, theme::FontRole role, bool primary, QWidget* parent) {
-    QLabel* label = textLabel(words, role, primary, parent);
-    label->setFixedWidth(textWidth);
-    return label;
-}
-
 } // namespace
 
 ModeDeleteDialog::ModeDeleteDialog(const QString& message, const QColor& accent, QWidget* parent)
     : SheetDialog(parent)
-    , message_(text(message, theme::FontRole::body, false, this))
+    , message_(textLabel(message, theme::FontRole::body, false, this, textWidth))
     , delete_(new ActionButton(QStringLiteral("Delete"), ActionButton::Style::destructive, this))
     , cancel_(new FooterButton(QStringLiteral("Cancel"), std::string(), this)) {
     setWindowTitle(QStringLiteral("Delete this mode?"));
@@ -39,7 +33,7 @@ ModeDeleteDialog::ModeDeleteDialog(const QString& message, const QColor& accent,
     column->setSizeConstraint(QLayout::SetFixedSize);
     column->setContentsMargins(26, 22, 26, 20);
     column->setSpacing(8);
-    column->addWidget(text(windowTitle(), theme::FontRole::dialogTitle, true, this));
+    column->addWidget(textLabel(windowTitle(), theme::FontRole::dialogTitle, true, this, textWidth));
     column->addWidget(message_);
     column->addSpacing(10);
     auto* buttons = new QHBoxLayout();

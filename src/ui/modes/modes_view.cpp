@@ -1,6 +1,7 @@
 #include "ui/modes/modes_view.h"
 
 #include "engine/halvoren_engine.h"
+#include "ui/components/content_column.h"
 #include "ui/components/glass_controls.h"
 #include "ui/components/module_card.h"
 #include "ui/components/notice_view.h"
@@ -59,15 +60,7 @@ ModesView::ModesView(HalvorenEngine& engine, QWidget* parent)
     , listColumn_(new QVBoxLayout(list_)) {
     const QColor accent = theme::accentColor(engine_.accentChoice().value());
     const theme::Appearance look = theme::currentAppearance();
-    auto* outer = new QHBoxLayout(this);
-    outer->setContentsMargins(28, 8, 18, 0);
-    auto* holder = new QWidget(this);
-    holder->setMaximumWidth(maximumContentWidth);
-    outer->addWidget(holder, 1);
-    outer->addStretch();
-    auto* column = new QVBoxLayout(holder);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(12);
+    QVBoxLayout* column = contentColumn(*this, maximumContentWidth, QMargins(28, 8, 18, 0), 12);
 
     add_->setAccent(accent);
     add_->setAccessibleName(QStringLiteral("Add a custom mode"));

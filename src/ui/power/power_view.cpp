@@ -2,6 +2,7 @@
 
 #include "engine/halvoren_engine.h"
 #include "platform/atomic_file.h"
+#include "ui/components/content_column.h"
 #include "ui/components/mini_graph.h"
 #include "ui/components/module_card.h"
 #include "ui/components/notice_view.h"
@@ -91,15 +92,8 @@ PowerView::PowerView(HalvorenEngine& engine, QWidget* parent)
     , export_(new FooterButton(QString(), std::string()))
     , error_(new NoticeView(NoticeView::Style::line, "exclamationmark.triangle.fill"))
     , chooser_(chooseWithDialog) {
-    auto* outer = new QHBoxLayout(this);
-    outer->setContentsMargins(28, 8, 28, 28);
-    auto* holder = new QWidget(this);
-    holder->setMaximumWidth(maximumContentWidth);
-    outer->addWidget(holder, 1);
-    outer->addStretch();
-    auto* column = new QVBoxLayout(holder);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(18);
+    QVBoxLayout* column = contentColumn(*this, maximumContentWidth, QMargins(28, 8, 28, 28), 18);
+    QWidget* holder = column->parentWidget();
 
     auto* draws = new ModuleCard(holder);
     draws->setTitle(QStringLiteral("Power & Battery"));

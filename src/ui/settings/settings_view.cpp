@@ -3,6 +3,7 @@
 #include "core/preset_profiles.h"
 #include "engine/halvoren_engine.h"
 #include "platform/login_item.h"
+#include "ui/components/content_column.h"
 #include "ui/components/module_card.h"
 #include "ui/components/thin_scroller.h"
 #include "ui/panel/speed_slider.h"
@@ -100,16 +101,7 @@ SettingsView::SettingsView(HalvorenEngine& engine, LoginItem& loginItem, std::op
     useThinScroller(*scroller_);
     auto* content = new QWidget();
     content->setAttribute(Qt::WA_TranslucentBackground);
-    auto* centre = new QHBoxLayout(content);
-    centre->setContentsMargins(28, 8, 28, 28);
-    auto* holder = new QWidget(content);
-    holder->setMaximumWidth(maximumContentWidth);
-    centre->addStretch(0);
-    centre->addWidget(holder, 1);
-    centre->addStretch(0);
-    auto* column = new QVBoxLayout(holder);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(18);
+    QVBoxLayout* column = contentColumn(*content, maximumContentWidth, QMargins(28, 8, 28, 28), 18, true);
     buildGeneral(column);
     buildFanBehavior(column);
     buildPower(column);
