@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # What one pass of the control loop costs on a Mac running Linux, beside the lightest fan daemons.
 #
-#   bench/loop_cost.sh [WINDOW_SECONDS]      (default 30; RUNS=3 runs of each case, the median shown)
+#   bench/loop_cost.sh [WINDOW_SECONDS [CASE...]]   (default 30 s, every case; RUNS=3 runs of each
+#                                                   case, the median shown)
 #
 # Each case gets a fresh fake applesmc tree (bench/lib/fake_applesmc.sh) with its firmware loop,
 # whose own CPU is not counted. Halvoren runs as `halvoren-helper --sysfs-root TREE --socket S` and
@@ -24,6 +25,8 @@
 set -euo pipefail
 
 window=${1:-30}
+shift $(($# > 0 ? 1 : 0))
+only=("$@") # case labels to run; none: all
 runs=${RUNS:-3}
 warmup=${WARMUP:-8}
 here=$(cd "$(dirname "$0")/.." && pwd)
@@ -220,6 +223,9 @@ command -v thinkfan >/dev/null && cases+=("thinkfan-5s 0.2 thinkfan_on_tree 5" "
 echo "window ${window} s after ${warmup} s, ${runs} run(s) of each case, load step at ${window}/3 s"
 for entry in "${cases[@]}"; do
     read -r -a words <<<"$entry"
+    if ((${#only[@]})) && [[ " ${only[*]} " != *" ${words[0]} "* ]]; then
+        continue
+    fi
     for ((run = 1; run <= runs; run++)); do
         measure "${words[@]}"
     done

@@ -1,5 +1,7 @@
 // Cost of reading the machine: a full discovery and a sensor sweep on each simulated
-// profile, with the number of controller exchanges each makes.
+// profile, with the number of controller exchanges each makes. With HALVOREN_BENCH_SYSFS naming
+// an applesmc hwmon tree (bench/lib/fake_applesmc.sh makes one), the sweep and the fan poll also
+// run through the applesmc transport on it, beside the bare reads of the same attribute files.
 #include "platform/clock.h"
 #include "sim/load_scenario.h"
 #include "sim/machine_profile.h"
@@ -7,11 +9,19 @@
 #include "sim/simulated_smc_transport.h"
 #include "smc/sensor_discovery.h"
 #include "smc/smc_fan_reader.h"
+#if defined(__linux__)
+#include "smc/linux/applesmc_transport.h"
+#endif
 #include "smc/smc_kernel_bridge.h"
 
 #include <atomic>
 #include <benchmark/benchmark.h>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
 #include <memory>
+#include <unistd.h>
+#include <vector>
 
 namespace halvoren {
 namespace {
@@ -39,9 +49,18 @@ struct Machine {
     std::shared_ptr<SMCKernelBridge> bridge;
 
     explicit Machine(const std::string& profile) {
-        mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), clock, 1, idleLoad());
+        std::unique_ptr<SMCTransport> transport;
+#if defined(__linux__)
+        if (profile == "applesmc") {
+            transport = std::make_unique<AppleSMCTransport>(std::getenv("HALVOREN_BENCH_SYSFS"));
+        }
+#endif
+        if (!transport) {
+            mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), clock, 1, idleLoad());
+            transport = std::make_unique<SimulatedSMCTransport>(mac);
+        }
         bridge = std::make_shared<SMCKernelBridge>(
-            std::make_unique<CountingDecorator>(std::make_unique<SimulatedSMCTransport>(mac), exchanges));
+            std::make_unique<CountingDecorator>(std::move(transport), exchanges));
     }
 };
 
@@ -101,12 +120,41 @@ void fanPoll(benchmark::State& state, const std::string& profile) {
         static_cast<double>(machine.exchanges) / static_cast<double>(state.iterations());
 }
 
+// The floor under the applesmc cases: one read from the start of each of the tree's fan and
+// temperature attributes, on descriptors kept open, as the lightest daemons read them.
+void bareReads(benchmark::State& state) {
+    std::vector<int> files;
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(std::getenv("HALVOREN_BENCH_SYSFS"))) {
+        const std::string name = entry.path().filename().string();
+        if (name.ends_with("_input") && (name.starts_with("fan") || name.starts_with("temp"))) {
+            files.push_back(::open(entry.path().c_str(), O_RDONLY | O_CLOEXEC));
+        }
+    }
+    char buffer[32];
+    for (auto _ : state) {
+        for (const int fd : files) {
+            benchmark::DoNotOptimize(::pread(fd, buffer, sizeof buffer, 0));
+        }
+    }
+    state.counters["files"] = static_cast<double>(files.size());
+    for (const int fd : files) {
+        ::close(fd);
+    }
+}
+
 const char* const profiles[] = {"apple-silicon-laptop-2fan", "apple-silicon-desktop-1fan",
                                 "apple-silicon-laptop-fanless", "intel-laptop"};
 
 const bool registered = [] {
-    for (const char* profile : profiles) {
-        const std::string name(profile);
+    std::vector<std::string> names(std::begin(profiles), std::end(profiles));
+#if defined(__linux__)
+    if (std::getenv("HALVOREN_BENCH_SYSFS") != nullptr) {
+        names.emplace_back("applesmc");
+        benchmark::RegisterBenchmark("bareReads/applesmc", bareReads)->Unit(benchmark::kMicrosecond);
+    }
+#endif
+    for (const std::string& name : names) {
         benchmark::RegisterBenchmark(("coldDiscovery/" + name).c_str(), coldDiscovery, name)
             ->Unit(benchmark::kMicrosecond);
         benchmark::RegisterBenchmark(("discovery/" + name).c_str(), discovery, name)

@@ -53,6 +53,7 @@ void HalvorenEngine::apply(const SensorPoller::Snapshot& snapshot) {
             MenuBarItemRenderer::hottestSensor(availableSensors_.value(), readingHistory_));
     }
 
+    driver_.observeFans(snapshot.fans);
     FanMap fresh;
     for (const FanStatus& fan : snapshot.fans) {
         fresh.insert_or_assign(fan.id, fan);

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "core/fan_status.h"
 #include "engine/helper_state.h"
 
 #include <functional>
 #include <memory>
 #include <qcoro/qcorotask.h>
 #include <string>
+#include <vector>
 
 namespace halvoren {
 
@@ -33,6 +35,9 @@ public:
     virtual QCoro::Task<double> setTargetRPM(int fan, double rpm) = 0;
     // Hands every fan back to the firmware.
     virtual QCoro::Task<void> restoreAuto() = 0;
+    // The fans as each poll read them, so that a target the controller still holds need not
+    // travel again.
+    virtual void observeFans(const std::vector<FanStatus>& /*fans*/) {}
 
     // The bridge in use, or a fresh one when there is none yet; null when the controller
     // still cannot be opened.

@@ -9,6 +9,7 @@
 #include "smc/system_transport.h"
 
 #include <QMetaObject>
+#include <cmath>
 #include <coroutine>
 #include <exception>
 #include <limits>
@@ -242,7 +243,8 @@ QCoro::Task<double> SMCDriverActor::setTargetRPM(int fan, double rpm) {
     const double now = timers_.clock().monotonicNow();
     if (const auto sent = sentTargets_.find(fan); connection_ && sent != sentTargets_.end() &&
                                                   sent->second.requested == rpm &&
-                                                  now - sent->second.sentAt < targetRefreshInterval) {
+                                                  (now - sent->second.sentAt < targetRefreshInterval ||
+                                                   (sent->second.polled && sent->second.confirmed))) {
         co_return sent->second.applied;
     }
     const std::uint64_t generation = sentTargetsGeneration_;
@@ -257,7 +259,8 @@ QCoro::Task<double> SMCDriverActor::setTargetRPM(int fan, double rpm) {
         throw;
     }
     if (generation == sentTargetsGeneration_) {
-        sentTargets_[fan] = SentTarget{.requested = rpm, .applied = applied, .sentAt = now};
+        sentTargets_[fan] =
+            SentTarget{.requested = rpm, .applied = applied, .sentAt = now, .confirmed = true};
     }
     co_return applied;
 }
@@ -265,6 +268,17 @@ QCoro::Task<double> SMCDriverActor::setTargetRPM(int fan, double rpm) {
 QCoro::Task<void> SMCDriverActor::restoreAuto() {
     forgetSentTargets();
     co_await withHelperProxy(HelperMethod::restoreAutomaticControl);
+}
+
+void SMCDriverActor::observeFans(const std::vector<FanStatus>& fans) {
+    for (const FanStatus& fan : fans) {
+        if (const auto sent = sentTargets_.find(fan.id); sent != sentTargets_.end()) {
+            // The controller's target key may round the written value.
+            const bool held = fan.isManaged && std::fabs(fan.targetRPM - sent->second.applied) <= 1.0;
+            sent->second.confirmed = sent->second.confirmed && held;
+            sent->second.polled = true;
+        }
+    }
 }
 
 void SMCDriverActor::forgetSentTargets() {

@@ -66,14 +66,16 @@ public:
 
     QCoro::Task<Heartbeat> heartbeat();
     QCoro::Task<std::string> daemonVersion() override;
-    // Returns the target the helper applied. A target equal to the one this connection sent
-    // less than `targetRefreshInterval` ago is answered from memory without a message: the helper
-    // keeps a fan where its client put it for as long as the heartbeats come, and the loop asks
-    // ten times a second. Once a second it goes out again all the same, so a fan that the
-    // firmware took back (a machine's sleep does) returns within that second.
+    // Returns the target the helper applied. A target equal to the one this connection sent is
+    // answered from memory without a message: the helper keeps a fan where its client put it for
+    // as long as the heartbeats come, and the loop asks ten times a second. It goes out again
+    // `targetRefreshInterval` after it was sent if a poll since showed the fan not held there
+    // (the firmware took it back, as a machine's sleep does, or another program wrote it), or if
+    // no poll was shown to the driver at all.
     QCoro::Task<double> setTargetRPM(int fan, double rpm) override;
     static constexpr double targetRefreshInterval = 1.0; // seconds
     QCoro::Task<void> restoreAuto() override;
+    void observeFans(const std::vector<FanStatus>& fans) override;
 
     // The bridge in use, or a fresh one from the factory when there is none yet.
     std::shared_ptr<SMCKernelBridge> reopenBridgeIfNeeded() override;
@@ -88,7 +90,9 @@ private:
     struct SentTarget {
         double requested = 0.0;
         double applied = 0.0;
-        double sentAt = 0.0; // monotonic seconds
+        double sentAt = 0.0;    // monotonic seconds
+        bool confirmed = false; // every poll since the write found the fan held at `applied`
+        bool polled = false;    // some poll since the write was shown to the driver
     };
 
     QCoro::Task<HelperState> resolveState();

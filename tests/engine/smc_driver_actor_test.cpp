@@ -280,9 +280,14 @@ TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
     EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->value, 3000.0);
     EXPECT_EQ(fake.fake->totalCalls(), 0);
 
-    // An unchanged target goes out again only after a second, after a hand-back, or on a new
-    // connection; a changed one at once.
+    // A changed target goes out at once. An unchanged one goes out again a second after it was
+    // sent if no poll was shown since, or if one found the fan released or at another target;
+    // also after a hand-back or on a new connection.
     const auto sent = [&] { return daemon.requests.size(); };
+    const auto poll = [&](bool managed, double target) {
+        driver->observeFans({FanStatus{.id = 0, .targetRPM = target, .isManaged = managed},
+                             FanStatus{.id = 1, .isManaged = false}});
+    };
     std::size_t before = sent();
     EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->value, 3000.0);
     EXPECT_EQ(sent(), before);
@@ -290,6 +295,20 @@ TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
     EXPECT_EQ(sent(), ++before);
     clock.advance(SMCDriverActor::targetRefreshInterval);
     EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
+    EXPECT_EQ(sent(), ++before);
+    poll(true, 3001.75); // a key that rounds still holds it
+    clock.advance(10 * SMCDriverActor::targetRefreshInterval);
+    finish(driver->setTargetRPM(0, 3001.0));
+    EXPECT_EQ(sent(), before);
+    poll(false, 3001.0); // the firmware took it back
+    finish(driver->setTargetRPM(0, 3001.0));
+    EXPECT_EQ(sent(), ++before);
+    poll(true, 2500.0); // another program's target, within a second of the last write
+    poll(true, 3001.0); // one poll that found it moved is enough
+    finish(driver->setTargetRPM(0, 3001.0));
+    EXPECT_EQ(sent(), before);
+    clock.advance(SMCDriverActor::targetRefreshInterval);
+    finish(driver->setTargetRPM(0, 3001.0));
     EXPECT_EQ(sent(), ++before);
     finish(driver->restoreAuto());
     before = sent();
