@@ -10,7 +10,9 @@
 # second) and with the firmware in control (1 pass a second). The peers from Debian, installed if
 # missing: mbpfan, which only looks under /sys/devices/platform and reads /etc/mbpfan.conf, runs in a
 # private mount namespace with the tree and its own config bound there; thinkfan is pointed at the
-# tree's files by path, at its default interval (5 s) and at 1 s.
+# tree's files by path, at its default interval (5 s) and at 1 s. Beside them the floor
+# (halvoren-bench-floor, when built): a bare loop making only the reads that a pass must make,
+# at 10 and at 1 pass a second.
 #
 # A third into the window the tree's CPU temperature takes a load step. Per program: passes a
 # second, CPU per pass (µs), CPU share (% of a core) and wake-ups a second (context switches of
@@ -193,6 +195,13 @@ halvoren() { # dir, extra arguments of the application
     measured=("app:$!" "helper:$helper")
 }
 
+# The bare reads a pass must make, in a loop of its own (bench/floor): what the hardware costs.
+floor_reads() { # dir, passes a second
+    "$bin/halvoren-bench-floor" "$1/tree" "$2" >"$1/peer.log" 2>"$1/peer.err" &
+    started+=("$!")
+    measured=("floor:$!")
+}
+
 mbpfan_in_namespace() { # dir
     local dir=$1
     fake_applesmc_platform "$dir/tree" "$dir/platform"
@@ -218,6 +227,7 @@ thinkfan_on_tree() { # dir, seconds between passes
 
 cases=("halvoren-curve 10 halvoren --preset auto" "halvoren-firmware 1 halvoren"
     "halvoren-curve+json 10 halvoren --preset auto --status-json")
+[[ -x "$bin/halvoren-bench-floor" ]] && cases+=("floor-10hz 10 floor_reads 10" "floor-1hz 1 floor_reads 1")
 command -v mbpfan >/dev/null && cases+=("mbpfan-1s 1 mbpfan_in_namespace")
 command -v thinkfan >/dev/null && cases+=("thinkfan-5s 0.2 thinkfan_on_tree 5" "thinkfan-1s 1 thinkfan_on_tree 1")
 echo "window ${window} s after ${warmup} s, ${runs} run(s) of each case, load step at ${window}/3 s"
