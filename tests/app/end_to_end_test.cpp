@@ -93,7 +93,6 @@ public:
                 .timers = timers,
                 .settings = settings,
                 .coreCounts = [this] { return system.coreCounts(); },
-                .hidFactory = {},
                 .notifications = notifications,
                 .dataDirectory = dataDirectory(),
                 .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()};
