@@ -97,6 +97,7 @@ declare -A suites=(
     [helper]="helper sim app"
     [engine]="engine app"
     [app]="app"
+    [ui]="ui app"
     [probe]="probe"
 )
 declare -A budget # seconds a clean run of each suite may take before a mutant run counts as hung
@@ -131,7 +132,7 @@ if [[ ! -f "$build/build.ninja" ]]; then
     }
 fi
 
-all_suites=(core engine smc helper sim platform probe app)
+all_suites=(core engine smc helper sim platform probe app ui)
 echo "building the unmutated tree in $build"
 build_suites "${all_suites[@]}" || { echo "build failed, see $state/build.log" >&2; exit 2; }
 for s in "${all_suites[@]}"; do

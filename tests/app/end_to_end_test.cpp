@@ -5,7 +5,6 @@
 #include "engine/simulated_helper_service_manager.h"
 #include "engine/smc_driver_actor.h"
 #include "fakes/fake_notification_center.h"
-#include "fakes/fake_power_state_observer.h"
 #include "fakes/fake_process_cpu_times.h"
 #include "fakes/fast_timer_source.h"
 #include "platform/timer_source.h"
@@ -83,7 +82,6 @@ private:
 public:
     SimulatedSystem system;
     std::size_t fanCount;
-    std::shared_ptr<FakePowerStateObserver> power = std::make_shared<FakePowerStateObserver>();
     std::shared_ptr<FakeNotificationCenter> notifications = [] {
         auto none = std::make_shared<FakeNotificationCenter>();
         none->usable = false;
@@ -95,8 +93,6 @@ public:
                 .timers = timers,
                 .settings = settings,
                 .coreCounts = [this] { return system.coreCounts(); },
-                .hidFactory = {},
-                .power = power,
                 .notifications = notifications,
                 .dataDirectory = dataDirectory(),
                 .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()};
@@ -108,22 +104,61 @@ class EndToEndTest : public ::testing::Test {
 protected:
     int argc = 0;
     QCoreApplication app{argc, nullptr};
-    Rig rig{"apple-silicon-laptop-2fan"};
-    HalvorenEngine& engine = rig.engine;
+
+    // Max and back to the firmware through the real helper, and nothing left forced in the
+    // controller afterwards: no mode, no bit of "FS! ", no Ftst.
+    static void maxThenHandBack(const std::string& profile) {
+        SCOPED_TRACE(profile);
+        Rig rig(profile);
+        HalvorenEngine& engine = rig.engine;
+        ASSERT_TRUE(rig.startConnected()) << engine.helperState()->description();
+        engine.selectPreset(FanPreset::max);
+        EXPECT_TRUE(pumpUntil(
+            [&] {
+                return !engine.lastError().value() &&
+                       rig.allFans([](const FanStatus& f) { return f.isManaged && f.targetRPM == f.maxRPM; });
+            },
+            20000))
+            << engine.lastError().value().value_or("fans not at their maximum");
+        EXPECT_EQ(engine.drivingStatusSubtitle(), "Max cooling");
+
+        engine.selectProfile(FanProfile::appleAuto());
+        EXPECT_TRUE(pumpUntil([&] { return rig.allReleased(); }, 10000));
+        EXPECT_FALSE(engine.isControlling());
+        SimulatedMac& mac = rig.system.host().mac();
+        const auto bridge = rig.system.host().openBridge();
+        for (std::size_t fan = 0; fan < rig.fanCount; ++fan) {
+            EXPECT_FALSE(mac.fans()[fan].forced) << "fan " << fan;
+        }
+        if (mac.fanControl().kind == FanControl::forceBits) {
+            EXPECT_EQ(bridge->read(FanControlKeys::forceBits), 0.0);
+        }
+        if (mac.fanControl().kind == FanControl::unlockModeKey) {
+            EXPECT_EQ(bridge->read("Ftst"), 0.0);
+        }
+    }
 };
 
-TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
-    ASSERT_TRUE(rig.startConnected()) << engine.helperState()->description();
-    engine.selectPreset(FanPreset::max);
-    EXPECT_TRUE(pumpUntil(
-        [&] {
-            return rig.allFans([](const FanStatus& f) {
-                return f.isManaged && f.targetRPM == f.maxRPM && f.currentRPM > f.maxRPM - 100.0;
-            });
-        },
-        20000))
-        << "fans did not reach their maximum";
+TEST_F(EndToEndTest, MaxAndTheHandBackWorkOnEveryBuiltInMachineWithFans) {
+    for (const auto& name : MachineProfile::builtInNames()) {
+        if (!MachineProfile::named(name).thermal.fans.empty()) {
+            maxThenHandBack(name);
+        }
+    }
+}
 
+TEST_F(EndToEndTest, MaxAndTheHandBackWorkOnARealIntelMacBookProOf2016) {
+    const std::string profile = HALVOREN_REAL_MACS_DIR "/intel-mbp15-2016.json";
+    if (!std::filesystem::exists(profile)) {
+        GTEST_SKIP() << "no real-macs key tables at " << profile << " (they live beside the checkout)";
+    }
+    maxThenHandBack(profile);
+}
+
+TEST_F(EndToEndTest, FansSettleLowOnQuietAndReachTheirMaximumAndAKilledHelperIsReplacedAndResumed) {
+    Rig rig("apple-silicon-laptop-2fan");
+    HalvorenEngine& engine = rig.engine;
+    ASSERT_TRUE(rig.startConnected()) << engine.helperState()->description();
     // Idle under the quiet curve: the lowest quarter of the range at most.
     engine.selectPreset(FanPreset::quiet);
     EXPECT_TRUE(pumpUntil(
@@ -136,13 +171,15 @@ TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
         << "fans did not settle low";
     EXPECT_LT(engine.controlTemperature().value(), 60.0);
 
-    engine.selectProfile(FanProfile::appleAuto());
-    EXPECT_TRUE(pumpUntil([&] { return rig.allReleased(); }, 10000)) << "fans were not handed back";
-    EXPECT_FALSE(engine.isControlling());
-
     engine.selectPreset(FanPreset::max);
-    ASSERT_TRUE(
-        pumpUntil([&] { return rig.allFans([](const FanStatus& f) { return f.isManaged; }); }, 10000));
+    ASSERT_TRUE(pumpUntil(
+        [&] {
+            return rig.allFans([](const FanStatus& f) {
+                return f.isManaged && f.targetRPM == f.maxRPM && f.currentRPM > f.maxRPM - 100.0;
+            });
+        },
+        20000))
+        << "fans did not reach their maximum";
     const qint64 first = rig.system.services().processId();
     ASSERT_GT(first, 0);
     ::kill(static_cast<pid_t>(first), SIGKILL);
@@ -157,19 +194,12 @@ TEST_F(EndToEndTest, PresetsDriveTheFansAndAKilledHelperIsReplacedAndResumed) {
         << "control did not resume: " << engine.helperState()->description();
 }
 
-TEST_F(EndToEndTest, UnpluggingSwitchesACustomModeToSilentStealthAndADustCyclePulsesAndRestores) {
+// The running loop, not a test, steps the cycle here.
+TEST_F(EndToEndTest, ADustCyclePulsesTheFansThroughTheHelperAndRestoresTheCurve) {
+    Rig rig("apple-silicon-laptop-2fan");
+    HalvorenEngine& engine = rig.engine;
     ASSERT_TRUE(rig.startConnected());
-    const CustomMode mode = CustomMode::renderingTemplate();
-    engine.addCustomMode(mode);
-    engine.selectCustomMode(mode.id);
-    rig.power->set(PowerReading{.telemetry = {.source = PowerSource::battery}});
-    EXPECT_TRUE(
-        pumpUntil([&] { return engine.activeProfile().value() == FanProfile::silentStealth(); }, 3000));
-    rig.power->set(PowerReading{.telemetry = {.source = PowerSource::ac}});
-    EXPECT_TRUE(
-        pumpUntil([&] { return engine.activeProfile().value() == FanProfile::halvorenStandard(); }, 3000));
-    EXPECT_FALSE(engine.activeCustomModeID().value());
-
+    engine.selectProfile(FanProfile::halvorenStandard());
     engine.startDustCycle();
     EXPECT_TRUE(pumpUntil([&] { return rig.allFansAt(0.8); }, 3000)) << "no spin-up";
     EXPECT_TRUE(pumpUntil([&] { return rig.allFansAt(0.3); }, 5000)) << "no spin-down";
@@ -183,15 +213,9 @@ TEST_F(EndToEndTest, UnpluggingSwitchesACustomModeToSilentStealthAndADustCyclePu
 }
 
 // Four times faster than the wall: what takes minutes of the machine's time.
-class FastEndToEndTest : public ::testing::Test {
-protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-    Rig rig{"apple-silicon-laptop-2fan", 4.0};
+TEST_F(EndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
+    Rig rig("apple-silicon-laptop-2fan", 4.0);
     HalvorenEngine& engine = rig.engine;
-};
-
-TEST_F(FastEndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
     ASSERT_TRUE(rig.startConnected());
     engine.startCooldown(60.0);
     EXPECT_TRUE(pumpUntil([&] { return rig.allFansAt(1.0); }, 5000)) << "fans did not reach their maximum";
@@ -204,23 +228,21 @@ TEST_F(FastEndToEndTest, ACooldownRunsTheFansAtMaximumThenHandsThemBack) {
 
 // A sustained load on the Balanced curve with pre-spool on, one fan obstructed to half its
 // maximum and a CPU rule with auto-boost; then idle again, a stop and a second start.
-TEST_F(FastEndToEndTest, ALoadAnObstructedFanAndARestartShowInTheAnalytics) {
+TEST_F(EndToEndTest, ALoadAnObstructedFanAndARestartShowInTheAnalytics) {
+    Rig rig("apple-silicon-laptop-2fan", 4.0);
+    HalvorenEngine& engine = rig.engine;
     SimulatedMac& mac = rig.system.host().mac();
     mac.setFaults(FaultPlan{.obstructedFans = {{1, 0.5}}});
     engine.setPreSpoolEnabled(true);
     engine.setAlertRule(SensorCategory::cpu, true, 55.0, true);
     ASSERT_TRUE(rig.startConnected());
     engine.selectPreset(FanPreset::auto_);
-    ASSERT_TRUE(pumpUntil([&] { return engine.weatherSnapshot()->forecastLine != "\u2014"; }, 10000));
-    const std::string idleForecast = engine.weatherSnapshot()->forecastLine;
 
     mac.setLoad(Load{1.0, 0.5});
     EXPECT_TRUE(pumpUntil([&] { return engine.thermalTrend()->etaMinutes().has_value(); }, 15000))
         << "the trend did not rise with a time: " << engine.thermalTrend()->label();
-    EXPECT_TRUE(pumpUntil([&] { return engine.forecastChip()->etaWholeMinutes.has_value(); }, 5000));
     EXPECT_TRUE(pumpUntil([&] { return engine.effectiveFloor() > 0.0; }, 5000))
         << "pre-spool did not lift the floor";
-    EXPECT_NE(engine.weatherSnapshot()->forecastLine, idleForecast);
 
     // The rule's threshold is crossed on the way up; the fans' maximum holds the CPU above it.
     EXPECT_TRUE(pumpUntil([&] { return engine.isTurboEngaged().value(); }, 15000))
@@ -264,60 +286,6 @@ TEST_F(FastEndToEndTest, ALoadAnObstructedFanAndARestartShowInTheAnalytics) {
     EXPECT_EQ(restarted.almanac(), *saved);
     restarted.stop();
     pumpFor(300);
-}
-
-// Max and back to the firmware on a simulated Mac of each generation, through the real helper,
-// and nothing left forced in the controller afterwards: no mode, no bit of "FS! ", no Ftst.
-class GenerationsTest : public ::testing::Test {
-protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-
-    static void maxThenHandBack(const std::string& profile) {
-        SCOPED_TRACE(profile);
-        Rig rig(profile);
-        HalvorenEngine& engine = rig.engine;
-        ASSERT_TRUE(rig.startConnected()) << engine.helperState()->description();
-        engine.selectPreset(FanPreset::max);
-        EXPECT_TRUE(pumpUntil(
-            [&] {
-                return !engine.lastError().value() &&
-                       rig.allFans([](const FanStatus& f) { return f.isManaged && f.targetRPM == f.maxRPM; });
-            },
-            20000))
-            << engine.lastError().value().value_or("fans not at their maximum");
-        EXPECT_EQ(engine.drivingStatusSubtitle(), "Max cooling");
-
-        engine.selectProfile(FanProfile::appleAuto());
-        EXPECT_TRUE(pumpUntil([&] { return rig.allReleased(); }, 10000));
-        SimulatedMac& mac = rig.system.host().mac();
-        const auto bridge = rig.system.host().openBridge();
-        for (std::size_t fan = 0; fan < rig.fanCount; ++fan) {
-            EXPECT_FALSE(mac.fans()[fan].forced) << "fan " << fan;
-        }
-        if (mac.fanControl().kind == FanControl::forceBits) {
-            EXPECT_EQ(bridge->read(FanControlKeys::forceBits), 0.0);
-        }
-        if (mac.fanControl().kind == FanControl::unlockModeKey) {
-            EXPECT_EQ(bridge->read("Ftst"), 0.0);
-        }
-    }
-};
-
-TEST_F(GenerationsTest, MaxAndTheHandBackWorkOnEveryBuiltInMachineWithFans) {
-    for (const auto& name : MachineProfile::builtInNames()) {
-        if (!MachineProfile::named(name).thermal.fans.empty()) {
-            maxThenHandBack(name);
-        }
-    }
-}
-
-TEST_F(GenerationsTest, MaxAndTheHandBackWorkOnARealIntelMacBookProOf2016) {
-    const std::string profile = HALVOREN_REAL_MACS_DIR "/intel-mbp15-2016.json";
-    if (!std::filesystem::exists(profile)) {
-        GTEST_SKIP() << "no real-macs key tables at " << profile << " (they live beside the checkout)";
-    }
-    maxThenHandBack(profile);
 }
 
 } // namespace

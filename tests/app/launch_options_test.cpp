@@ -35,8 +35,9 @@ TEST(LaunchOptions, ReadsEachOptionAndRefusesBadValues) {
     EXPECT_EQ(simulated.duration, 2.5);
     EXPECT_TRUE(simulated.statusJson);
 
-    EXPECT_EQ(parse({"--simulate=intel-laptop", "--load", "burst"}).simulateProfile, "intel-laptop");
-    EXPECT_EQ(parse({"--simulate=intel-laptop", "--load", "burst"}).load, "burst");
+    const LaunchOptions loaded = parse({"--simulate=intel-laptop", "--load", "burst"});
+    EXPECT_EQ(loaded.simulateProfile, "intel-laptop");
+    EXPECT_EQ(loaded.load, "burst");
 
     EXPECT_EQ(failure({"--simulate="}), "--simulate= needs a machine profile");
     EXPECT_EQ(failure({"--preset", "loud"}), "unknown preset \"loud\" (quiet, auto or max)");
@@ -106,8 +107,7 @@ TEST(LaunchOptions, TheWindowsArgumentsInTheirTwoForms) {
         {{"--appearance", "--simulate"}, std::nullopt},                 // the next option is no value
     };
     for (const Case& c : cases) {
-        const LaunchOptions options = parse(c.arguments);
-        EXPECT_EQ(options.appearance, c.appearance) << *c.arguments.begin();
+        EXPECT_EQ(parse(c.arguments).appearance, c.appearance) << *c.arguments.begin();
     }
     // The bare form's value is taken out with it, and the option after it still counts.
     EXPECT_TRUE(parse({"--appearance", "--simulate"}).simulateProfile);

@@ -19,11 +19,17 @@
 namespace halvoren {
 
 // Views on a real engine over a scripted driver, a manual clock and a settings file of their
-// own. Sweeps are handed to `apply`; nothing runs the control loop.
+// own. Sweeps are handed to `apply`.
 class UiEngineTest : public UiTest {
 protected:
     UiEngineTest()
         : settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat) {
+        makeEngine();
+    }
+
+    // A new engine over the same driver, clock and settings file, as after a relaunch.
+    void makeEngine() {
+        engine.reset();
         engine = std::make_unique<HalvorenEngine>(
             FanProfile::appleAuto(),
             HalvorenEngine::Environment{.driver = driver,
@@ -48,23 +54,34 @@ protected:
     static FanStatus fan(int id, double current, double min = 1200.0, double max = 6000.0) {
         return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
     }
+    static SMCSensor temperature(std::string key, std::string name, double celsius,
+                                 SensorCategory category = SensorCategory::cpu) {
+        return SMCSensor{.id = key,
+                         .key = key,
+                         .name = std::move(name),
+                         .category = category,
+                         .currentTemp = celsius,
+                         .sensorClass = SensorClass::temperature,
+                         .unit = "°C"};
+    }
 
-    // One sweep where a named CPU sensor reads `celsius`, with these fans.
-    void sweep(double celsius, std::vector<FanStatus> fans) {
-        const SMCSensor sensor{.id = "TC0P",
-                               .key = "TC0P",
-                               .name = "CPU Proximity",
-                               .category = SensorCategory::cpu,
-                               .currentTemp = celsius,
-                               .sensorClass = SensorClass::temperature,
-                               .unit = "°C"};
+    // One sweep that reads these sensors and fans; nothing runs the control loop.
+    void sweep(std::vector<SMCSensor> sensors, std::vector<FanStatus> fans = {}) {
         SensorPoller::Snapshot snapshot;
-        snapshot.allSensors = {sensor};
-        snapshot.temperatures = {sensor};
+        for (const SMCSensor& sensor : sensors) {
+            if (sensor.sensorClass == SensorClass::temperature) {
+                snapshot.temperatures.push_back(sensor);
+            }
+        }
+        snapshot.allSensors = std::move(sensors);
         snapshot.fans = std::move(fans);
         snapshot.smcAvailable = true;
         snapshot.sensorsRefreshed = true;
         engine->apply(snapshot);
+    }
+    // One sweep where a named CPU sensor reads `celsius`, with these fans.
+    void sweep(double celsius, std::vector<FanStatus> fans) {
+        sweep({temperature("TC0P", "CPU Proximity", celsius)}, std::move(fans));
     }
 
     void connect() {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QApplication>
+#include <QKeyEvent>
+#include <QWidget>
 #include <gtest/gtest.h>
 
 namespace halvoren {
@@ -28,5 +30,13 @@ protected:
     bool platformChosen_ = offscreen();
     QApplication app{argumentCount(), arguments()};
 };
+
+// A key pressed and let go on `widget`, with no modifier.
+inline void press(QWidget& widget, int key) {
+    QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
+    QKeyEvent up(QEvent::KeyRelease, key, Qt::NoModifier);
+    QApplication::sendEvent(&widget, &down);
+    QApplication::sendEvent(&widget, &up);
+}
 
 } // namespace halvoren

@@ -52,29 +52,13 @@ TEST_F(DashboardViewTest, ModeSegmentsDriveTheEngineAndFollowIt) {
 TEST_F(DashboardViewTest, WithoutFansAnEmptyStateAndNoDustCycle) {
     FanControlCard& fans = build().fanControl();
     EXPECT_FALSE(fans.emptyState().isHidden());
-    EXPECT_EQ(fans.emptyState().title(), "No fans detected");
     EXPECT_FALSE(fans.dustCycleButton().isEnabled());
     EXPECT_TRUE(fans.dustCycleStatus().isHidden());
 }
 
 TEST_F(DashboardViewTest, OnlyOneSensorRowIsOpen) {
-    const auto sensor = [](const std::string& key, std::string name, SensorCategory category,
-                           double celsius) {
-        return SMCSensor{.id = key,
-                         .key = key,
-                         .name = std::move(name),
-                         .category = category,
-                         .currentTemp = celsius,
-                         .sensorClass = SensorClass::temperature,
-                         .unit = "°C"};
-    };
-    SensorPoller::Snapshot snapshot;
-    snapshot.allSensors = {sensor("TC0P", "CPU Proximity", SensorCategory::cpu, 60.0),
-                           sensor("TB0T", "Battery", SensorCategory::battery, 31.0)};
-    snapshot.temperatures = snapshot.allSensors;
-    snapshot.smcAvailable = true;
-    snapshot.sensorsRefreshed = true;
-    engine->apply(snapshot);
+    sweep({temperature("TC0P", "CPU Proximity", 60.0),
+           temperature("TB0T", "Battery", 31.0, SensorCategory::battery)});
     DashboardView& dash = build();
     std::vector<DeviceSensorRow*> shown;
     for (DeviceSensorRow* row : dash.sensorRows()) {
@@ -102,7 +86,6 @@ TEST_F(DashboardViewTest, TheDustCycleNeedsAFullHold) {
     DustCycleSheet sheet(*engine);
     sheet.open();
     HoldButton& start = sheet.startButton();
-    EXPECT_EQ(start.accessibleDescription(), "Start Dust Cycle");
     start.beginHold(0.0);
     start.advance(1.1);
     start.endHold();

@@ -8,7 +8,6 @@
 #include "ui/theme/appearance.h"
 #include "ui/ui_engine_fixture.h"
 
-#include <QKeyEvent>
 #include <QLabel>
 #include <QPointer>
 
@@ -19,11 +18,6 @@ using Step = FirstRunWizardView::Step;
 
 class FirstRunWizardTest : public UiEngineTest {
 protected:
-    void press(int key) {
-        QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
-        QApplication::sendEvent(&wizard, &down);
-    }
-
     FakeLoginItem login;
     FirstRunWizardView wizard{*engine, login, *notifications};
 };
@@ -31,11 +25,11 @@ protected:
 TEST_F(FirstRunWizardTest, EnterWalksForwardBackStepsBackAndEscapeDoesNothing) {
     EXPECT_EQ(wizard.title().text(), "Welcome to Halvoren");
     EXPECT_TRUE(wizard.backButton().isHidden());
-    press(Qt::Key_Escape);
+    press(wizard, Qt::Key_Escape);
     EXPECT_EQ(wizard.step(), Step::welcome);
     EXPECT_FALSE(engine->hasCompletedFirstRunSetup().value());
-    press(Qt::Key_Return);
-    press(Qt::Key_Enter);
+    press(wizard, Qt::Key_Return);
+    press(wizard, Qt::Key_Enter);
     EXPECT_EQ(wizard.step(), Step::notifications);
     wizard.backButton().click();
     EXPECT_EQ(wizard.step(), Step::helper);
@@ -72,6 +66,7 @@ TEST_F(FirstRunWizardTest, HelperStepRefreshesWhileShownAndDrivesInstall) {
     ASSERT_TRUE(pumpUntil([&] { return driver.stateCalls > before; }));
     EXPECT_EQ(wizard.helperStatus().text(), "Not installed yet");
     EXPECT_EQ(wizard.helperAction().title(), "Install Helper");
+    EXPECT_TRUE(wizard.helperNote().isHidden());
 
     driver.state = HelperState::requiresApproval();
     wizard.helperAction().click();

@@ -17,18 +17,6 @@ FanProfile constant(std::int64_t rpm) {
     return profile;
 }
 
-TEST(PanelValues, HonestyLineNamesWhyControlIsOff) {
-    EXPECT_EQ(honestyLine(HelperState::connected()), std::nullopt);
-    EXPECT_EQ(honestyLine(HelperState::unavailable("timeout")),
-              QStringLiteral("Monitoring only. The fan-control helper is unavailable (timeout)."));
-    EXPECT_EQ(honestyLine(HelperState::notRegistered()),
-              QStringLiteral("Monitoring only. Open Halvoren to install the fan-control helper."));
-    EXPECT_EQ(honestyLine(HelperState::enabled()),
-              QStringLiteral("Monitoring only. Connecting to the fan-control helper\u2026"));
-    EXPECT_TRUE(
-        honestyLine(HelperState::requiresApproval())->contains(QStringLiteral("System Settings \u25B8")));
-}
-
 TEST(PanelValues, BoundsSpanEveryFanAndFallBackWithout) {
     const FanBounds none = fanBounds({});
     EXPECT_EQ(none.min, 1200.0);
@@ -76,6 +64,8 @@ TEST(PanelValues, ManualControlAndTheLitTab) {
 }
 
 TEST(PanelValues, SpokenAndShownTexts) {
+    EXPECT_EQ(honestyLine(HelperState::unavailable("timeout")),
+              QStringLiteral("Monitoring only. The fan-control helper is unavailable (timeout)."));
     EXPECT_EQ(heroAccessibilityValue(std::nullopt, false, false), QStringLiteral("no reading"));
     EXPECT_EQ(heroAccessibilityValue(61.4, false, false), QStringLiteral("61 degrees Celsius"));
     EXPECT_EQ(heroAccessibilityValue(50.0, true, true), QStringLiteral("122.0 degrees Fahrenheit"));
@@ -90,9 +80,6 @@ TEST(PanelValues, SpokenAndShownTexts) {
     EXPECT_EQ(turboDetail({}), QStringLiteral("Max cooling"));
     EXPECT_EQ(turboDetail({{0, fan(0, 0.0)}}), QStringLiteral("Max cooling"));
     EXPECT_EQ(turboDetail({{0, fan(0, 5990.7)}, {1, fan(1, 6100)}}), QStringLiteral("6100 RPM"));
-
-    EXPECT_EQ(speedLabel(true, 3450.0), QStringLiteral("3450 RPM"));
-    EXPECT_EQ(speedLabel(false, 3450.0), QStringLiteral("Drag to take over at a fixed speed"));
 }
 
 TEST(PanelValues, CountdownRoundsUpAndStopsAtZero) {

@@ -44,14 +44,10 @@ TEST(PowerValuesTest, FanDrawAndRuntimeCost) {
     }
 }
 
-TEST(PowerValuesTest, Texts) {
+TEST(PowerValuesTest, SystemWattsShowOnlyWhenPositive) {
     EXPECT_EQ(systemWattsText(0.0), "—");
     EXPECT_EQ(systemWattsText(-2.0), "—");
     EXPECT_EQ(systemWattsText(12.34), "12.3 W");
-    EXPECT_EQ(busCaption(true), "Across the battery bus. Charge current while plugged in.");
-    EXPECT_EQ(busCaption(false), "Across the battery bus. Macs without a battery don't report it.");
-    EXPECT_EQ(exportLabel(false).title, "Export CSV");
-    EXPECT_EQ(exportLabel(true).symbol, "checkmark.circle.fill");
 }
 
 } // namespace

@@ -64,7 +64,6 @@ TEST(SensorListTest, GroupsFilterPinAndSortByCodePoint) {
     for (const Case& c : cases) {
         const auto groups = rawGroups(machine, QString::fromUtf8(c.query), c.pinned);
         EXPECT_EQ(outline(groups), c.expected) << '"' << c.query << '"';
-        EXPECT_EQ(isSearching(QString::fromUtf8(c.query)), !QString::fromUtf8(c.query).trimmed().isEmpty());
     }
     EXPECT_EQ(fullCountText(rawGroups(machine, QStringLiteral("gpu"), {}), machine.size()), "2 of 10");
     EXPECT_EQ(unpinned(machine, {"TC0P", "XX"}).front().key, "TGb");
@@ -97,15 +96,7 @@ TEST(SensorListTest, ValueTextPerClass) {
               "System Power, 2.00 W, pinned");
     EXPECT_EQ(accessibleLabel(sensor("PSTR", "System Power", SensorClass::power, 2.0), false, false, false),
               "System Power, 2.00 W");
-}
-
-TEST(SensorListTest, HeaderTexts) {
-    EXPECT_EQ(heading(false), "Essentials");
-    EXPECT_EQ(heading(true), "All Sensors");
-    EXPECT_EQ(essentialsCountText(7, false), "7 key readings · °C");
     EXPECT_EQ(essentialsCountText(0, true), "0 key readings · °F");
-    EXPECT_EQ(undiscoveredDetail(true), "Discovery hasn't finished yet.");
-    EXPECT_EQ(undiscoveredDetail(false), "Couldn't open the SMC.");
 }
 
 } // namespace

@@ -14,28 +14,13 @@ namespace {
 class SensorsViewTest : public UiEngineTest {
 protected:
     void discover() {
-        const auto temperature = [](std::string key, std::string name, double celsius) {
-            return SMCSensor{.id = key,
-                             .key = key,
-                             .name = std::move(name),
-                             .category = SensorCategory::cpu,
-                             .currentTemp = celsius,
-                             .sensorClass = SensorClass::temperature,
-                             .unit = "°C"};
-        };
-        SensorPoller::Snapshot snapshot;
-        snapshot.allSensors = {temperature("TC0P", "CPU Proximity", 60.0),
-                               temperature("TG0P", "GPU Proximity", 50.0),
-                               SMCSensor{.id = "PSTR",
-                                         .key = "PSTR",
-                                         .name = "System Power",
-                                         .currentTemp = 9.5,
-                                         .sensorClass = SensorClass::power,
-                                         .unit = "W"}};
-        snapshot.temperatures = {snapshot.allSensors[0], snapshot.allSensors[1]};
-        snapshot.smcAvailable = true;
-        snapshot.sensorsRefreshed = true;
-        engine->apply(snapshot);
+        sweep({temperature("TC0P", "CPU Proximity", 60.0), temperature("TG0P", "GPU Proximity", 50.0),
+               SMCSensor{.id = "PSTR",
+                         .key = "PSTR",
+                         .name = "System Power",
+                         .currentTemp = 9.5,
+                         .sensorClass = SensorClass::power,
+                         .unit = "W"}});
     }
 
     SensorsView& build() {
@@ -51,7 +36,6 @@ protected:
 TEST_F(SensorsViewTest, BeforeDiscoveryOnlyTheEmptyState) {
     SensorsView& sensors = build();
     EXPECT_FALSE(sensors.emptyState().isHidden());
-    EXPECT_EQ(sensors.emptyState().title(), "No sensors discovered");
     EXPECT_TRUE(sensors.essentialRows().empty());
     EXPECT_TRUE(sensors.sensorRows().empty());
 }

@@ -43,30 +43,14 @@ TEST(SettingsValuesTest, CooldownOptionsAndOffListDurations) {
     }
 }
 
-TEST(SettingsValuesTest, HelperBadgeByState) {
-    struct Case {
-        HelperState state;
-        const char* text;
-        const char* symbol;
-    };
-    for (const Case& c : std::vector<Case>{
-             {HelperState::notRegistered(), "Not Installed", "circle.dashed"},
-             {HelperState::requiresApproval(), "Needs Approval", "exclamationmark.triangle.fill"},
-             {HelperState::enabled(), "Enabled", "bolt.badge.checkmark"},
-             {HelperState::connected(), "Connected", "checkmark.seal.fill"},
-             {HelperState::unavailable("cannot open AppleSMC"), "cannot open AppleSMC", "xmark.octagon.fill"},
-         }) {
-        const Badge badge = helperStatusBadge(c.state);
-        EXPECT_EQ(badge.text, QString::fromUtf8(c.text));
-        EXPECT_EQ(badge.symbol, c.symbol);
-    }
-}
-
-TEST(SettingsValuesTest, AbsentAlertRuleReadsAsDisabledAtNinety) {
+TEST(SettingsValuesTest, AbsentAlertRuleReadsAsDisabledAtNinetyAndABadgeSaysWhy) {
     const AlertRules rules{{SensorCategory::gpu, AlertRule{true, 70.0, true}}};
     EXPECT_EQ(alertRuleFor(rules, SensorCategory::gpu), (AlertRule{true, 70.0, true}));
     EXPECT_EQ(alertRuleFor(rules, SensorCategory::cpu), (AlertRule{false, 90.0, false}));
     EXPECT_EQ(alertRuleFor({}, SensorCategory::battery), (AlertRule{false, 90.0, false}));
+    // The badge of a helper that cannot run names why.
+    EXPECT_EQ(helperStatusBadge(HelperState::unavailable("cannot open AppleSMC")).text,
+              "cannot open AppleSMC");
 }
 
 TEST(SettingsValuesTest, MinutesOfDayBothWays) {
@@ -79,20 +63,6 @@ TEST(SettingsValuesTest, MinutesOfDayBothWays) {
     }
     EXPECT_EQ(minutesOfDay(QTime(7, 30, 59)), 450); // seconds are dropped
     EXPECT_EQ(minutesOfDay(QTime()), 0);
-}
-
-TEST(SettingsValuesTest, MenuBarPickerTitlesInCaseOrder) {
-    QStringList readouts;
-    for (const MenuBarReadout readout : allCases<MenuBarReadout>()) {
-        readouts << menuBarReadoutLabel(readout);
-    }
-    EXPECT_EQ(readouts.join(u'|'), "Off|Temperature|Fan speed|Hottest Sensor|Temperature & fan speed");
-    QStringList sources;
-    for (const MenuBarTempSource source : allCases<MenuBarTempSource>()) {
-        sources << menuBarTempSourceLabel(source);
-    }
-    EXPECT_EQ(sources.join(u'|'), "Control temperature|Hottest Sensor|CPU Core Average|CPU Performance|"
-                                  "CPU Efficiency|GPU Average");
 }
 
 } // namespace

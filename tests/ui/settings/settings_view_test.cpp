@@ -6,7 +6,6 @@
 #include "ui/ui_engine_fixture.h"
 
 #include <QComboBox>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QScrollArea>
 #include <QTimeEdit>
@@ -17,11 +16,6 @@ namespace {
 
 class SettingsViewTest : public UiEngineTest {
 protected:
-    void press(QWidget& widget, int key) {
-        QKeyEvent down(QEvent::KeyPress, key, Qt::NoModifier);
-        QApplication::sendEvent(&widget, &down);
-    }
-
     FakeLoginItem login;
     std::unique_ptr<SettingsView> view = std::make_unique<SettingsView>(*engine, login);
 };
@@ -50,19 +44,7 @@ TEST_F(SettingsViewTest, TogglesWriteTheEngineSurviveANewEngineAndFollowOutsideC
         toggle.click();
         EXPECT_EQ(((*engine).*c.field)().value(), !before) << c.label;
         view.reset();
-        engine.reset();
-        engine = std::make_unique<HalvorenEngine>(
-            FanProfile::appleAuto(),
-            HalvorenEngine::Environment{.driver = driver,
-                                        .timers = timers,
-                                        .settings = settings,
-                                        .coreCounts = [] { return DeviceSensorMap::CoreCounts{}; },
-                                        .power = std::make_shared<FakePowerStateObserver>(),
-                                        .microphone = std::make_shared<FakeMicActivityMonitor>(),
-                                        .applications = std::make_shared<FakeApplicationWatcher>(),
-                                        .notifications = notifications,
-                                        .dataDirectory = dir.path(),
-                                        .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
+        makeEngine();
         view = std::make_unique<SettingsView>(*engine, login);
         EXPECT_EQ(((*engine).*c.field)().value(), c.stored ? !before : before) << c.label;
         EXPECT_EQ(view->toggle(QString::fromUtf8(c.label)).isChecked(), ((*engine).*c.field)().value());

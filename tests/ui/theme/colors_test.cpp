@@ -19,7 +19,6 @@ TEST_F(ColorsTest, SystemAccentFollowsTheDesktopAndTheOthersAreFixed) {
         EXPECT_EQ(accentColor(AccentChoice::system), desktop);
         EXPECT_NE(accentColor(AccentChoice::sky), desktop);
     }
-    EXPECT_EQ(accentColor(AccentChoice::teal), QColor::fromRgbF(0.19F, 0.69F, 0.68F));
 }
 
 TEST_F(ColorsTest, AForcedAppearanceWinsOverTheDesktop) {
@@ -44,7 +43,6 @@ TEST(BorderColorTest, IncreasedContrastIsThePrimaryColourAtAThird) {
         EXPECT_EQ(border.rgb(), primaryColor(appearance).rgb());
         EXPECT_LT(borderColor(appearance, false).alphaF(), 0.35);
     }
-    EXPECT_EQ(cardBackground(Appearance::light), QColor::fromRgbF(0.993F, 0.985F, 0.967F));
 }
 
 } // namespace
