@@ -1,7 +1,5 @@
 #include "engine_fixture.h"
 
-#include <limits>
-
 namespace halvoren {
 namespace {
 
@@ -88,9 +86,7 @@ TEST_F(ControlTickTest, AHelperThatComesBackResumesFromTheOldRamp) {
     tick(wideFan());
     ASSERT_EQ(engine->rampedTargets().at(0), 2180.0);
 
-    driver.state = HelperState::notRegistered();
-    engine->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::notRegistered(); }));
+    helperBecomes(HelperState::notRegistered());
     tick(wideFan());
     EXPECT_EQ(driver.writes.size(), 2U);
 
@@ -286,9 +282,7 @@ TEST_F(ControlTickTest, UninstallingHandsOurFansBackBeforeTheHelperIsLetGo) {
 
 TEST_F(ControlTickTest, WithoutAConnectedHelperNothingIsWrittenAndTheStateIsAskedForAtMostEvery2s) {
     lockAt(3000, wideFan());
-    driver.state = HelperState::requiresApproval();
-    engine->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::requiresApproval(); }));
+    helperBecomes(HelperState::requiresApproval());
     const int queriesBefore = driver.stateCalls;
 
     tick(wideFan());

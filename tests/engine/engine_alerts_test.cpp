@@ -73,11 +73,8 @@ TEST_F(EngineAlertsTest, ARuleThatJoinsACooldownLeavesItsTurboToTheUser) {
 
 TEST_F(EngineAlertsTest, SettingOneFieldOfARuleKeepsTheOthers) {
     engine->setAlertRule(SensorCategory::cpu, std::nullopt, 80.0, std::nullopt);
-    const AlertRules& rules = engine->alertRules().value();
-    const auto cpu =
-        std::ranges::find_if(rules, [](const auto& e) { return e.first == SensorCategory::cpu; });
-    ASSERT_NE(cpu, rules.end());
-    EXPECT_EQ(cpu->second, (AlertRule{.enabled = false, .thresholdCelsius = 80.0, .autoBoost = false}));
+    EXPECT_EQ(*findEntry(engine->alertRules().value(), SensorCategory::cpu),
+              (AlertRule{.enabled = false, .thresholdCelsius = 80.0, .autoBoost = false}));
     engine->resetAlertRules();
     EXPECT_EQ(engine->alertRules().value(), defaultAlertRules());
 }

@@ -9,10 +9,7 @@ protected:
 
     // Fans only, as a poll between two sensor sweeps gives them.
     static SensorPoller::Snapshot fansOnly(std::vector<FanStatus> fans) {
-        SensorPoller::Snapshot snapshot;
-        snapshot.fans = std::move(fans);
-        snapshot.smcAvailable = true;
-        return snapshot;
+        return {.temperatures = {}, .allSensors = {}, .fans = std::move(fans), .smcAvailable = true};
     }
 
     double shownSpeed(int id) const { return engine->fans().value().at(id).currentRPM; }

@@ -85,9 +85,7 @@ TEST_F(CooldownDustTest, HeatOrALostHelperAbortsTheCycle) {
     EXPECT_EQ(state(), "auto/Halvoren Standard");
 
     // Without the helper no cycle starts at all.
-    driver.state = HelperState::notRegistered();
-    engine->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return engine->helperState()->kind() != HelperState::Kind::connected; }));
+    helperBecomes(HelperState::notRegistered());
     timers.advance(1.5);
     engine->startDustCycle();
     EXPECT_EQ(engine->dustCycleState().value(), DustCycleUIState::idle());

@@ -32,9 +32,7 @@ TEST_F(ManualTurboTest, ManualControlSeedsFromMeasuredSpeedsAndIgnoresUnknownFan
     EXPECT_GT(driver.writes[1].rpm, 0.0);
 
     // Without the helper the targets wait for its return; nothing is written.
-    driver.state = HelperState::notRegistered();
-    engine->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return engine->helperState()->kind() != HelperState::Kind::connected; }));
+    helperBecomes(HelperState::notRegistered());
     run(engine->applyManualTick());
     EXPECT_EQ(driver.writes.size(), 2u);
     EXPECT_TRUE(engine->isManualControl());

@@ -73,7 +73,6 @@ TEST_F(PowerWorkloadTest, TheFloorIsTheStrongestReasonNotTheSum) {
     EXPECT_EQ(engine->effectiveFloor(), 0.1);
     engine->setClamshell(false);
     EXPECT_EQ(engine->effectiveFloor(), 0.0);
-    engine->stop();
 }
 
 } // namespace

@@ -11,18 +11,22 @@ protected:
     void power(PowerSource source) { engine->updatePowerTelemetry(PowerTelemetry{.source = source}); }
 
     double lastCap() const { return engine->activeProfile().value()->curvePoints.back().rpmPercentage; }
+
+    // Balanced on a connected helper, its filter seeded at the curve's bottom and then a step to 85 °C.
+    void balancedStepTo85() {
+        connect();
+        engine->setSpoolRate(9000.0);
+        engine->selectPreset(FanPreset::auto_);
+        tickAt(35.0, wideFan());
+        tickAt(85.0, wideFan());
+        EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
+    }
 };
 
 TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCountsAsAChange) {
-    connect();
-    engine->setSpoolRate(9000.0);
-    engine->selectPreset(FanPreset::auto_);
+    balancedStepTo85();
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-
-    tickAt(35.0, wideFan()); // the curve's bottom seeds the filter
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
     // unknown -> ac and ac -> unknown are no change: the filter goes on smoothing.
     power(PowerSource::ac);
     tickAt(85.0, wideFan());
@@ -69,13 +73,7 @@ TEST_F(EngineProfilesTest, SettingACapStoresItClampedAndReappliesTheActivePreset
 }
 
 TEST_F(EngineProfilesTest, ACapChangeForAnotherPresetStillRestartsTheActivePresetsSmoothing) {
-    connect();
-    engine->setSpoolRate(9000.0);
-    engine->selectPreset(FanPreset::auto_);
-    tickAt(35.0, wideFan());
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
-
+    balancedStepTo85();
     engine->setPresetCap(FanPreset::quiet, 0.3, std::nullopt);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
     tickAt(85.0, wideFan());
