@@ -49,20 +49,14 @@ std::vector<std::string> idsOf(const std::vector<DeviceSensorReading>& rows) {
     return ids;
 }
 
-TEST(DeviceSensorMap, LiveMaxAndSuffixIndex) {
+TEST(DeviceSensorMap, LiveMaxIsAboveTwelveDegrees) {
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.0}), none);
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.5}), 12.5);
     EXPECT_EQ(detail::liveMax(std::vector<double>{40, 70, 55}), 70);
     EXPECT_EQ(detail::liveMax({}), none);
-
-    // Neighbours, lengths and foreign characters are checked through the family runs below.
-    EXPECT_EQ(detail::suffixIndex("00"), 0);
-    EXPECT_EQ(detail::suffixIndex("zz"), 61 * 62 + 61);
-    EXPECT_EQ(detail::suffixIndex("1 "), none);
-    EXPECT_EQ(detail::suffixIndex("0"), none);
-    EXPECT_EQ(detail::suffixIndex("000"), none);
 }
 
+// Suffixes count in the alphabet 0-9, A-Z, a-z: runs show their neighbours, lengths and foreign characters.
 TEST(DeviceSensorMap, FamilyRunsSplitAtAnySkippedSuffix) {
     EXPECT_EQ(runsOf("Tp", none, Sensors{temp("Tp01", 1), temp("Tp02", 2), temp("Tp04", 4)}),
               (std::vector<std::vector<double>>{{1, 2}, {4}}));
