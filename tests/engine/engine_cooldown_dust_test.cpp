@@ -6,21 +6,20 @@ namespace {
 using CooldownDustTest = AutomationTest;
 
 TEST_F(CooldownDustTest, ACooldownEndsTurboAtItsTimeAndOnlyItsOwnTimerCounts) {
-    engine->selectPreset(FanPreset::quiet);
-    engine->startCooldown(60.0);
+    after("quiet cooldown");
     const auto end = engine->cooldownEndDate().value();
     timers.advance(30.0);
-    engine->startCooldown(60.0); // neither a second cooldown nor an extension
+    after("cooldown"); // neither a second cooldown nor an extension
     EXPECT_EQ(engine->cooldownEndDate().value(), end);
     timers.advance(30.0);
     EXPECT_EQ(state(), "quiet/Silent Stealth");
 
     // The first timer is cancelled with its cooldown; its wake-up must not end the second.
-    engine->startCooldown(60.0);
+    after("cooldown");
     engine->cancelCooldown();
     EXPECT_EQ(state(), "quiet/Silent Stealth");
     timers.advance(30.0);
-    engine->startCooldown(60.0);
+    after("cooldown");
     timers.advance(30.0);
     EXPECT_EQ(state(), "turbo cooling -/Turbo");
     timers.advance(30.0);
@@ -28,17 +27,13 @@ TEST_F(CooldownDustTest, ACooldownEndsTurboAtItsTimeAndOnlyItsOwnTimerCounts) {
 }
 
 TEST_F(CooldownDustTest, ACooldownJoinsTheUsersTurboAndEndsItToo) {
-    engine->engageTurbo();
-    engine->startCooldown(60.0);
+    after("turbo cooldown");
     timers.advance(60.0);
     EXPECT_EQ(state(), "-/Halvoren Standard");
 
     // Ending Turbo by hand ends the cooldown with it; its timer then finds nothing to do.
-    engine->startCooldown(60.0);
-    engine->disengageTurbo();
-    EXPECT_FALSE(engine->isCoolingDown());
-    engine->selectPreset(FanPreset::max);
-    engine->engageTurbo();
+    EXPECT_EQ(after("cooldown unturbo"), "-/Halvoren Standard");
+    after("max turbo");
     timers.advance(60.0);
     EXPECT_EQ(state(), "turbo -/Turbo");
 }
