@@ -55,9 +55,7 @@ TEST_F(CooldownDustTest, ADustCyclePulsesEveryFanThenRestoresAndShowsTheResult) 
         now = step.at;
         driver.writes.clear();
         run(engine->applyDustStep());
-        ASSERT_EQ(driver.writes.size(), 2u);
-        EXPECT_EQ(driver.writes[0].rpm, step.fan0);
-        EXPECT_EQ(driver.writes[1].rpm, step.fan1);
+        EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{0, step.fan0}, {1, step.fan1}}));
         EXPECT_EQ(engine->dustCycleState().value(), DustCycleUIState::running(step.shown));
     }
     engine->selectPreset(FanPreset::max); // overwritten by the restore

@@ -71,8 +71,6 @@ protected:
     static constexpr double wideMin = 1000.0;
     static constexpr double wideMax = 7400.0;
     static std::vector<FanStatus> wideFan() { return {fan(0, 2000.0, wideMin, wideMax)}; }
-    // The fraction of the wide fan's range that the last write asked for.
-    double lastFraction() const { return (driver.writes.back().rpm - wideMin) / (wideMax - wideMin); }
 
     // A named sensor (its name differs from its key), so it counts as trusted.
     static SMCSensor temperatureSensor(std::string key, double celsius,
@@ -112,6 +110,12 @@ protected:
         engine->apply(sweep({temperatureSensor("TC0P", celsius)}, fans));
         tick(fans);
     }
+    // A tick at `celsius` on the wide fan, and the speed written, or the fraction of its range.
+    double rpmAt(double celsius) {
+        tickAt(celsius, wideFan());
+        return driver.writes.back().rpm;
+    }
+    double fractionAt(double celsius) { return (rpmAt(celsius) - wideMin) / (wideMax - wideMin); }
 
     // A wall time in the engine's time zone, on the test clock's day.
     Clock::WallTime localTime(int hour, int minute, int dayOffset = 0) const {

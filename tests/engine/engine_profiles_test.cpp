@@ -18,8 +18,7 @@ protected:
         engine->setSpoolRate(9000.0);
         engine->selectPreset(FanPreset::auto_);
         tickAt(35.0, wideFan());
-        tickAt(85.0, wideFan());
-        EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
+        EXPECT_NEAR(fractionAt(85.0), 0.35, 1e-9);
     }
 };
 
@@ -31,8 +30,7 @@ TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCou
     power(PowerSource::ac);
     tickAt(85.0, wideFan());
     power(PowerSource::unknown);
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 1.0 - 0.65 * 0.65 * 0.65, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 1.0 - 0.65 * 0.65 * 0.65, 1e-9);
 
     // To battery: re-applied with the battery cap, so the next tick starts unsmoothed at it.
     const auto profileChanges = countChanges(engine->activeProfile());
@@ -41,8 +39,7 @@ TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCou
     EXPECT_EQ(engine->activeProfile().value()->id, FanProfile::halvorenStandard().id);
     EXPECT_EQ(lastCap(), 0.7);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.7, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 0.7, 1e-9);
 
     power(PowerSource::ac);
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
@@ -76,16 +73,14 @@ TEST_F(EngineProfilesTest, ACapChangeForAnotherPresetStillRestartsTheActivePrese
     balancedStepTo85();
     engine->setPresetCap(FanPreset::quiet, 0.3, std::nullopt);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 1.0, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 1.0, 1e-9);
 
     // Without an active preset nothing is re-applied.
     engine->selectProfile(FanProfile::halvorenStandard());
     tickAt(35.0, wideFan());
     engine->setPresetCap(FanPreset::auto_, 0.5, 0.5);
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 0.35, 1e-9);
 }
 
 TEST_F(EngineProfilesTest, AConstantSpeedNeedsAKnownFanAndIsAFreshManualLock) {
