@@ -43,6 +43,7 @@ std::vector<std::vector<double>> runsOf(const std::string& prefix, std::optional
 
 std::vector<std::string> idsOf(const std::vector<DeviceSensorReading>& rows) {
     std::vector<std::string> ids;
+    ids.reserve(rows.size());
     for (const auto& row : rows) {
         ids.push_back(row.id);
     }
@@ -105,8 +106,10 @@ TEST(DeviceSensorMap, CoreListsFollowTheCoreCounts) {
 
 TEST(DeviceSensorMap, GpuClustersSliceExtraRunsAndNeverPad) {
     std::vector<SMCSensor> nine;
-    for (int i = 0; i < 9; ++i) {
-        nine.push_back(temp("Tg0" + std::string(1, detail::suffixAlphabet[2 * i]), 20 + i));
+    nine.reserve(9);
+    for (std::size_t i = 0; i < 9; ++i) {
+        nine.push_back(
+            temp("Tg0" + std::string(1, detail::suffixAlphabet[2 * i]), 20.0 + static_cast<double>(i)));
     }
     // step 1.8: slices 0..<1, 1..<3, 3..<5, 5..<7, 7..<9.
     EXPECT_EQ(detail::gpuClusters(nine, 5), (Optionals{20, 21.5, 23.5, 25.5, 27.5}));
