@@ -8,7 +8,6 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <set>
 
 namespace halvoren {
 namespace {
@@ -46,21 +45,16 @@ TEST(FanCurve, InterpolatesClampsAndHoldsTheEnds) {
 }
 
 TEST(FanCurve, SortsStablyAndGivesFreshIdentities) {
-    // Enough equal temperatures that an unstable sort would reorder them.
-    std::vector<CurvePoint> points;
-    points.reserve(42);
+    // Enough equal temperatures that an unstable sort would reorder them, between the two ends given last
+    // and first.
+    std::vector<CurvePoint> points{CurvePoint::make(90, 1.0)};
     for (int i = 0; i < 40; ++i) {
         points.push_back(CurvePoint::make(70, i / 100.0));
     }
-    points.push_back(CurvePoint::make(90, 1.0));
-    points.insert(points.begin() + 20, CurvePoint::make(30, 0.0));
-    std::vector<CurvePoint> expected{points[20]};
-    for (std::size_t i = 0; i < points.size(); ++i) {
-        if (i != 20 && points[i].temperature == 70) {
-            expected.push_back(points[i]);
-        }
-    }
-    expected.push_back(points.back());
+    points.push_back(CurvePoint::make(30, 0.0));
+    std::vector<CurvePoint> expected{points.back()};
+    expected.insert(expected.end(), points.begin() + 1, points.end() - 1);
+    expected.push_back(points.front());
     const FanCurve curve(points);
     EXPECT_EQ(curve.points(), expected);
     EXPECT_DOUBLE_EQ(curve.rpmPercentage(70), 0.0);   // foot of the step

@@ -39,10 +39,6 @@ TEST(ModeCaseObjects, EncodeAsOneCaseKeyAndDecodeOnlyFromExactlyOne) {
               R"({"source":{"_0":"gpuAverage"}})");
     EXPECT_EQ(Json(ModeSensor::sensor("TB0T")).dump(), R"({"sensor":{"id":"TB0T"}})");
     EXPECT_EQ(Json::parse(R"({"fixed":{"percentage":1},"note":1})").get<ModeSpeed>(), ModeSpeed::fixed(1.0));
-    EXPECT_EQ(ModeSensor::sensor("perf.0").sensorID(), "perf.0");
-    EXPECT_EQ(ModeSensor::sensor("perf.0").controlSource(), std::nullopt);
-    EXPECT_EQ(ModeSensor::source(ControlSource::cpuEfficiency).controlSource(), ControlSource::cpuEfficiency);
-    EXPECT_EQ(ModeSensor::source(ControlSource::cpuEfficiency).sensorID(), std::nullopt);
     // An id that happens to spell a source's raw text is still a different sensor.
     EXPECT_NE(ModeSensor::sensor("hottest"), ModeSensor::source(ControlSource::hottest));
     EXPECT_NE(ModeSpeed::floor(0.5), ModeSpeed::fixed(0.5));
@@ -104,32 +100,30 @@ TEST(CustomMode, OlderDataLoadsLenientlyAndSavesInTheCurrentForm) {
 }
 
 TEST(CustomMode, OneBadModeFailsTheWholeList) {
-    const std::string good = R"({"id":"11111111-2222-3333-4444-555555555556","name":"B","symbolName":"x",)"
-                             R"("speed":{"floor":{"percentage":0.1}}})";
-    ASSERT_EQ(decodeCustomModes("[" + good + "]").size(), 1u);
-    const std::string id = R"("id":"11111111-2222-3333-4444-555555555555",)";
-    const std::string speed = R"("speed":{"floor":{"percentage":0.1}})";
-    const std::string badModes[] = {
-        "{" + id + R"("name":"A","symbolName":"x"})", // neither "speed" nor "floorPercentage"
-        R"({"name":"A","symbolName":"x",)" + speed + "}",
-        "{" + id + R"("symbolName":"x",)" + speed + "}",
-        "{" + id + R"("name":"A",)" + speed + "}",
-        R"({"id":"not-a-uuid","name":"A","symbolName":"x",)" + speed + "}",
-        "{" + id + R"("name":5,"symbolName":"x",)" + speed + "}",
-        "{" + id + R"("name":"A","symbolName":"x","floorPercentage":"0.4"})",
-        "{" + id + R"("name":"A","symbolName":"x","speed":0.4})",
-        "{" + id + R"("name":"A","symbolName":"x","drivesMainReadout":1,)" + speed + "}",
-        "{" + id + R"("name":"A","symbolName":"x",)" + speed +
-            R"(,"controlSensor":{"source":{"_0":"coolest"}}})",
-        "{" + id + R"("name":"A","symbolName":"x",)" + speed +
-            R"(,"displaySensor":{"source":{"_0":"coolest"}}})",
-        R"("mode")",
+    const Json good = Json::parse(listWith(R"("speed":{"floor":{"percentage":0.1}})"))[0];
+    ASSERT_EQ(decodeCustomModes(Json::array({good}).dump()).size(), 1u);
+    std::vector<Json> badModes{Json("mode")};
+    // Each required key missing ("speed" gone: neither speed form is there), then bad values.
+    for (const char* key : {"id", "name", "symbolName", "speed"}) {
+        badModes.push_back(good);
+        badModes.back().erase(key);
+    }
+    const Json coolest = Json::parse(R"({"source":{"_0":"coolest"}})");
+    const std::pair<const char*, Json> badValues[] = {
+        {"id", "not-a-uuid"},
+        {"name", 5},
+        {"speed", 0.4},
+        {"drivesMainReadout", 1},
+        {"controlSensor", coolest},
+        {"displaySensor", coolest},
     };
-    for (const auto& bad : badModes) {
-        std::string list = "[" + good + ",";
-        list += bad;
-        list += "]";
-        EXPECT_THROW(decodeCustomModes(list), DecodeError) << bad;
+    for (const auto& [key, value] : badValues) {
+        badModes.push_back(good);
+        badModes.back()[key] = value;
+    }
+    badModes.push_back(Json::parse(listWith(R"("floorPercentage":"0.4")"))[0]);
+    for (const Json& bad : badModes) {
+        EXPECT_THROW(decodeCustomModes(Json::array({good, bad}).dump()), DecodeError) << bad.dump();
     }
     for (const char* text : {"{}", "", "[{"}) {
         EXPECT_THROW(decodeCustomModes(text), DecodeError) << text;

@@ -43,26 +43,21 @@ std::vector<std::vector<double>> runsOf(const std::string& prefix, std::optional
 
 std::vector<std::string> idsOf(const std::vector<DeviceSensorReading>& rows) {
     std::vector<std::string> ids;
+    ids.reserve(rows.size());
     for (const auto& row : rows) {
         ids.push_back(row.id);
     }
     return ids;
 }
 
-TEST(DeviceSensorMap, LiveMaxAndSuffixIndex) {
+TEST(DeviceSensorMap, LiveMaxIsAboveTwelveDegrees) {
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.0}), none);
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.5}), 12.5);
     EXPECT_EQ(detail::liveMax(std::vector<double>{40, 70, 55}), 70);
     EXPECT_EQ(detail::liveMax({}), none);
-
-    // Neighbours, lengths and foreign characters are checked through the family runs below.
-    EXPECT_EQ(detail::suffixIndex("00"), 0);
-    EXPECT_EQ(detail::suffixIndex("zz"), 61 * 62 + 61);
-    EXPECT_EQ(detail::suffixIndex("1 "), none);
-    EXPECT_EQ(detail::suffixIndex("0"), none);
-    EXPECT_EQ(detail::suffixIndex("000"), none);
 }
 
+// Suffixes count in the alphabet 0-9, A-Z, a-z: runs show their neighbours, lengths and foreign characters.
 TEST(DeviceSensorMap, FamilyRunsSplitAtAnySkippedSuffix) {
     EXPECT_EQ(runsOf("Tp", none, Sensors{temp("Tp01", 1), temp("Tp02", 2), temp("Tp04", 4)}),
               (std::vector<std::vector<double>>{{1, 2}, {4}}));
@@ -111,8 +106,10 @@ TEST(DeviceSensorMap, CoreListsFollowTheCoreCounts) {
 
 TEST(DeviceSensorMap, GpuClustersSliceExtraRunsAndNeverPad) {
     std::vector<SMCSensor> nine;
-    for (int i = 0; i < 9; ++i) {
-        nine.push_back(temp("Tg0" + std::string(1, detail::suffixAlphabet[2 * i]), 20 + i));
+    nine.reserve(9);
+    for (std::size_t i = 0; i < 9; ++i) {
+        nine.push_back(
+            temp("Tg0" + std::string(1, detail::suffixAlphabet[2 * i]), 20.0 + static_cast<double>(i)));
     }
     // step 1.8: slices 0..<1, 1..<3, 3..<5, 5..<7, 7..<9.
     EXPECT_EQ(detail::gpuClusters(nine, 5), (Optionals{20, 21.5, 23.5, 25.5, 27.5}));

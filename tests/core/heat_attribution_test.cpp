@@ -10,10 +10,9 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr std::uint64_t second = 1'000'000'000;
-
-ProcessCPUTime at(std::int32_t pid, std::uint64_t user, std::uint64_t system = 0) {
-    return {pid, {user, system}};
+// A process's cumulative user and system time, in seconds.
+ProcessCPUTime at(std::int32_t pid, double user, double system = 0) {
+    return {pid, {static_cast<std::uint64_t>(user * 1e9), static_cast<std::uint64_t>(system * 1e9)}};
 }
 
 TEST(HeatAttribution, HelperSuffixes) {
@@ -43,29 +42,14 @@ TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
         std::vector<ProcessCPUTime> now;
         std::vector<std::pair<std::int32_t, double>> expected;
     } cases[] = {
-        {"first sample only makes baselines", {}, {at(7, 5 * second)}, {}},
-        {"user and system both count",
-         {at(7, 1 * second, 1 * second)},
-         {at(7, 2 * second, 3 * second)},
-         {{7, 3.0}}},
-        {"an idle process is not listed", {at(7, second)}, {at(7, second)}, {}},
-        {"a new pid is only a baseline",
-         {at(7, second)},
-         {at(7, 2 * second), at(9, 50 * second)},
-         {{7, 1.0}}},
-        {"a reused pid with smaller counters gives nothing",
-         {at(7, 9 * second, 9 * second)},
-         {at(7, second, second)},
-         {}},
-        {"one counter back, the other on",
-         {at(7, 9 * second, second)},
-         {at(7, second, 3 * second)},
-         {{7, 2.0}}},
-        {"pids below 1 are ignored", {at(0, 0), at(-3, 0)}, {at(0, second), at(-3, second)}, {}},
-        {"reading order is kept",
-         {at(9, 0), at(3, 0)},
-         {at(9, second / 2), at(3, second)},
-         {{9, 0.5}, {3, 1.0}}},
+        {"first sample only makes baselines", {}, {at(7, 5)}, {}},
+        {"user and system both count", {at(7, 1, 1)}, {at(7, 2, 3)}, {{7, 3.0}}},
+        {"an idle process is not listed", {at(7, 1)}, {at(7, 1)}, {}},
+        {"a new pid is only a baseline", {at(7, 1)}, {at(7, 2), at(9, 50)}, {{7, 1.0}}},
+        {"a reused pid with smaller counters gives nothing", {at(7, 9, 9)}, {at(7, 1, 1)}, {}},
+        {"one counter back, the other on", {at(7, 9, 1)}, {at(7, 1, 3)}, {{7, 2.0}}},
+        {"pids below 1 are ignored", {at(0, 0), at(-3, 0)}, {at(0, 1), at(-3, 1)}, {}},
+        {"reading order is kept", {at(9, 0), at(3, 0)}, {at(9, 0.5), at(3, 1)}, {{9, 0.5}, {3, 1.0}}},
     };
     for (const auto& c : cases) {
         CPUTimeBaselines baselines;
@@ -85,14 +69,14 @@ TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
 TEST(HeatAttribution, VanishedProcessLeavesTheTable) {
     CPUTimeBaselines baselines;
     std::vector<ProcessCPUDelta> out;
-    baselines.advance(std::vector{at(8, second), at(7, second)}, out); // not in pid order
+    baselines.advance(std::vector{at(8, 1), at(7, 1)}, out); // not in pid order
     EXPECT_TRUE(baselines.contains(7) && baselines.contains(8));
-    baselines.advance(std::vector{at(8, 2 * second)}, out);
+    baselines.advance(std::vector{at(8, 2)}, out);
     EXPECT_FALSE(baselines.contains(7));
     // Back under the same pid: a baseline again, not a delta from the old process.
-    baselines.advance(std::vector{at(7, 30 * second), at(8, 2 * second)}, out);
+    baselines.advance(std::vector{at(7, 30), at(8, 2)}, out);
     EXPECT_TRUE(out.empty());
-    baselines.advance(std::vector{at(9, 0), at(7, 31 * second), at(8, 4 * second)}, out);
+    baselines.advance(std::vector{at(9, 0), at(7, 31), at(8, 4)}, out);
     ASSERT_EQ(out.size(), 2U);
     EXPECT_EQ(out[0].pid, 7);
     EXPECT_EQ(out[1].pid, 8);
@@ -102,10 +86,8 @@ TEST(HeatAttribution, AggregateRanksSumsAndTruncates) {
     using Entries = std::vector<std::pair<std::string_view, double>>;
     EXPECT_TRUE(aggregateHeat(Entries{}).empty());
     EXPECT_TRUE(aggregateHeat(Entries{{"A", 0.0}, {"B", -1.0}}).empty());
-    const auto two = aggregateHeat(Entries{{"A", 1.0}, {"B", 3.0}, {"A", 0.5}});
-    ASSERT_EQ(two.size(), 2U);
-    EXPECT_EQ(two[0], (HeatSource{"B", 3.0 / 4.5, 3.0, 0}));
-    EXPECT_EQ(two[1], (HeatSource{"A", 1.5 / 4.5, 1.5, 0}));
+    EXPECT_EQ(aggregateHeat(Entries{{"A", 1.0}, {"B", 3.0}, {"A", 0.5}}),
+              (std::vector<HeatSource>{{"B", 3.0 / 4.5, 3.0, 0}, {"A", 1.5 / 4.5, 1.5, 0}}));
 
     // Nine names: the smallest is dropped but still counts toward the total.
     std::vector<std::pair<std::string_view, double>> nine;

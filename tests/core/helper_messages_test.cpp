@@ -9,17 +9,6 @@ namespace {
 
 using M = HelperMethod;
 
-TEST(HelperConstants, RequirementsNameTheTeamAndTheHeartbeatOutlastsACall) {
-    EXPECT_EQ(HelperConstants::clientRequirement(),
-              "anchor apple generic and identifier \"com.halvoren.app\" and certificate leaf[subject.OU] = "
-              "\"ZK7R2MQ5TB\"");
-    EXPECT_EQ(HelperConstants::daemonRequirement(),
-              "anchor apple generic and identifier \"com.halvoren.SMCService\" and certificate "
-              "leaf[subject.OU] = \"ZK7R2MQ5TB\"");
-    EXPECT_EQ(HelperConstants::heartbeatTimeout, 2 * HelperConstants::heartbeatInterval);
-    EXPECT_LT(HelperConstants::xpcCallTimeout, HelperConstants::heartbeatTimeout);
-}
-
 TEST(HelperMessages, RequestsRoundTripWithExactWireNames) {
     EXPECT_EQ(encodeRequest({.id = 7, .method = M::setTargetRPM, .fan = 1, .rpm = 1800.5}),
               R"({"id":7,"method":"setTargetRPM","fan":1,"rpm":1800.5})");

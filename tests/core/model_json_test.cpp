@@ -7,12 +7,10 @@
 #include "core/power_telemetry.h"
 #include "core/sensor.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -46,16 +44,12 @@ Json otherKind(const Json& value) {
     return Json::array();
 }
 
-// Every key is required, null is never a value, and every key checks its type.
+// Every key of a stored example is required, null is never a value, and every key checks its type. The
+// examples hold exactly the keys their encoders write (checked below), so none is left out here.
 template <class T>
-void expectStrictKeys(const Json& valid, const std::set<std::string>& keys) {
+void expectStrictKeys(const Json& valid) {
     ASSERT_NO_THROW((void)valid.get<T>());
-    std::set<std::string> present;
-    for (auto it = valid.begin(); it != valid.end(); ++it) {
-        present.insert(it.key());
-    }
-    ASSERT_EQ(present, keys);
-    for (const auto& key : keys) {
+    for (const auto& [key, value] : valid.items()) {
         Json missing = valid;
         missing.erase(key);
         EXPECT_THROW((void)missing.get<T>(), DecodeError) << "without " << key;
@@ -63,7 +57,7 @@ void expectStrictKeys(const Json& valid, const std::set<std::string>& keys) {
         null[key] = nullptr;
         EXPECT_THROW((void)null.get<T>(), DecodeError) << key << " null";
         Json wrong = valid;
-        wrong[key] = otherKind(valid[key]);
+        wrong[key] = otherKind(value);
         EXPECT_THROW((void)wrong.get<T>(), DecodeError) << key << " as " << wrong[key].dump();
     }
     for (const Json& notObject : {Json(nullptr), Json::array(), Json("x"), Json(1)}) {
@@ -93,12 +87,7 @@ void expectNonFiniteRefused(const T& valid, std::initializer_list<double T::*> f
     }
 }
 
-template <class... E>
-void expectEnumRoundTrips() {
-    const auto each = [](auto value) { EXPECT_EQ(roundTrip(value), value) << rawValue(value); };
-    (std::ranges::for_each(allCases<E>(), each), ...);
-}
-
+// NOLINTBEGIN(cert-err58-cpp): fixed texts that parse, read by every test below
 const Json pointJson = json::parse(R"({"id":"6BA7B810-9DAD-11D1-80B4-00C04FD430C8",
                                        "temperature":55.5,"rpmPercentage":0.35})");
 
@@ -119,17 +108,15 @@ const Json ruleJson = json::parse(R"({"enabled":true,"thresholdCelsius":92.5,"au
 
 const Json powerJson = json::parse(R"({"source":"battery","systemWatts":14.2,"isCharging":false,
                                        "isClamshell":true,"batteryWattHours":52.6})");
+// NOLINTEND(cert-err58-cpp)
 
-TEST(ModelJson, EveryListedKeyIsRequiredAndTyped) {
-    expectStrictKeys<CurvePoint>(pointJson, {"id", "temperature", "rpmPercentage"});
-    expectStrictKeys<FanProfile>(
-        profileJson(), {"id", "name", "mode", "constantTargetRPM", "targetSensorGroupID", "curvePoints"});
-    expectStrictKeys<FanStatus>(fanJson, {"id", "currentRPM", "minRPM", "maxRPM", "targetRPM", "isManaged"});
-    expectStrictKeys<SMCSensor>(sensorJson,
-                                {"id", "key", "name", "category", "currentTemp", "sensorClass", "unit"});
-    expectStrictKeys<AlertRule>(ruleJson, {"enabled", "thresholdCelsius", "autoBoost"});
-    expectStrictKeys<PowerTelemetry>(
-        powerJson, {"source", "systemWatts", "isCharging", "isClamshell", "batteryWattHours"});
+TEST(ModelJson, EveryKeyIsRequiredAndTyped) {
+    expectStrictKeys<CurvePoint>(pointJson);
+    expectStrictKeys<FanProfile>(profileJson());
+    expectStrictKeys<FanStatus>(fanJson);
+    expectStrictKeys<SMCSensor>(sensorJson);
+    expectStrictKeys<AlertRule>(ruleJson);
+    expectStrictKeys<PowerTelemetry>(powerJson);
 }
 
 // Each stored example decodes to its value and encodes back to the same text: keys in declaration order and
@@ -234,7 +221,7 @@ TEST(ModelJson, FanStatusLeavesOutWhetherTheReadingWasValid) {
     EXPECT_TRUE(withFlag.get<FanStatus>().currentRPMValid);
 }
 
-TEST(ModelJson, RoundTripsGiveEqualValues) {
+TEST(ModelJson, ProfilesRoundTripAsGivenAndTheUnlimitedSpeedStaysAnInteger) {
     // Points are held as given, even outside the unit range.
     const FanProfile curve{Uuid::random(),
                            "Edge \"quoted\" ✓",
@@ -244,34 +231,16 @@ TEST(ModelJson, RoundTripsGiveEqualValues) {
                            {CurvePoint::make(-12.5, -0.2), CurvePoint::make(0.1 + 0.2, 1.7),
                             CurvePoint::make(1e-300, 0.333333333333333315)}};
     EXPECT_EQ(roundTrip(curve), curve);
-
-    const FanProfile flatOut{Uuid::random(), "", ControlMode::constantRPM, FanProfile::unlimitedRPM, "", {}};
-    EXPECT_EQ(Json(flatOut)["constantTargetRPM"].dump(), "9223372036854775807");
-    EXPECT_EQ(roundTrip(flatOut), flatOut);
-
-    for (const auto& builtin : FanProfile::builtins()) {
-        EXPECT_EQ(roundTrip(builtin), builtin) << builtin.name;
-    }
-
     // A point with a different identity makes a different curve.
     FanProfile renumbered = curve;
     renumbered.curvePoints[0].id = Uuid::random();
     EXPECT_NE(renumbered, curve);
 
-    EXPECT_EQ(roundTrip(FanStatus{9, 0.0, -1.0, 1e6, 6553.5, true, true}),
-              (FanStatus{9, 0.0, -1.0, 1e6, 6553.5, true, true}));
-    const SMCSensor sensor{"hid.PMU tdie3",    "PMU tdie3", "PMU tdie3", SensorCategory::enclosure, -0.5,
-                           SensorClass::other, ""};
-    EXPECT_EQ(roundTrip(sensor), sensor);
-    EXPECT_EQ(roundTrip(AlertRule{false, -273.15, true}), (AlertRule{false, -273.15, true}));
-    for (const auto source : allCases<PowerSource>()) {
-        const PowerTelemetry power{source, 7.25, true, false, 0.0};
-        EXPECT_EQ(roundTrip(power), power);
+    // Every mode, and the largest constant speed.
+    for (const auto& builtin : FanProfile::builtins()) {
+        EXPECT_EQ(roundTrip(builtin), builtin) << builtin.name;
     }
-    expectEnumRoundTrips<FanPreset, SensorCategory, SensorClass, ControlSource>();
-    for (const auto mode : {ControlMode::appleAuto, ControlMode::constantRPM, ControlMode::adaptiveCurve}) {
-        EXPECT_EQ(roundTrip(mode), mode);
-    }
+    EXPECT_EQ(Json(FanProfile::maxThermalBlast())["constantTargetRPM"].dump(), "9223372036854775807");
 }
 
 TEST(ModelJson, NonFiniteNumbersRefuseToEncode) {

@@ -11,13 +11,6 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
 
-TEST(PowerTelemetry, OnlyABatterySourceIsOnBattery) {
-    EXPECT_EQ(PowerTelemetry{}.source, PowerSource::unknown);
-    EXPECT_FALSE(PowerTelemetry{}.onBattery());
-    EXPECT_TRUE((PowerTelemetry{PowerSource::battery, 0, false, false, 0}).onBattery());
-    EXPECT_FALSE((PowerTelemetry{PowerSource::ac, 0, false, false, 0}).onBattery());
-}
-
 TEST(PowerTelemetry, FanWattsFollowTheCubeLawUpToFullSpeedAndNeverGoNegative) {
     const struct {
         double rpm, maxRPM, watts;

@@ -3,7 +3,6 @@
 #include "curve_numbers.h"
 
 #include <gtest/gtest.h>
-#include <limits>
 #include <utility>
 #include <vector>
 

@@ -104,20 +104,6 @@ TEST(WeatherCopy, EachConditionHasItsSentenceWithItsOwnNumber) {
     }
 }
 
-TEST(WeatherSnapshot, PlaceholderIsClearWithADashAndNoCards) {
-    const auto placeholder = WeatherSnapshot::placeholder();
-    EXPECT_EQ(placeholder.forecastLine, "—");
-    auto blank = placeholder;
-    blank.forecastLine.clear();
-    EXPECT_EQ(blank, WeatherSnapshot{});
-}
-
-} // namespace
-} // namespace halvoren
-
-namespace halvoren {
-namespace {
-
 TEST(WeatherHourly, PastHoursComeFromTodayOnlyAndForecastsNeedEnoughData) {
     ThermalAlmanac almanac;
     for (int day = 0; day < 4; ++day) {

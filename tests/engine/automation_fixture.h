@@ -2,6 +2,10 @@
 
 #include "engine_fixture.h"
 
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -39,9 +43,49 @@ protected:
                (profile ? profile->name : "none");
     }
 
-public:
-    void night() { engine->evaluateQuietHours(localTime(23, 0)); }
-    void day() { engine->evaluateQuietHours(localTime(9, 0)); }
+    // Plays `script`, moves separated by spaces, then tells the state. A move is a user's choice
+    // (quiet, auto, max, blast: the profile, mode: the rendering template, turbo, unturbo, manual,
+    // cooldown, dust), what an automation hears (meeting, unmeeting, battery, mains) or the clock:
+    // night (23:00), day (09:00) or HH:MM, +N for N days on, each an evaluation of the quiet hours.
+    std::string after(std::string_view script) {
+        const std::map<std::string, std::function<void()>> moves{
+            {"quiet", [&] { engine->selectPreset(FanPreset::quiet); }},
+            {"auto", [&] { engine->selectPreset(FanPreset::auto_); }},
+            {"max", [&] { engine->selectPreset(FanPreset::max); }},
+            {"blast", [&] { engine->selectProfile(FanProfile::maxThermalBlast()); }},
+            {"mode",
+             [&] {
+                 engine->addCustomMode(CustomMode::renderingTemplate());
+                 engine->selectCustomMode(CustomMode::renderingTemplate().id);
+             }},
+            {"turbo", [&] { engine->engageTurbo(); }},
+            {"unturbo", [&] { engine->disengageTurbo(); }},
+            {"manual", [&] { engine->enterManualControl(); }},
+            {"cooldown", [&] { engine->startCooldown(60.0); }},
+            {"dust", [&] { engine->startDustCycle(); }},
+            {"meeting", [&] { engine->evaluateMeetingQuiet(true); }},
+            {"unmeeting", [&] { engine->evaluateMeetingQuiet(false); }},
+            {"battery", [&] { onBattery(true); }},
+            {"mains", [&] { onBattery(false); }},
+            {"night", [&] { engine->evaluateQuietHours(localTime(23, 0)); }},
+            {"day", [&] { engine->evaluateQuietHours(localTime(9, 0)); }},
+        };
+        std::istringstream words{std::string(script)};
+        for (std::string word; words >> word;) {
+            int hour = 0;
+            int minute = 0;
+            int days = 0;
+            if (const auto move = moves.find(word); move != moves.end()) {
+                move->second();
+            } else if (std::sscanf(word.c_str(), "%d:%d+%d", &hour, &minute, &days) >= 2) {
+                engine->evaluateQuietHours(localTime(hour, minute, days));
+            } else {
+                ADD_FAILURE() << "no move " << word;
+            }
+        }
+        return state();
+    }
+
     void onBattery(bool battery) {
         engine->updatePowerTelemetry(
             PowerTelemetry{.source = battery ? PowerSource::battery : PowerSource::ac});

@@ -6,21 +6,20 @@ namespace {
 using CooldownDustTest = AutomationTest;
 
 TEST_F(CooldownDustTest, ACooldownEndsTurboAtItsTimeAndOnlyItsOwnTimerCounts) {
-    engine->selectPreset(FanPreset::quiet);
-    engine->startCooldown(60.0);
+    after("quiet cooldown");
     const auto end = engine->cooldownEndDate().value();
     timers.advance(30.0);
-    engine->startCooldown(60.0); // neither a second cooldown nor an extension
+    after("cooldown"); // neither a second cooldown nor an extension
     EXPECT_EQ(engine->cooldownEndDate().value(), end);
     timers.advance(30.0);
     EXPECT_EQ(state(), "quiet/Silent Stealth");
 
     // The first timer is cancelled with its cooldown; its wake-up must not end the second.
-    engine->startCooldown(60.0);
+    after("cooldown");
     engine->cancelCooldown();
     EXPECT_EQ(state(), "quiet/Silent Stealth");
     timers.advance(30.0);
-    engine->startCooldown(60.0);
+    after("cooldown");
     timers.advance(30.0);
     EXPECT_EQ(state(), "turbo cooling -/Turbo");
     timers.advance(30.0);
@@ -28,17 +27,13 @@ TEST_F(CooldownDustTest, ACooldownEndsTurboAtItsTimeAndOnlyItsOwnTimerCounts) {
 }
 
 TEST_F(CooldownDustTest, ACooldownJoinsTheUsersTurboAndEndsItToo) {
-    engine->engageTurbo();
-    engine->startCooldown(60.0);
+    after("turbo cooldown");
     timers.advance(60.0);
     EXPECT_EQ(state(), "-/Halvoren Standard");
 
     // Ending Turbo by hand ends the cooldown with it; its timer then finds nothing to do.
-    engine->startCooldown(60.0);
-    engine->disengageTurbo();
-    EXPECT_FALSE(engine->isCoolingDown());
-    engine->selectPreset(FanPreset::max);
-    engine->engageTurbo();
+    EXPECT_EQ(after("cooldown unturbo"), "-/Halvoren Standard");
+    after("max turbo");
     timers.advance(60.0);
     EXPECT_EQ(state(), "turbo -/Turbo");
 }
@@ -60,9 +55,7 @@ TEST_F(CooldownDustTest, ADustCyclePulsesEveryFanThenRestoresAndShowsTheResult) 
         now = step.at;
         driver.writes.clear();
         run(engine->applyDustStep());
-        ASSERT_EQ(driver.writes.size(), 2u);
-        EXPECT_EQ(driver.writes[0].rpm, step.fan0);
-        EXPECT_EQ(driver.writes[1].rpm, step.fan1);
+        EXPECT_EQ(driver.writes, (std::vector<FakeFanDriver::Write>{{0, step.fan0}, {1, step.fan1}}));
         EXPECT_EQ(engine->dustCycleState().value(), DustCycleUIState::running(step.shown));
     }
     engine->selectPreset(FanPreset::max); // overwritten by the restore
@@ -85,9 +78,7 @@ TEST_F(CooldownDustTest, HeatOrALostHelperAbortsTheCycle) {
     EXPECT_EQ(state(), "auto/Halvoren Standard");
 
     // Without the helper no cycle starts at all.
-    driver.state = HelperState::notRegistered();
-    engine->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return engine->helperState()->kind() != HelperState::Kind::connected; }));
+    helperBecomes(HelperState::notRegistered());
     timers.advance(1.5);
     engine->startDustCycle();
     EXPECT_EQ(engine->dustCycleState().value(), DustCycleUIState::idle());

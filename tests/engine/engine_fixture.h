@@ -27,34 +27,41 @@ namespace halvoren {
 // loop polls an empty poller.
 class EngineTest : public ::testing::Test {
 protected:
+    // The helper reports the app's own version, so no relaunch adds state queries of its own.
     EngineTest()
-        : settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat) {}
-
-    HalvorenEngine& makeEngine(std::optional<FanProfile> initial = FanProfile::appleAuto()) {
-        engine = std::make_unique<HalvorenEngine>(
-            initial, HalvorenEngine::Environment{.driver = driver,
-                                                 .timers = timers,
-                                                 .settings = settings,
-                                                 .coreCounts = [] { return DeviceSensorMap::CoreCounts{}; },
-                                                 .hidFactory = noHIDSensors,
-                                                 .power = power,
-                                                 .microphone = microphone,
-                                                 .applications = applications,
-                                                 .notifications = notifications,
-                                                 .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
-                                                 .dataDirectory = dir.path(),
-                                                 .processCPUTimes = processes});
-        return *engine;
-    }
-
-    // Lets the supervisor commit a connected state, as the first refresh of a run does. The
-    // helper reports the app's own version, so no relaunch adds state queries of its own.
-    void connect() {
+        : settings(dir.filePath(QStringLiteral("settings.ini")), QSettings::IniFormat) {
         driver.version = std::string(helperBuildVersion);
-        driver.state = HelperState::connected();
-        engine->refreshHelperState();
-        ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == HelperState::connected(); }));
     }
+
+    // An engine over `from` and this fixture's fakes; the run loop, if started, ends with it.
+    std::unique_ptr<HalvorenEngine> engineOver(QSettings& from,
+                                               std::optional<FanProfile> initial = FanProfile::appleAuto()) {
+        return std::make_unique<HalvorenEngine>(
+            std::move(initial),
+            HalvorenEngine::Environment{.driver = driver,
+                                        .timers = timers,
+                                        .settings = from,
+                                        .coreCounts = [] { return DeviceSensorMap::CoreCounts{}; },
+                                        .hidFactory = noHIDSensors,
+                                        .power = power,
+                                        .microphone = microphone,
+                                        .applications = applications,
+                                        .notifications = notifications,
+                                        .timeZone = QTimeZone(QByteArrayLiteral("Europe/Berlin")),
+                                        .dataDirectory = dir.path(),
+                                        .processCPUTimes = processes});
+    }
+    void makeEngine(std::optional<FanProfile> initial = FanProfile::appleAuto()) {
+        engine = engineOver(settings, std::move(initial));
+    }
+
+    // The helper's state as the driver answers it from now on, once the supervisor has committed it.
+    void helperBecomes(const HelperState& state) {
+        driver.state = state;
+        engine->refreshHelperState();
+        ASSERT_TRUE(pumpUntil([&] { return engine->helperState().value() == state; }));
+    }
+    void connect() { helperBecomes(HelperState::connected()); }
 
     static FanStatus fan(int id, double current, double min = 1200.0, double max = 6000.0) {
         return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
@@ -64,8 +71,6 @@ protected:
     static constexpr double wideMin = 1000.0;
     static constexpr double wideMax = 7400.0;
     static std::vector<FanStatus> wideFan() { return {fan(0, 2000.0, wideMin, wideMax)}; }
-    // The fraction of the wide fan's range that the last write asked for.
-    double lastFraction() const { return (driver.writes.back().rpm - wideMin) / (wideMax - wideMin); }
 
     // A named sensor (its name differs from its key), so it counts as trusted.
     static SMCSensor temperatureSensor(std::string key, double celsius,
@@ -81,13 +86,11 @@ protected:
 
     // A sweep with these temperatures and fans.
     static SensorPoller::Snapshot sweep(std::vector<SMCSensor> temperatures, std::vector<FanStatus> fans) {
-        SensorPoller::Snapshot snapshot;
-        snapshot.allSensors = temperatures;
-        snapshot.temperatures = std::move(temperatures);
-        snapshot.fans = std::move(fans);
-        snapshot.smcAvailable = true;
-        snapshot.sensorsRefreshed = true;
-        return snapshot;
+        return {.temperatures = temperatures,
+                .allSensors = temperatures,
+                .fans = std::move(fans),
+                .smcAvailable = true,
+                .sensorsRefreshed = true};
     }
 
     // Runs a tick coroutine to its end; the fake driver completes at once.
@@ -107,6 +110,12 @@ protected:
         engine->apply(sweep({temperatureSensor("TC0P", celsius)}, fans));
         tick(fans);
     }
+    // A tick at `celsius` on the wide fan, and the speed written, or the fraction of its range.
+    double rpmAt(double celsius) {
+        tickAt(celsius, wideFan());
+        return driver.writes.back().rpm;
+    }
+    double fractionAt(double celsius) { return (rpmAt(celsius) - wideMin) / (wideMax - wideMin); }
 
     // A wall time in the engine's time zone, on the test clock's day.
     Clock::WallTime localTime(int hour, int minute, int dayOffset = 0) const {

@@ -7,12 +7,9 @@ using ManualTurboTest = AutomationTest;
 
 TEST_F(ManualTurboTest, WithNoFansKnownNothingStarts) {
     makeEngine();
-    engine->selectPreset(FanPreset::auto_);
-    engine->engageTurbo();
-    engine->enterManualControl();
+    after("auto turbo manual");
     engine->setFanTarget(0, 3000.0);
-    engine->startCooldown(60.0);
-    EXPECT_EQ(state(), "auto/Halvoren Standard");
+    EXPECT_EQ(after("cooldown"), "auto/Halvoren Standard");
 }
 
 TEST_F(ManualTurboTest, ManualControlSeedsFromMeasuredSpeedsAndIgnoresUnknownFans) {
@@ -32,55 +29,27 @@ TEST_F(ManualTurboTest, ManualControlSeedsFromMeasuredSpeedsAndIgnoresUnknownFan
     EXPECT_GT(driver.writes[1].rpm, 0.0);
 
     // Without the helper the targets wait for its return; nothing is written.
-    driver.state = HelperState::notRegistered();
-    engine->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return engine->helperState()->kind() != HelperState::Kind::connected; }));
+    helperBecomes(HelperState::notRegistered());
     run(engine->applyManualTick());
     EXPECT_EQ(driver.writes.size(), 2u);
     EXPECT_TRUE(engine->isManualControl());
 }
 
 TEST_F(ManualTurboTest, TurboComesBackToWhatItReplaced) {
-    struct Case {
-        const char* name;
-        void (*before)(HalvorenEngine&);
-        const char* restored;
-    };
-    const Case cases[] = {
-        {"a preset", [](HalvorenEngine& e) { e.selectPreset(FanPreset::quiet); }, "quiet/Silent Stealth"},
-        {"a profile", [](HalvorenEngine& e) { e.selectProfile(FanProfile::maxThermalBlast()); },
-         "-/Max Thermal Blast"},
-        // Manual control leaves no profile to return to: the firmware gets the fans.
-        {"manual control", [](HalvorenEngine& e) { e.enterManualControl(); }, "-/Apple Auto"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        c.before(*engine);
-        engine->engageTurbo();
-        engine->disengageTurbo();
-        EXPECT_EQ(state(), c.restored);
-    }
-
+    EXPECT_EQ(after("quiet turbo unturbo"), "quiet/Silent Stealth");
+    EXPECT_EQ(after("blast turbo unturbo"), "-/Max Thermal Blast");
+    // Manual control leaves no profile to return to: the firmware gets the fans.
+    EXPECT_EQ(after("manual turbo unturbo"), "-/Apple Auto");
     // A custom mode comes back only as the profile below it.
-    const CustomMode mode = CustomMode::renderingTemplate();
-    engine->addCustomMode(mode);
-    engine->selectCustomMode(mode.id);
-    engine->engageTurbo();
-    engine->disengageTurbo();
-    EXPECT_EQ(state(), "-/Halvoren Standard");
+    EXPECT_EQ(after("mode turbo unturbo"), "-/Halvoren Standard");
     EXPECT_FALSE(engine->activeCustomModeID().value());
 }
 
 TEST_F(ManualTurboTest, AnyOtherChoiceEndsTurboAndForgetsWhatItReplaced) {
-    engine->selectPreset(FanPreset::quiet);
-    engine->engageTurbo();
-    engine->selectPreset(FanPreset::max);
-    EXPECT_FALSE(engine->isTurboEngaged().value());
-    engine->disengageTurbo();
-    EXPECT_EQ(state(), "max/Max Thermal Blast");
+    EXPECT_EQ(after("quiet turbo max unturbo"), "max/Max Thermal Blast");
 
     // A profile of Turbo's exact shape is taken for Turbo and ends nothing.
-    engine->engageTurbo();
+    after("turbo");
     engine->selectProfile(FanProfile{.id = Uuid::random(),
                                      .name = "Turbo",
                                      .mode = ControlMode::constantRPM,
@@ -88,48 +57,29 @@ TEST_F(ManualTurboTest, AnyOtherChoiceEndsTurboAndForgetsWhatItReplaced) {
                                      .targetSensorGroupID = "max",
                                      .curvePoints = {}});
     EXPECT_TRUE(engine->isTurboEngaged().value());
-    engine->disengageTurbo();
-    EXPECT_EQ(state(), "max/Max Thermal Blast");
+    EXPECT_EQ(after("unturbo"), "max/Max Thermal Blast");
 }
 
 TEST_F(ManualTurboTest, AQuietMemoryConsumedDuringTurboSendsTheFansToTheFirmware) {
-    night(); // the window captures Standard and selects Quiet
-    engine->engageTurbo();
-    engine->evaluateQuietHours(localTime(23, 1)); // the memory waits while Turbo runs
-    engine->disengageTurbo();
-    EXPECT_EQ(state(), "quiet/Silent Stealth");
+    // The window captures Standard and selects Quiet; its memory waits while Turbo runs.
+    EXPECT_EQ(after("night turbo 23:01 unturbo"), "quiet/Silent Stealth");
     // Still the window's own Quiet: its end restores what came before it.
-    day();
-    EXPECT_EQ(state(), "-/Halvoren Standard");
-
-    night();
-    engine->engageTurbo();
-    day(); // the window ends under Turbo: no restore, the memory is dropped
-    EXPECT_EQ(state(), "turbo -/Turbo");
-    engine->disengageTurbo();
-    EXPECT_EQ(state(), "-/Apple Auto");
+    EXPECT_EQ(after("day"), "-/Halvoren Standard");
+    // The window ends under Turbo: no restore, the memory is dropped.
+    EXPECT_EQ(after("night turbo day"), "turbo -/Turbo");
+    EXPECT_EQ(after("unturbo"), "-/Apple Auto");
 }
 
 TEST_F(ManualTurboTest, OnlyTheStaleMemoryIsClearedWhenBothWereHeld) {
     // Both automations hold a memory: the user leaves Quiet between the window's evaluation
-    // and the meeting's, and the meeting captures what the user chose.
-    night();
-    engine->selectPreset(FanPreset::auto_);
-    engine->evaluateMeetingQuiet(true);
-    engine->engageTurbo();
-    engine->evaluateMeetingQuiet(false); // the meeting ends under Turbo: its memory goes
-    engine->disengageTurbo();
-    EXPECT_EQ(state(), "-/Apple Auto");
-
+    // and the meeting's, and the meeting captures what the user chose. The meeting then ends
+    // under Turbo: its memory goes.
+    EXPECT_EQ(after("night auto meeting turbo unmeeting unturbo"), "-/Apple Auto");
     // The window's memory stayed, and the preset is no longer Quiet: an override, seen over two
     // evaluations, so the window's end restores nothing and the next night's window does not
     // engage.
-    engine->evaluateQuietHours(localTime(23, 30));
-    engine->evaluateQuietHours(localTime(23, 31));
-    day();
-    EXPECT_EQ(state(), "-/Apple Auto");
-    engine->evaluateQuietHours(localTime(23, 0, 1));
-    EXPECT_EQ(state(), "-/Apple Auto");
+    EXPECT_EQ(after("23:30 23:31 day"), "-/Apple Auto");
+    EXPECT_EQ(after("23:00+1"), "-/Apple Auto");
 }
 
 } // namespace

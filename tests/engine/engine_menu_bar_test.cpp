@@ -103,7 +103,6 @@ TEST_F(EngineMenuBarTest, StartingPublishesTheStoredChoicesBeforeTheFirstPass) {
     engine->start();
     EXPECT_EQ(label().readout, MenuBarReadout::hottestSensor);
     EXPECT_FALSE(label().animated);
-    engine->stop();
 }
 
 } // namespace

@@ -6,52 +6,34 @@ namespace {
 using PowerWorkloadTest = AutomationTest;
 
 TEST_F(PowerWorkloadTest, ThePlainProfileGivesWayOnBatteryAndComesBackOnMains) {
-    onBattery(true);
-    EXPECT_EQ(state(), "-/Silent Stealth");
-    engine->selectProfile(FanProfile::maxThermalBlast()); // the user's choice on battery stands
-    onBattery(true);
-    EXPECT_EQ(state(), "-/Max Thermal Blast");
+    EXPECT_EQ(after("battery"), "-/Silent Stealth");
+    EXPECT_EQ(after("blast battery"), "-/Max Thermal Blast"); // the user's choice on battery stands
     engine->updatePowerTelemetry(PowerTelemetry{.source = PowerSource::unknown}); // not battery
     EXPECT_EQ(state(), "-/Halvoren Standard");
-    onBattery(false);
-    EXPECT_EQ(state(), "-/Halvoren Standard");
+    EXPECT_EQ(after("mains"), "-/Halvoren Standard");
 }
 
 TEST_F(PowerWorkloadTest, AMemoryWaitsBehindAClosedGate) {
-    const CustomMode mode = CustomMode::renderingTemplate();
-    engine->addCustomMode(mode);
-    engine->selectCustomMode(mode.id);
-    onBattery(true);
-    EXPECT_EQ(state(), "-/Silent Stealth");
+    EXPECT_EQ(after("mode battery"), "-/Silent Stealth");
     EXPECT_FALSE(engine->activeCustomModeID().value());
-
-    engine->engageTurbo();
-    onBattery(false);
-    EXPECT_EQ(state(), "turbo -/Turbo");
+    EXPECT_EQ(after("turbo mains"), "turbo -/Turbo");
     engine->setAutoSwitchOnBattery(false);
-    engine->disengageTurbo(); // back to Silent Stealth, the profile Turbo replaced
-    onBattery(false);
-    EXPECT_EQ(state(), "-/Silent Stealth");
+    // Back to Silent Stealth, the profile Turbo replaced.
+    EXPECT_EQ(after("unturbo mains"), "-/Silent Stealth");
     engine->setAutoSwitchOnBattery(true);
-    onBattery(false); // the gate opens on mains: the profile below the custom mode returns
-    EXPECT_EQ(state(), "-/Halvoren Standard");
+    // The gate opens on mains: the profile below the custom mode returns.
+    EXPECT_EQ(after("mains"), "-/Halvoren Standard");
     EXPECT_FALSE(engine->activeCustomModeID().value());
 
     // Turbo on battery: nothing, then the switch fires at the first reading after it ends.
-    engine->engageTurbo();
-    onBattery(true);
-    EXPECT_EQ(state(), "turbo -/Turbo");
-    engine->disengageTurbo();
-    onBattery(true);
-    EXPECT_EQ(state(), "-/Silent Stealth");
+    EXPECT_EQ(after("turbo battery"), "turbo -/Turbo");
+    EXPECT_EQ(after("unturbo battery"), "-/Silent Stealth");
 }
 
 TEST_F(PowerWorkloadTest, WithNoProfileTheSwitchRemembersNothing) {
     makeEngine(std::nullopt);
-    onBattery(true);
-    EXPECT_EQ(state(), "-/Silent Stealth");
-    onBattery(false);
-    EXPECT_EQ(state(), "-/Silent Stealth");
+    EXPECT_EQ(after("battery"), "-/Silent Stealth");
+    EXPECT_EQ(after("mains"), "-/Silent Stealth");
 }
 
 TEST_F(PowerWorkloadTest, TheFloorIsTheStrongestReasonNotTheSum) {
@@ -73,7 +55,6 @@ TEST_F(PowerWorkloadTest, TheFloorIsTheStrongestReasonNotTheSum) {
     EXPECT_EQ(engine->effectiveFloor(), 0.1);
     engine->setClamshell(false);
     EXPECT_EQ(engine->effectiveFloor(), 0.0);
-    engine->stop();
 }
 
 } // namespace

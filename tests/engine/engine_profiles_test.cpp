@@ -11,24 +11,26 @@ protected:
     void power(PowerSource source) { engine->updatePowerTelemetry(PowerTelemetry{.source = source}); }
 
     double lastCap() const { return engine->activeProfile().value()->curvePoints.back().rpmPercentage; }
+
+    // Balanced on a connected helper, its filter seeded at the curve's bottom and then a step to 85 °C.
+    void balancedStepTo85() {
+        connect();
+        engine->setSpoolRate(9000.0);
+        engine->selectPreset(FanPreset::auto_);
+        tickAt(35.0, wideFan());
+        EXPECT_NEAR(fractionAt(85.0), 0.35, 1e-9);
+    }
 };
 
 TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCountsAsAChange) {
-    connect();
-    engine->setSpoolRate(9000.0);
-    engine->selectPreset(FanPreset::auto_);
+    balancedStepTo85();
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-
-    tickAt(35.0, wideFan()); // the curve's bottom seeds the filter
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
     // unknown -> ac and ac -> unknown are no change: the filter goes on smoothing.
     power(PowerSource::ac);
     tickAt(85.0, wideFan());
     power(PowerSource::unknown);
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 1.0 - 0.65 * 0.65 * 0.65, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 1.0 - 0.65 * 0.65 * 0.65, 1e-9);
 
     // To battery: re-applied with the battery cap, so the next tick starts unsmoothed at it.
     const auto profileChanges = countChanges(engine->activeProfile());
@@ -37,8 +39,7 @@ TEST_F(EngineProfilesTest, APresetFollowsTheCapOfThePowerSourceAndOnlyBatteryCou
     EXPECT_EQ(engine->activeProfile().value()->id, FanProfile::halvorenStandard().id);
     EXPECT_EQ(lastCap(), 0.7);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.7, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 0.7, 1e-9);
 
     power(PowerSource::ac);
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
@@ -69,25 +70,17 @@ TEST_F(EngineProfilesTest, SettingACapStoresItClampedAndReappliesTheActivePreset
 }
 
 TEST_F(EngineProfilesTest, ACapChangeForAnotherPresetStillRestartsTheActivePresetsSmoothing) {
-    connect();
-    engine->setSpoolRate(9000.0);
-    engine->selectPreset(FanPreset::auto_);
-    tickAt(35.0, wideFan());
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
-
+    balancedStepTo85();
     engine->setPresetCap(FanPreset::quiet, 0.3, std::nullopt);
     EXPECT_EQ(engine->activePreset().value(), FanPreset::auto_);
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 1.0, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 1.0, 1e-9);
 
     // Without an active preset nothing is re-applied.
     engine->selectProfile(FanProfile::halvorenStandard());
     tickAt(35.0, wideFan());
     engine->setPresetCap(FanPreset::auto_, 0.5, 0.5);
     EXPECT_EQ(engine->activeProfile().value(), FanProfile::halvorenStandard());
-    tickAt(85.0, wideFan());
-    EXPECT_NEAR(lastFraction(), 0.35, 1e-9);
+    EXPECT_NEAR(fractionAt(85.0), 0.35, 1e-9);
 }
 
 TEST_F(EngineProfilesTest, AConstantSpeedNeedsAKnownFanAndIsAFreshManualLock) {

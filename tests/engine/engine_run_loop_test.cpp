@@ -11,14 +11,6 @@ using Flt = SMCDataType::Kind;
 // pass is awaited by pumping the event loop; sleeps end only when the test moves time.
 class EngineRunLoopTest : public EngineTest {
 protected:
-    void SetUp() override { driver.version = std::string(helperBuildVersion); }
-
-    void TearDown() override {
-        if (engine) {
-            engine->stop();
-        }
-    }
-
     // Starts the loop and waits for its first pass.
     void startLoop() {
         engine->start();

@@ -1,7 +1,6 @@
 #include "core/preset_profiles.h"
 #include "engine_fixture.h"
 
-#include <QFileInfo>
 #include <string>
 #include <tuple>
 
@@ -86,14 +85,7 @@ protected:
     std::unique_ptr<HalvorenEngine> relaunch() {
         settings.sync();
         reopened = std::make_unique<QSettings>(settings.fileName(), QSettings::IniFormat);
-        return std::make_unique<HalvorenEngine>(
-            FanProfile::appleAuto(),
-            HalvorenEngine::Environment{.driver = driver,
-                                        .timers = timers,
-                                        .settings = *reopened,
-                                        .hidFactory = noHIDSensors,
-                                        .dataDirectory = QFileInfo((*reopened).fileName()).absolutePath(),
-                                        .processCPUTimes = processes});
+        return engineOver(*reopened);
     }
 
     RestorableDefaults changed{.acousticAlpha = 0.8,
@@ -153,24 +145,6 @@ TEST_F(EngineSettingsTest, RestoreDefaultsResetsAndStoresTheRestorableOnesAndRea
     const auto next = relaunch();
     EXPECT_EQ(fields(restorable(*next)), fields(RestorableDefaults{}));
     expectKeptSettings(*next);
-}
-
-TEST_F(EngineSettingsTest, CorruptStoredDataFallsBackUntilTheNextChangeOverwritesIt) {
-    engine.reset();
-    settings.setValue(QStringLiteral("com.halvoren.presetPowerCaps"), QByteArray(R"(["quiet",{"ac":0.1}])"));
-    settings.setValue(QStringLiteral("com.halvoren.customModes"), QByteArray("[{\"id\":"));
-    makeEngine();
-    EXPECT_EQ(engine->presetPowerCaps().value(), defaultPresetPowerCaps());
-    EXPECT_TRUE(engine->customModes().value().empty());
-
-    engine->setPresetCap(FanPreset::auto_, 0.9, std::nullopt);
-    const CustomMode mode(Uuid::random(), "Mode", "bolt.fill", ModeSpeed::fixed(0.5),
-                          ModeSensor::source(ControlSource::hottest));
-    engine->addCustomMode(mode);
-    const auto next = relaunch();
-    EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::auto_), (PresetPowerCaps{0.9, 0.7}));
-    EXPECT_EQ(*findEntry(next->presetPowerCaps().value(), FanPreset::quiet), (PresetPowerCaps{0.55, 0.35}));
-    EXPECT_EQ(next->customModes().value(), std::vector<CustomMode>{mode});
 }
 
 } // namespace

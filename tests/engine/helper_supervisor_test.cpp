@@ -35,7 +35,6 @@ protected:
 
 TEST_F(SupervisorTest, AnOlderAttemptsLateAnswerNeverOverwritesANewerOne) {
     driver->setConnectionLossHandler({}); // keep loss-driven refreshes out of the count
-    daemon.listen();
     // The first handshake is never answered; the second, sent on the same connection, is.
     daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::never());
     supervisor->refreshHelperState();
@@ -54,7 +53,6 @@ TEST_F(SupervisorTest, AnOlderAttemptsLateAnswerNeverOverwritesANewerOne) {
 
 TEST_F(SupervisorTest, TickRefreshesAreDebouncedAndNeverOverlap) {
     // A daemon that accepts and never answers makes every state query take the full 4 s.
-    daemon.listen();
     daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::never());
     supervisor->refreshHelperStateFromTick();
     EXPECT_EQ(supervisor->helperStateGeneration(), 1);
@@ -73,7 +71,6 @@ TEST_F(SupervisorTest, TickRefreshesAreDebouncedAndNeverOverlap) {
 }
 
 TEST_F(SupervisorTest, ConnectionLossEventsOneSecondApartMakeOneRefresh) {
-    daemon.listen();
     supervisor->helperConnectionLost();
     timers.advance(1.0);
     supervisor->helperConnectionLost();
@@ -84,7 +81,6 @@ TEST_F(SupervisorTest, ConnectionLossEventsOneSecondApartMakeOneRefresh) {
 }
 
 TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
-    daemon.listen();
     daemon.version = "1.1.0";
     supervisor->refreshHelperState();
     ASSERT_TRUE(pumpUntil([&] { return services.count("register") == 1; }));
@@ -103,7 +99,6 @@ TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
 }
 
 TEST_F(SupervisorTest, AVersionErrorCausesNoBounceAndNoSecondQuestion) {
-    daemon.listen();
     daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::refusing("busy"));
     supervisor->refreshHelperState();
     ASSERT_TRUE(pumpUntil([&] { return connected() && daemon.count(HelperMethod::helperVersion) == 1; }));

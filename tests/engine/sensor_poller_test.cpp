@@ -1,13 +1,11 @@
 #include "core/fan_key.h"
 #include "engine/sensor_poller.h"
+#include "engine_test_support.h"
 #include "fakes/counting_transport.h"
 #include "platform/clock.h"
 #include "smc/hid_sensor_source.h"
 
-#include <QCoreApplication>
-#include <QTimer>
 #include <gtest/gtest.h>
-#include <qcoro/qcorotask.h>
 
 namespace halvoren {
 namespace {
@@ -31,7 +29,8 @@ FakeBridge twoFanMachine() {
     return machine;
 }
 
-// The machine above, and HID sources that count how often they are made.
+// The machine above, and HID sources that count how often they are made. Asynchronous polls
+// come back through the event loop.
 class SensorPollerTest : public ::testing::Test {
 protected:
     SensorPoller::HIDSourceFactory factory() {
@@ -43,6 +42,8 @@ protected:
         };
     }
 
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
     int hidMade = 0;
     ManualClock clock;
     FakeBridge machine = twoFanMachine();
@@ -126,8 +127,6 @@ TEST_F(SensorPollerTest, DiscoveryRepeatsUntilItYieldsSomething) {
 }
 
 TEST_F(SensorPollerTest, WarmUpDiscoversOnTheWorkerAheadOfTheFirstSnapshot) {
-    int argc = 0;
-    QCoreApplication app(argc, nullptr);
     SensorPoller::Snapshot result;
     int walksAfterWarmUp = -1;
     auto run = [&]() -> QCoro::Task<> {
@@ -135,13 +134,9 @@ TEST_F(SensorPollerTest, WarmUpDiscoversOnTheWorkerAheadOfTheFirstSnapshot) {
         machine.fake->resetCounts();
         result = co_await poller.snapshot();
         walksAfterWarmUp = machine.fake->calls(SMCCommand::keyByIndex);
-        QCoreApplication::quit();
     };
-    auto task = run();
-    QTimer::singleShot(5000, &app, &QCoreApplication::quit);
-    if (walksAfterWarmUp < 0) {
-        QCoreApplication::exec();
-    }
+    const auto done = begin(run());
+    ASSERT_TRUE(pumpUntil([&] { return done->done(); }));
     EXPECT_EQ(walksAfterWarmUp, 0);
     EXPECT_TRUE(result.sensorsRefreshed);
     EXPECT_EQ(result.temperatures.size(), 2U);
@@ -151,8 +146,6 @@ TEST_F(SensorPollerTest, WarmUpDiscoversOnTheWorkerAheadOfTheFirstSnapshot) {
 TEST_F(SensorPollerTest, CheapPollsStayOnTheCallingThreadAndSlowOnesGoBackToTheWorker) {
     // Limits far from the fake's real cost, so that a loaded machine cannot change the verdicts.
     SensorPoller poller(machine.bridge, clock, factory(), std::chrono::milliseconds(50));
-    int argc = 0;
-    QCoreApplication app(argc, nullptr);
     const std::thread::id here = std::this_thread::get_id();
     std::vector<bool> onCaller;
     auto run = [&]() -> QCoro::Task<> {
@@ -167,13 +160,9 @@ TEST_F(SensorPollerTest, CheapPollsStayOnTheCallingThreadAndSlowOnesGoBackToTheW
             co_await poller.snapshot();
             onCaller.push_back(machine.fake->lastThread() == here);
         }
-        QCoreApplication::quit();
     };
-    auto task = run();
-    QTimer::singleShot(5000, &app, &QCoreApplication::quit);
-    if (onCaller.size() < 7) {
-        QCoreApplication::exec();
-    }
+    const auto done = begin(run());
+    ASSERT_TRUE(pumpUntil([&] { return done->done(); }));
     // Nothing is known before the first poll with a sweep and the first without; the second sweep
     // follows a cheap first; the slow poll still runs in place, the one after it hops.
     EXPECT_EQ(onCaller, (std::vector<bool>{false, false, true, true, true, true, false}));

@@ -44,22 +44,13 @@ protected:
     Store store{settings};
 };
 
+// Enumerations travel through the tables as their underlying numbers.
+template <class T>
+using Number =
+    typename std::conditional_t<std::is_enum_v<T>, std::underlying_type<T>, std::type_identity<T>>::type;
 template <class T>
 double asNumber(T value) {
-    if constexpr (std::is_enum_v<T>) {
-        return static_cast<double>(static_cast<std::underlying_type_t<T>>(value));
-    } else {
-        return static_cast<double>(value);
-    }
-}
-
-template <class T>
-T fromNumber(double value) {
-    if constexpr (std::is_enum_v<T>) {
-        return static_cast<T>(static_cast<std::underlying_type_t<T>>(value));
-    } else {
-        return static_cast<T>(value);
-    }
+    return static_cast<double>(static_cast<Number<T>>(value));
 }
 
 // One plain setting: its key, how to write a value and read it back, its default, a value other
@@ -82,7 +73,7 @@ Field field(const char* key, T fallback, T written, std::vector<double> readings
         readings = {0, 0, 1, 0, 1, 1};
     }
     return {key,
-            [](Store& s, double value) { (s.*store)(fromNumber<T>(value)); },
+            [](Store& s, double value) { (s.*store)(static_cast<T>(static_cast<Number<T>>(value))); },
             [](const Store& s) { return asNumber((s.*load)()); },
             asNumber(fallback),
             asNumber(written),

@@ -22,6 +22,7 @@ protected:
              {std::pair{"F0Mn", 1200.0}, {"F0Mx", 6000.0}, {"F1Mn", 1000.0}, {"F1Mx", 5000.0}}) {
             fake.fake->setValue(key, Kind::fpe2, rpm);
         }
+        makeDriver();
     }
 
     void TearDown() override {
@@ -57,7 +58,6 @@ bool timedOut(const std::optional<DriverFailure>& failure) {
 }
 
 TEST_F(DriverTest, AReplyAndItsTimeoutRaceAndExactlyOneCompletesTheCall) {
-    makeDriver();
     daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::after(3.9));
     auto early = begin(driver->daemonVersion());
     waitForRequests(1);
@@ -85,7 +85,6 @@ TEST_F(DriverTest, AReplyAndItsTimeoutRaceAndExactlyOneCompletesTheCall) {
 }
 
 TEST_F(DriverTest, ASilentHelperIsLostOnceAndOlderTimeoutsLeaveANewConnectionAlone) {
-    makeDriver();
     daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
     const std::shared_ptr<Completion<std::string>> calls[] = {
         begin(driver->daemonVersion()), begin(driver->daemonVersion()), begin(driver->daemonVersion())};
@@ -123,7 +122,6 @@ TEST_F(DriverTest, ASilentHelperIsLostOnceAndOlderTimeoutsLeaveANewConnectionAlo
 }
 
 TEST_F(DriverTest, TheHelperGoingAwayFailsWaitingCallsAtOnceWhileItsErrorsKeepTheLink) {
-    makeDriver();
     ASSERT_TRUE(finish(driver->heartbeat())->value);
     daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::never());
     auto waiting = begin(driver->daemonVersion());
@@ -153,7 +151,6 @@ TEST_F(DriverTest, TheHelperGoingAwayFailsWaitingCallsAtOnceWhileItsErrorsKeepTh
 }
 
 TEST_F(DriverTest, AFailedHandshakeResolvesThroughTheServiceStatus) {
-    makeDriver();
     EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());
     EXPECT_EQ(services.count("status"), 0); // a working link needs no other proof
     EXPECT_EQ(logs.count("helper handshake OK (XPC)"), 1);
@@ -224,7 +221,6 @@ TEST_F(DriverTest, TheExitHookIsInstalledOnceAndRestoresOverTheCurrentConnection
 }
 
 TEST_F(DriverTest, HeartbeatsDetectARestartedHelperByItsUptime) {
-    makeDriver();
     daemon.setUptimes({105.0, 100.0, 100.0, 100.5, 50.0});
     ASSERT_EQ(finish(driver->handshake())->value, HelperState::connected());
     const auto dropped = finish(driver->heartbeat());
@@ -322,7 +318,6 @@ TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
 }
 
 TEST_F(DriverTest, ReopenUsesTheFactoryOnlyWithoutABridgeAndStartsTheCachesAfresh) {
-    makeDriver();
     EXPECT_EQ(driver->reopenBridgeIfNeeded(), fake.bridge);
     EXPECT_EQ(factoryCalls, 1);
     EXPECT_EQ(logs.count("SMC read connection opened at launch (direct, in-process, unprivileged)"), 1);

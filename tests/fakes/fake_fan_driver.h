@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <utility>
 #include <vector>
@@ -92,9 +91,10 @@ public:
 
     std::vector<double> writesTo(int fan) const {
         std::vector<double> values;
-        for (const Write& write :
-             writes | std::views::filter([fan](const Write& w) { return w.fan == fan; })) {
-            values.push_back(write.rpm);
+        for (const Write& write : writes) {
+            if (write.fan == fan) {
+                values.push_back(write.rpm);
+            }
         }
         return values;
     }
