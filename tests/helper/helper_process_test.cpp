@@ -9,9 +9,7 @@
 #include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
 #include "sim/simulated_smc_transport.h"
-#include "smc/smc_kernel_bridge.h"
 #include "smc/smc_socket_server.h"
-#include "smc/socket_smc_transport.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -147,22 +145,6 @@ TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
     for (const auto& [uid, path, expected] : exchanges) {
         EXPECT_EQ(test::exchangeAs(uid, path), expected) << uid << " at " << path;
     }
-}
-
-TEST_F(HelperProcessTest, AClientKilledDuringAnUnlockLeavesNeitherFanNorFtstForced) {
-    HelperOverSimulator rig("apple-silicon-desktop-1fan");
-    ASSERT_TRUE(rig.helper->waitForSocket(rig.socket))
-        << rig.helper->process.readAllStandardError().toStdString();
-    const pid_t child = startForcingClient(rig.socket, {frameBytes(setTargetRequest(1, 0, 4000))});
-    ASSERT_GT(child, 0);
-    SMCKernelBridge bridge(std::make_unique<SocketSMCTransport>(rig.smc));
-    EXPECT_EQ(bridge.read("Ftst"), 1.0) << "the unlock has begun";
-
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    EXPECT_TRUE(waitUntil(after(5000ms), [&] { return bridge.read("Ftst") == 0.0; }));
-    EXPECT_EQ(bridge.read("F0Md"), 3.0) << "the system's thermal control has the fan again";
-    EXPECT_FALSE(rig.mac->fans()[0].forced);
 }
 
 } // namespace

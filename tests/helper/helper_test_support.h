@@ -42,8 +42,6 @@ public:
     explicit TestClient(const std::string& path)
         : fd_(testing::connectTo(path)) {}
 
-    bool connected() const { return fd_.valid(); }
-
     // Sends every byte, letting the daemon read when the socket is full. False when the
     // daemon closed the connection or the wait ran out.
     bool sendRaw(std::string_view bytes) {
@@ -65,8 +63,8 @@ public:
 
     // The next reply's payload; none when the daemon closed the connection or nothing came
     // in time (closed() tells which).
-    std::optional<std::string> receive(std::chrono::milliseconds wait = patience) {
-        const auto deadline = std::chrono::steady_clock::now() + wait;
+    std::optional<std::string> receive() {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
         while (std::chrono::steady_clock::now() < deadline) {
             if (auto payload = reader_.next()) {
                 return payload;

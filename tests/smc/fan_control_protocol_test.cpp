@@ -30,7 +30,6 @@ TEST(FanControlProtocol, KeysTellTheGeneration) {
     }
     EXPECT_EQ((FanControlProtocol{FanControl::modeKey, true}.modeKey(7)), "F7md");
     EXPECT_EQ((FanControlProtocol{FanControl::unlockModeKey, false}.modeKey(1)), "F1Md");
-    EXPECT_FALSE(FanControlKeys::isForcedMode(FanControlKeys::systemMode));
 }
 
 } // namespace

@@ -41,17 +41,9 @@ TEST(AggregateHID, MedianPerNameInFirstMetOrderOfPlausibleReadings) {
     EXPECT_EQ(aggregateHID({{"B", 1.0}, {"A", 40.0}, {"A", 10.0}, {"B", 3.0}, {"A", 30.0}, {"A", 20.0}}),
               (Readings{{"B", 2.0}, {"A", 25.0}}));
     EXPECT_TRUE(aggregateHID({}).empty());
-    EXPECT_EQ(aggregateHID(Pairs{{"A", 131.0},
-                                 {"?", 50.0},
-                                 {"", 50.0},
-                                 {"B", -40.0},
-                                 {"C", 130.0},
-                                 {"D", nan},
-                                 {"E", -40.001},
-                                 {"F", 130.001},
-                                 {"G", inf},
-                                 {"H", -inf}}),
-              (Readings{{"B", -40.0}, {"C", 130.0}}));
+    const Pairs bounds{{"A", 131.0}, {"?", 50.0},    {"", 50.0},     {"B", -40.0}, {"C", 130.0},
+                       {"D", nan},   {"E", -40.001}, {"F", 130.001}, {"G", inf},   {"H", -inf}};
+    EXPECT_EQ(aggregateHID(bounds), (Readings{{"B", -40.0}, {"C", 130.0}}));
     // A dropped value does not count toward its name's median.
     EXPECT_EQ(aggregateHID({{"A", 10.0}, {"A", nan}, {"A", 500.0}, {"A", 30.0}}), (Readings{{"A", 20.0}}));
 }
@@ -76,26 +68,14 @@ TEST(HwmonTemperatures, ReadsEveryDeviceButTheController) {
     const testing::TempDirectory root;
     // hwmon0: a missing input gives no reading; hwmon2: no labels, the device name alone; hwmon10:
     // the older layout, everything under device/; hwmon11 has no name and "other" is no hwmon.
-    testing::writeFiles(root.path(), {"hwmon0/name=coretemp",
-                                      "hwmon0/temp1_label=Package id 0",
-                                      "hwmon0/temp1_input=52000",
-                                      "hwmon0/temp2_label=Core 0",
-                                      "hwmon0/temp2_input=48500",
-                                      "hwmon0/temp3_label=Core 1",
-                                      "hwmon0/temp3_input=not a number",
-                                      "hwmon0/temp4_label=Core 2",
-                                      "hwmon2/name=acpitz",
-                                      "hwmon2/temp1_input=27800",
-                                      "hwmon2/temp2_input=29800",
-                                      "hwmon3/name=applesmc",
-                                      "hwmon3/temp1_label=TC0P",
-                                      "hwmon3/temp1_input=45250",
-                                      "hwmon10/device/name=nvme",
-                                      "hwmon10/device/temp1_label=Composite",
-                                      "hwmon10/device/temp1_input=-1500",
-                                      "hwmon11/temp1_input=99000",
-                                      "other/name=k10temp",
-                                      "other/temp1_input=99000"});
+    testing::writeFiles(root / "hwmon0", {"name=coretemp", "temp1_label=Package id 0", "temp1_input=52000",
+                                          "temp2_label=Core 0", "temp2_input=48500", "temp3_label=Core 1",
+                                          "temp3_input=not a number", "temp4_label=Core 2"});
+    testing::writeFiles(root / "hwmon2", {"name=acpitz", "temp1_input=27800", "temp2_input=29800"});
+    testing::writeFiles(root / "hwmon3", {"name=applesmc", "temp1_label=TC0P", "temp1_input=45250"});
+    testing::writeFiles(root / "hwmon10/device", {"name=nvme", "temp1_label=Composite", "temp1_input=-1500"});
+    testing::writeFiles(root.path(),
+                        {"hwmon11/temp1_input=99000", "other/name=k10temp", "other/temp1_input=99000"});
     const HIDSensorSource::Backend read = hwmonTemperatureBackend(root.path());
     EXPECT_EQ(read(), (Pairs{{"coretemp Package id 0", 52.0},
                              {"coretemp Core 0", 48.5},

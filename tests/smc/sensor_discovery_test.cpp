@@ -116,27 +116,5 @@ TEST(SensorDiscovery, RefreshKeepsOrderAndOldValuesOnFailure) {
     EXPECT_EQ(discovery.refresh({hid, gone, sensors[1]}), (std::vector<SMCSensor>{hid, gone, refreshed[1]}));
 }
 
-TEST(SensorDiscovery, ExchangesPerWalkAndPerRefresh) {
-    auto [fake, bridge] = makeFakeBridge();
-    constexpr int n = 20;
-    for (int i = 0; i < n; ++i) {
-        fake->setValue("Tp" + std::string(i < 10 ? "0" : "") + std::to_string(i), Kind::flt, 40.0 + i);
-    }
-    const SensorDiscovery discovery(bridge);
-    const auto sensors = discovery.discoverAll();
-    ASSERT_EQ(sensors.size(), std::size_t{n});
-    // "#KEY" information and value, then by-index, key information and value per key.
-    EXPECT_EQ(fake->totalCalls(), 2 + 3 * n);
-    EXPECT_EQ(fake->calls(SMCCommand::keyInformation), 1 + n);
-
-    fake->resetCounts();
-    discovery.discoverAll();
-    EXPECT_EQ(fake->totalCalls(), 1 + 2 * n);
-    fake->resetCounts();
-    discovery.refresh(sensors);
-    EXPECT_EQ(fake->totalCalls(), n);
-    EXPECT_EQ(fake->calls(SMCCommand::readValue), n);
-}
-
 } // namespace
 } // namespace halvoren

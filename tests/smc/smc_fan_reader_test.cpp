@@ -79,20 +79,6 @@ TEST(SMCFanReader, StatusFallsBackFieldByField) {
     EXPECT_DEATH(f.reader.status(10), "fan index 10");
 }
 
-TEST(SMCFanReader, WarmReadOfAllFansCostsOneExchangePerKey) {
-    Fixture f;
-    f.fake->setValue("FNum", Kind::ui8, 2);
-    f.addFan(0, 1800.0, 1200.0, 5700.0, 2000.0, 0.0);
-    f.addFan(1, 1900.0, 1300.0, 6000.0, 1900.0, 1.0);
-    const auto cold = f.reader.allFans();
-    f.fake->resetCounts();
-    EXPECT_EQ(f.reader.allFans(), cold);
-    EXPECT_EQ(f.fake->totalCalls(), 1 + 2 * 5);
-    EXPECT_EQ(f.fake->calls(SMCCommand::keyInformation), 0);
-    EXPECT_FALSE(cold[0].isManaged);
-    EXPECT_TRUE(cold[1].isManaged);
-}
-
 TEST(SMCFanReader, ManagedMeansForcedInTheControllersOwnProtocol) {
     struct Case {
         const char* key;
@@ -101,7 +87,7 @@ TEST(SMCFanReader, ManagedMeansForcedInTheControllersOwnProtocol) {
         std::vector<bool> managed; // fans 0 and 1
     };
     const Case cases[] = {
-        {"Md", Kind::ui8, 1.0, {true, true}},
+        {"Md", Kind::ui8, 1.0, {true, true}},     {"Md", Kind::ui8, 0.0, {false, false}},
         {"Md", Kind::ui8, 3.0, {false, false}}, // held by the system's thermal control
         {"md", Kind::ui8, 1.0, {true, true}},   // the M5 spelling
         {"FS! ", Kind::ui16, 2.0, {false, true}},

@@ -1,3 +1,4 @@
+#include "platform/linux/application_identity.h"
 #include "platform/linux/proc_application_watcher.h"
 
 #include <QTemporaryDir>
@@ -89,13 +90,13 @@ TEST(ProcApplicationWatcher, NamesAProcessByItsDesktopUnitElseByItsExecutable) {
         // A kernel thread has neither executable nor command line.
         {{10, "", "0::/\n", "kworker/0:1", 2, false}, std::nullopt},
     };
-    for (const auto& row : rows) {
-        ProcTree tree;
+    // One tree, each row a process of its own.
+    ProcTree tree;
+    int pid = 10;
+    for (auto row : rows) {
+        row.process.pid = ++pid;
         tree.add(row.process);
-        ManualClock clock;
-        ManualTimerSource timers(clock);
-        const auto expected = row.id ? std::vector<std::string>{*row.id} : std::vector<std::string>{};
-        EXPECT_EQ(ProcApplicationWatcher(timers, tree.root()).runningApplicationIDs(), expected)
+        EXPECT_EQ(processApplicationID(tree.root(), pid), row.id)
             << row.process.exe << " in " << row.process.cgroup;
     }
 }
@@ -167,18 +168,6 @@ TEST_F(ProcApplicationWatcherNotices, ANewProcessIsNamedWhenItHasSurvivedOnePoll
     tree.remove(301);
     timers.advance(2.0);
     EXPECT_EQ(take(), std::vector<std::string>{});
-}
-
-TEST_F(ProcApplicationWatcherNotices, APollThatFindsTheSamePidsReadsNothingPerProcess) {
-    tree.add({400, "/usr/bin/blender", ""});
-    watcher.runningApplicationIDs();
-    startRecording();
-    for (const char* file : {"exe", "comm", "cmdline", "stat"}) {
-        fs::remove(tree.processDir(400) / file); // would read as an ended process
-    }
-    timers.advance(10.0);
-    EXPECT_EQ(take(), std::vector<std::string>{});
-    EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"blender"});
 }
 
 TEST_F(ProcApplicationWatcherNotices, AnUnchangedTaskCounterSparesTheListing) {

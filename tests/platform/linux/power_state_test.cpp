@@ -105,11 +105,7 @@ TEST_F(PowerSupplyTree, ReadsSourceFlowAndCapacityOfEachMachine) {
         for (const std::string& description : c.supplies) {
             supply(description, tree);
         }
-        const PowerTelemetry telemetry = readPowerSupplies(tree);
-        EXPECT_EQ(telemetry.source, c.expected.source);
-        EXPECT_NEAR(telemetry.systemWatts, c.expected.systemWatts, 1e-9);
-        EXPECT_EQ(telemetry.isCharging, c.expected.isCharging);
-        EXPECT_NEAR(telemetry.batteryWattHours, c.expected.batteryWattHours, 1e-9);
+        EXPECT_EQ(readPowerSupplies(tree), c.expected);
     }
 }
 
