@@ -3,6 +3,16 @@ add_library(halvoren_options INTERFACE)
 target_compile_options(halvoren_options INTERFACE -Wall -Wextra -Wpedantic -Werror)
 target_include_directories(halvoren_options INTERFACE "${PROJECT_SOURCE_DIR}/src")
 
+# The helper runs as root and the application parses files and frames from outside, so optimised builds
+# get the distribution's usual hardening: checked string and memory calls (glibc warns without
+# optimisation, hence only Release and RelWithDebInfo), stack canaries, and a read-only relocation
+# table bound at start.
+if(NOT APPLE)
+  target_compile_options(halvoren_options INTERFACE -fstack-protector-strong
+                                                    $<$<CONFIG:Release,RelWithDebInfo>:-D_FORTIFY_SOURCE=2>)
+  target_link_options(halvoren_options INTERFACE -Wl,-z,relro -Wl,-z,now)
+endif()
+
 if((HALVOREN_SANITIZE AND HALVOREN_TSAN) OR (HALVOREN_FUZZ AND (HALVOREN_SANITIZE OR HALVOREN_TSAN)))
   message(FATAL_ERROR "HALVOREN_SANITIZE, HALVOREN_TSAN and HALVOREN_FUZZ cannot be combined")
 endif()
