@@ -29,6 +29,11 @@ exec_start=$(sed -n 's/^ExecStart=\([^ ]*\).*/\1/p' "$root/usr/lib/systemd/syste
 echo "== lintian"
 # Errors fail the check; warnings are listed for the reader.
 lintian --fail-on error "$deb"
+# The helper runs as root: a binary that lost the optimised builds' hardening fails the check too.
+if lintian -I "$deb" 2>/dev/null | grep hardening-no-; then
+    echo "check-package: a binary lacks the hardening flags" >&2
+    exit 1
+fi
 echo "== desktop-file-validate"
 desktop-file-validate "$root/usr/share/applications/halvoren.desktop"
 echo "== appstreamcli validate"
