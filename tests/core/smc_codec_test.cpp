@@ -158,7 +158,6 @@ TEST(SMCCodecError, ComparesByCaseAndPayloadAndReadsAsItsCase) {
     EXPECT_EQ(SMCCodecError::valueOutOfRange(-0.4), SMCCodecError::valueOutOfRange(-0.4));
     EXPECT_NE(SMCCodecError::valueOutOfRange(nan), SMCCodecError::valueOutOfRange(nan));
     EXPECT_NE(SMCCodecError::sizeMismatch(0, 0), SMCCodecError::valueOutOfRange(0));
-    EXPECT_NE(SMCCodecError::unsupportedType(""), SMCCodecError::valueOutOfRange(0));
 
     const auto error = SMCCodecError::unsupportedType(std::string("a\"\\'\t\n\r\x01\x7F", 9));
     EXPECT_EQ(error.kind(), SMCCodecError::Kind::unsupportedType);
@@ -174,7 +173,6 @@ std::string fffd() {
 
 TEST(FourCC, CodeAndStringAreInverseForKeys) {
     EXPECT_EQ(FourCC::code("#KEY"), 0x234B4559u);
-    EXPECT_EQ(FourCC::code("flt "), 0x666C7420u);
     EXPECT_EQ(FourCC::string(FourCC::code("TC0P")), "TC0P");
     EXPECT_EQ(FourCC::string(0x00414243), std::string("\0ABC", 4));
     EXPECT_EQ(FourCC::code(std::string("\0ABC", 4)), 0x00414243u);
@@ -218,7 +216,6 @@ TEST(FourCC, KeyTextMustBeFourBytesOfUtf8) {
     EXPECT_FALSE(FourCC::isKey(FourCC::string(0xFF414243))); // repaired, now six bytes
     EXPECT_TRUE(Utf8::isValid(""));
     EXPECT_TRUE(Utf8::isValid("\xF4\x8F\xBF\xBF")); // U+10FFFF
-    EXPECT_EQ(Utf8::repaired("ok"), "ok");
     EXPECT_DEATH(FourCC::code("TC0"), "four bytes");
     EXPECT_DEATH(FourCC::code("\xFF"
                               "ABC"),
