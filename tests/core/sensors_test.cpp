@@ -256,15 +256,6 @@ std::vector<std::vector<double>> runsOf(const std::string& prefix, std::optional
     return out;
 }
 
-std::vector<std::string> idsOf(const std::vector<DeviceSensorReading>& rows) {
-    std::vector<std::string> ids;
-    ids.reserve(rows.size());
-    for (const auto& row : rows) {
-        ids.push_back(row.id);
-    }
-    return ids;
-}
-
 TEST(DeviceSensorMap, LiveMaxIsAboveTwelveDegrees) {
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.0}), none);
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.5}), 12.5);
@@ -368,9 +359,10 @@ std::vector<SMCSensor> appleSiliconLaptop() {
          nonTemp("PSTR", 14.5, SensorClass::power), nonTemp("VD0R", 12.3, SensorClass::voltage)});
 }
 
-TEST(DeviceSensorMap, FixedListOfAnAppleSiliconLaptop) {
+TEST(DeviceSensorMap, FixedListAndAggregatesOfAnAppleSiliconLaptop) {
     const CoreCounts counts{8, 4};
-    const auto rows = fixedList(appleSiliconLaptop(), counts);
+    const auto sensors = appleSiliconLaptop();
+    const auto rows = fixedList(sensors, counts);
     const std::vector<DeviceSensorReading> expected{
         {"TW0P", "Airport Proximity", "wifi", 38.0},
         {"TB0T", "Battery", "battery.100percent", 31.5},
@@ -402,11 +394,6 @@ TEST(DeviceSensorMap, FixedListOfAnAppleSiliconLaptop) {
         {"TH0x", "SSD", "internaldrive.fill", 39.0},
     };
     EXPECT_EQ(rows, expected);
-}
-
-TEST(DeviceSensorMap, AggregatesOfAnAppleSiliconLaptop) {
-    const auto sensors = appleSiliconLaptop();
-    const CoreCounts counts{8, 4};
     EXPECT_EQ(aggregate(ControlSource::hottest, sensors, counts), 91.0); // the unnamed TZ0P is ignored
     EXPECT_DOUBLE_EQ(*aggregate(ControlSource::cpuAverage, sensors, counts), 57.05);
     EXPECT_EQ(aggregate(ControlSource::cpuPerformance, sensors, counts), 66.0);
@@ -423,12 +410,16 @@ TEST(DeviceSensorMap, WithoutCoreCountsTheGenericRowsStandIn) {
     const std::vector<SMCSensor> sensors{temp("TC0P", 50), temp("TC1P", 60), temp("Tp01", 70),
                                          temp("Tg05", 40), temp("TG_1", 44), temp("TPDab", 30)};
     const CoreCounts noCounts{0, 0};
-    const auto rows = fixedList(sensors, noCounts);
-    EXPECT_EQ(idsOf(rows),
-              (std::vector<std::string>{"cpu.generic", "gpu.generic", "gpu.0", "gpu.avg", "pwr.die"}));
-    EXPECT_EQ(rows[0].value, 60.0);
-    EXPECT_EQ(rows[1].value, 42.0);
-    EXPECT_EQ(rows[4].value, 30.0); // "TPD" is a bare prefix, without a length test
+    // "TPD" is a bare prefix, without a length test.
+    std::vector<std::pair<std::string, std::optional<double>>> rows;
+    for (const auto& row : fixedList(sensors, noCounts)) {
+        rows.emplace_back(row.id, row.value);
+    }
+    EXPECT_EQ(rows, (decltype(rows){{"cpu.generic", 60.0},
+                                    {"gpu.generic", 42.0},
+                                    {"gpu.0", 40.0},
+                                    {"gpu.avg", 40.0},
+                                    {"pwr.die", 30.0}}));
     EXPECT_EQ(aggregate(ControlSource::cpuAverage, sensors, noCounts), 60.0);
     EXPECT_EQ(aggregate(ControlSource::cpuPerformance, sensors, noCounts), none);
     EXPECT_EQ(aggregate(ControlSource::cpuEfficiency, sensors, noCounts), none);
