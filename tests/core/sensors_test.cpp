@@ -256,6 +256,16 @@ std::vector<std::vector<double>> runsOf(const std::string& prefix, std::optional
     return out;
 }
 
+// The rows as (id, value) pairs.
+using IdValues = std::vector<std::pair<std::string, std::optional<double>>>;
+IdValues idValues(const std::vector<DeviceSensorReading>& rows) {
+    IdValues out;
+    for (const auto& row : rows) {
+        out.emplace_back(row.id, row.value);
+    }
+    return out;
+}
+
 TEST(DeviceSensorMap, LiveMaxIsAboveTwelveDegrees) {
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.0}), none);
     EXPECT_EQ(detail::liveMax(std::vector<double>{5, 12.5}), 12.5);
@@ -363,37 +373,24 @@ TEST(DeviceSensorMap, FixedListAndAggregatesOfAnAppleSiliconLaptop) {
     const CoreCounts counts{8, 4};
     const auto sensors = appleSiliconLaptop();
     const auto rows = fixedList(sensors, counts);
-    const std::vector<DeviceSensorReading> expected{
-        {"TW0P", "Airport Proximity", "wifi", 38.0},
-        {"TB0T", "Battery", "battery.100percent", 31.5},
-        {"TB1T", "Battery Gas Gauge", "battery.100percent", 30.9},
-        {"cpu.avg", "CPU Core Average", "cpu.fill", (433.5 + 137.0) / 10},
-        {"eff.0", "CPU Efficiency Core 1", "cpu", 47.0},
-        {"eff.1", "CPU Efficiency Core 2", "cpu", 44.0},
-        {"eff.2", "CPU Efficiency Core 3", "cpu", none},
-        {"eff.3", "CPU Efficiency Core 4", "cpu", 46.0},
-        {"perf.0", "CPU Performance Core 1", "cpu", 63.5},
-        {"perf.1", "CPU Performance Core 2", "cpu", 58.0},
-        {"perf.2", "CPU Performance Core 3", "cpu", 60.0},
-        {"perf.3", "CPU Performance Core 4", "cpu", none},
-        {"perf.4", "CPU Performance Core 5", "cpu", 66.0},
-        {"perf.5", "CPU Performance Core 6", "cpu", 65.0},
-        {"perf.6", "CPU Performance Core 7", "cpu", 59.0},
-        {"perf.7", "CPU Performance Core 8", "cpu", 62.0},
-        // Seven runs in five slices of step 1.4: 0..<1, 1..<2, 2..<4, 4..<5, 5..<7.
-        {"gpu.0", "GPU Cluster 1", "memorychip", 52.0},
-        {"gpu.1", "GPU Cluster 2", "memorychip", 48.0},
-        {"gpu.2", "GPU Cluster 3", "memorychip", 54.0},
-        {"gpu.3", "GPU Cluster 4", "memorychip", 56.0},
-        {"gpu.4", "GPU Cluster 5", "memorychip", 59.0},
-        {"gpu.avg", "GPU Cluster Average", "memorychip", 269.0 / 5},
-        {"pwr.die", "Power Manager Die Average", "bolt.fill", 41.0},
-        {"TPSP", "Power Supply Proximity", "powerplug.fill", 33.0},
-        {"TDeL", "Thunderbolt Left Proximity", "bolt.horizontal.fill", 35.0},
-        {"TDeR", "Thunderbolt Right Proximity", "bolt.horizontal.fill", none},
-        {"TH0x", "SSD", "internaldrive.fill", 39.0},
-    };
-    EXPECT_EQ(rows, expected);
+    // Seven GPU runs in five slices of step 1.4: 0..<1, 1..<2, 2..<4, 4..<5, 5..<7.
+    const double cpuAverage = (433.5 + 137.0) / 10;
+    const double gpuAverage = 269.0 / 5;
+    EXPECT_EQ(idValues(rows),
+              (IdValues{
+                  {"TW0P", 38.0},   {"TB0T", 31.5},          {"TB1T", 30.9},    {"cpu.avg", cpuAverage},
+                  {"eff.0", 47.0},  {"eff.1", 44.0},         {"eff.2", none},   {"eff.3", 46.0},
+                  {"perf.0", 63.5}, {"perf.1", 58.0},        {"perf.2", 60.0},  {"perf.3", none},
+                  {"perf.4", 66.0}, {"perf.5", 65.0},        {"perf.6", 59.0},  {"perf.7", 62.0},
+                  {"gpu.0", 52.0},  {"gpu.1", 48.0},         {"gpu.2", 54.0},   {"gpu.3", 56.0},
+                  {"gpu.4", 59.0},  {"gpu.avg", gpuAverage}, {"pwr.die", 41.0}, {"TPSP", 33.0},
+                  {"TDeL", 35.0},   {"TDeR", none},          {"TH0x", 39.0},
+              }));
+    EXPECT_EQ(rows[0], (DeviceSensorReading{"TW0P", "Airport Proximity", "wifi", 38.0}));
+    // Numbered rows count their names from 1.
+    EXPECT_EQ(rows[4], (DeviceSensorReading{"eff.0", "CPU Efficiency Core 1", "cpu", 47.0}));
+    EXPECT_EQ(rows[15], (DeviceSensorReading{"perf.7", "CPU Performance Core 8", "cpu", 62.0}));
+    EXPECT_EQ(rows[20], (DeviceSensorReading{"gpu.4", "GPU Cluster 5", "memorychip", 59.0}));
     EXPECT_EQ(aggregate(ControlSource::hottest, sensors, counts), 91.0); // the unnamed TZ0P is ignored
     EXPECT_DOUBLE_EQ(*aggregate(ControlSource::cpuAverage, sensors, counts), 57.05);
     EXPECT_EQ(aggregate(ControlSource::cpuPerformance, sensors, counts), 66.0);
