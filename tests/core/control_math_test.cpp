@@ -200,20 +200,17 @@ TEST(TargetDeadband, RisesBy50FallsBy150AndIgnoresNonFiniteWishes) {
 TEST(WorkloadPolicy, BoostTakesTheLargestMatchingRow) {
     // A bundle identifier matches with any further text; a Linux name whole, or with a further dotted
     // component only.
-    const std::pair<const char*, double> heavy[] = {{"com.adobe.PremierePro", 0.5},
-                                                    {"com.adobe.PremierePro.24", 0.5},
-                                                    {"com.adobe.PremiereProBeta", 0.5},
-                                                    {"com.apple.FinalCutTrial", 0.55},
-                                                    {"org.blenderfoundation.blender", 0.55},
-                                                    {"com.blackmagic-design.DaVinciResolveLite", 0.55},
-                                                    {"org.blender.Blender", 0.55},
-                                                    {"org.blender.Blender.Daily", 0.55},
-                                                    {"blender", 0.55},
-                                                    {"com.blackmagicdesign.resolve", 0.55},
-                                                    {"resolve", 0.55}};
+    const std::pair<const char*, double> heavy[] = {
+        {"com.adobe.PremierePro", 0.5},          {"com.adobe.PremierePro.24", 0.5},
+        {"com.adobe.PremiereProBeta", 0.5},      {"com.apple.FinalCutTrial", 0.55},
+        {"org.blenderfoundation.blender", 0.55}, {"org.blender.Blender", 0.55},
+        {"org.blender.Blender.Daily", 0.55},     {"blender", 0.55},
+        {"com.blackmagicdesign.resolve", 0.55},  {"resolve", 0.55},
+    };
     for (const auto& [id, boost] : heavy) {
         EXPECT_DOUBLE_EQ(WorkloadPolicy::boost(id), boost) << id;
     }
+    EXPECT_DOUBLE_EQ(WorkloadPolicy::boost("com.blackmagic-design.DaVinciResolveLite"), 0.55);
     for (const char* id : {"com.adobe.Premiere", "", "blender-thumbnailer", "blenderfoo", "blende",
                            "com.blackmagicdesign.resolve-Panels", "resolved", "systemd-resolve"}) {
         EXPECT_EQ(WorkloadPolicy::boost(id), 0.0) << id;

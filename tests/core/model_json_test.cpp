@@ -152,13 +152,8 @@ TEST(ModelJson, StoredExamplesDecodeToTheirValuesAndEncodeBackAsTheyWere) {
         Json(PowerTelemetry{PowerSource::ac, 14.0, false, true, -0.0}).dump(),
         R"({"source":"ac","systemWatts":14,"isCharging":false,"isClamshell":true,"batteryWattHours":-0.0})");
     EXPECT_EQ(Json(ControlMode::constantRPM), 1);
-    const std::vector<std::pair<double, const char*>> wholeNumbers{
-        {-3.0, "-3"},
-        {9007199254740992.0, "9007199254740992"},
-        {9007199254740994.0, "9.007199254740994e+15"}};
-    for (const auto& [value, text] : wholeNumbers) {
-        EXPECT_EQ(json::finite(value).dump(), text);
-    }
+    EXPECT_EQ(json::finite(9007199254740992.0).dump(), "9007199254740992");
+    EXPECT_EQ(json::finite(9007199254740994.0).dump(), "9.007199254740994e+15");
 }
 
 // Values of the right JSON kind that are still not values of the field (wrong kinds are tried above).

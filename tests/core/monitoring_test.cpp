@@ -123,10 +123,7 @@ ProcessCPUTime at(std::int32_t pid, double user, double system = 0) {
 
 TEST(HeatAttribution, HelperSuffixes) {
     // One suffix at most, and only after a space.
-    const struct {
-        std::string_view name;
-        std::string_view stripped;
-    } cases[] = {
+    const std::pair<std::string_view, std::string_view> cases[] = {
         {"Browser Helper (Renderer)", "Browser"},
         {"Browser Helper (GPU)", "Browser"},
         {"Browser Helper (Plugin)", "Browser"},
@@ -137,8 +134,8 @@ TEST(HeatAttribution, HelperSuffixes) {
         {"Helper", "Helper"},
         {"Editor", "Editor"},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(stripHelperSuffix(c.name), c.stripped) << c.name;
+    for (const auto& [name, stripped] : cases) {
+        EXPECT_EQ(stripHelperSuffix(name), stripped) << name;
     }
 }
 

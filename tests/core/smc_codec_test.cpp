@@ -176,9 +176,7 @@ TEST(FourCC, CodeAndStringAreInverseForKeys) {
     EXPECT_EQ(FourCC::string(FourCC::code("TC0P")), "TC0P");
     EXPECT_EQ(FourCC::string(0x00414243), std::string("\0ABC", 4));
     EXPECT_EQ(FourCC::code(std::string("\0ABC", 4)), 0x00414243u);
-    EXPECT_EQ(FourCC::code("\xC3\xA9"
-                           "ab"),
-              0xC3A96162u); // "éab"
+    EXPECT_EQ(FourCC::code("\303\251ab"), 0xC3A96162u); // "éab"
     EXPECT_EQ(FourCC::string(0xF09F9880), "\xF0\x9F\x98\x80");
 }
 
@@ -206,20 +204,13 @@ TEST(FourCC, StringReplacesEachMaximalIllFormedSubpart) {
 
 TEST(FourCC, KeyTextMustBeFourBytesOfUtf8) {
     EXPECT_TRUE(FourCC::isKey("TC0P"));
-    for (const std::string bad : {"TC0", "TC0PX",
-                                  "\xFF"
-                                  "ABC",
-                                  "AB\xC3"
-                                  "C"}) {
+    for (const std::string bad : {"TC0", "TC0PX", "\377ABC", "AB\303C"}) {
         EXPECT_FALSE(FourCC::isKey(bad)) << bad;
     }
     EXPECT_FALSE(FourCC::isKey(FourCC::string(0xFF414243))); // repaired, now six bytes
-    EXPECT_TRUE(Utf8::isValid(""));
-    EXPECT_TRUE(Utf8::isValid("\xF4\x8F\xBF\xBF")); // U+10FFFF
+    EXPECT_TRUE(Utf8::isValid("\xF4\x8F\xBF\xBF"));          // U+10FFFF
     EXPECT_DEATH(FourCC::code("TC0"), "four bytes");
-    EXPECT_DEATH(FourCC::code("\xFF"
-                              "ABC"),
-                 "four bytes");
+    EXPECT_DEATH(FourCC::code("\377ABC"), "four bytes");
 }
 
 TEST(FanKey, SpellsKeysForFansZeroToNine) {

@@ -8,7 +8,6 @@
 #include <limits>
 #include <string>
 #include <utility>
-#include <vector>
 
 namespace halvoren {
 namespace {
