@@ -323,7 +323,6 @@ std::string listWith(const std::string& fields) {
 
 TEST(ModeCaseObjects, EncodeAsOneCaseKeyAndDecodeOnlyFromExactlyOne) {
     EXPECT_EQ(Json(ModeSpeed::fixed(0.7)).dump(), R"({"fixed":{"percentage":0.7}})");
-    EXPECT_EQ(Json(ModeSpeed::floor(0.25)).dump(), R"({"floor":{"percentage":0.25}})");
     EXPECT_EQ(Json(ModeSensor::source(ControlSource::gpuAverage)).dump(),
               R"({"source":{"_0":"gpuAverage"}})");
     EXPECT_EQ(Json(ModeSensor::sensor("TB0T")).dump(), R"({"sensor":{"id":"TB0T"}})");

@@ -184,7 +184,6 @@ TEST(HeatAttribution, VanishedProcessLeavesTheTable) {
 
 TEST(HeatAttribution, AggregateRanksSumsAndTruncates) {
     using Entries = std::vector<std::pair<std::string_view, double>>;
-    EXPECT_TRUE(aggregateHeat(Entries{}).empty());
     EXPECT_TRUE(aggregateHeat(Entries{{"A", 0.0}, {"B", -1.0}}).empty());
     EXPECT_EQ(aggregateHeat(Entries{{"A", 1.0}, {"B", 3.0}, {"A", 0.5}}),
               (std::vector<HeatSource>{{"B", 3.0 / 4.5, 3.0, 0}, {"A", 1.5 / 4.5, 1.5, 0}}));

@@ -95,7 +95,6 @@ TEST(StoredEnumerations, RawValuesAreTheStoredTextsAndNothingElseReads) {
     // The one name that differs from its raw value, and the units discovery attaches.
     EXPECT_EQ(displayName(FanPreset::auto_), "Balanced");
     EXPECT_EQ(unit(SensorClass::temperature), "°C");
-    EXPECT_EQ(unit(SensorClass::other), "");
 }
 
 TEST(SMCSensor, EqualSensorsHashAlikeEvenAtNegativeZero) {

@@ -162,8 +162,6 @@ TEST(SMCCodecError, ComparesByCaseAndPayloadAndReadsAsItsCase) {
     const auto error = SMCCodecError::unsupportedType(std::string("a\"\\'\t\n\r\x01\x7F", 9));
     EXPECT_EQ(error.kind(), SMCCodecError::Kind::unsupportedType);
     EXPECT_EQ(error.description(), R"(unsupportedType("a\"\\\'\t\n\r\u{01}\u{7F}"))");
-    EXPECT_EQ(SMCCodecError::valueOutOfRange(2000).description(), "valueOutOfRange(2000.0)");
-    EXPECT_EQ(SMCCodecError::valueOutOfRange(-nan).description(), "valueOutOfRange(-nan)");
     EXPECT_STREQ(SMCCodecError::sizeMismatch(4, 0).what(), "sizeMismatch(expected: 4, got: 0)");
 }
 

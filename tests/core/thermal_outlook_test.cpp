@@ -310,7 +310,6 @@ TEST(ThermalAlmanac, ProfileIsThePopulationMeanAndSpreadOfAnHoursPeaks) {
     EXPECT_EQ(almanac.profile(15), (ThermalAlmanac::HourProfile{15, 8, 5.0, 2.0}));
     EXPECT_EQ(almanac.profile(14), std::nullopt);
     EXPECT_EQ(peaksAt(3, {71.5}).profile(3), (ThermalAlmanac::HourProfile{3, 1, 71.5, 0.0}));
-    EXPECT_EQ(ThermalAlmanac{}.profile(0), std::nullopt);
 }
 
 TEST(ThermalAlmanac, OutlookIsTheNearestFirmHotHourOfTheNextEight) {
