@@ -288,7 +288,7 @@ TEST_F(HeatSamplerTest, AnUnreadableDayStartsEmptyAndIsReplacedOnlyByItsOwnDay) 
     }
 }
 
-TEST_F(HeatSamplerTest, FilesOlderThanAWeekGoAtStart) {
+TEST_F(HeatSamplerTest, FilesOlderThanAWeekGoAtStartFromAFolderOfTheOwnersOwn) {
     for (const char* name : {"heat-2026-03-02.json", "heat-2026-03-03.json", "heat-notadate.json"}) {
         write(name, "{}");
     }
@@ -296,9 +296,8 @@ TEST_F(HeatSamplerTest, FilesOlderThanAWeekGoAtStart) {
     sampleAt(0);
     EXPECT_FALSE(QFile::exists(path("heat-2026-03-02.json")));
     EXPECT_TRUE(QFile::exists(path("heat-2026-03-03.json")) && QFile::exists(path("heat-notadate.json")));
-}
 
-TEST_F(HeatSamplerTest, AFolderThatIsALinkIsNeitherWrittenNorCleaned) {
+    // A folder that is a link is neither written nor cleaned.
     QDir(dir.path()).mkdir(QStringLiteral("real"));
     write("real/heat-2020-01-01.json", "{}");
     std::filesystem::create_directory_symlink(path("real").toStdString(), path("link").toStdString());

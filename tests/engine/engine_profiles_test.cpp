@@ -118,14 +118,13 @@ TEST_F(EngineProfilesTest, SelectingNeedsAKnownFanAndAKnownMode) {
     engine->addCustomMode(gaming);
     engine->selectPreset(FanPreset::quiet);
 
-    engine->selectCustomMode(gaming.id); // no fan known yet
-    EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
-    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
-
-    engine->apply(machine(50.0, 30.0));
-    engine->selectCustomMode(Uuid::random());
-    EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
-    EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+    // Refused with no fan known yet, then for a mode that is not in the list.
+    for (const Uuid& id : {gaming.id, Uuid::random()}) {
+        engine->selectCustomMode(id);
+        EXPECT_EQ(engine->activePreset().value(), FanPreset::quiet);
+        EXPECT_FALSE(engine->activeCustomModeID().value().has_value());
+        engine->apply(machine(50.0, 30.0));
+    }
 
     engine->selectCustomMode(gaming.id);
     EXPECT_FALSE(engine->activePreset().value().has_value());
