@@ -37,6 +37,7 @@ protected:
         flag(engine->isCoolingDown(), "cooling");
         flag(engine->isDustCycleRunning(), "dust");
         flag(engine->meetingQuietActive().value(), "meeting");
+        flag(engine->activeCustomModeID().value().has_value(), "custom");
         const auto& preset = engine->activePreset().value();
         const auto& profile = engine->activeProfile().value();
         return line + (preset ? std::string(rawValue(*preset)) : "-") + "/" +
@@ -44,9 +45,13 @@ protected:
     }
 
     // Plays `script`, moves separated by spaces, then tells the state. A move is a user's choice
-    // (quiet, auto, max, blast: the profile, mode: the rendering template, turbo, unturbo, manual,
-    // cooldown, dust), what an automation hears (meeting, unmeeting, battery, mains) or the clock:
-    // night (23:00), day (09:00) or HH:MM, +N for N days on, each an evaluation of the quiet hours.
+    // (quiet, auto, max, blast: the profile, mode: the rendering template, shape: a profile of
+    // Turbo's exact shape, turbo, unturbo, manual, target: fan 0 at 3000 RPM, cooldown, cancel: the
+    // cooldown, dust, hoursoff, hourson, short: quiet hours end at 23:00, noswitch, switch: the
+    // battery switch), what an automation hears (meeting, unmeeting, battery, mains, unknown: the
+    // power source), a new engine (fresh, noprofile: started without one), wait (30 s) or the
+    // clock: night (23:00), day (09:00) or HH:MM, +N for N days on, each an evaluation of the
+    // quiet hours.
     std::string after(std::string_view script) {
         const std::map<std::string, std::function<void()>> moves{
             {"quiet", [&] { engine->selectPreset(FanPreset::quiet); }},
@@ -58,15 +63,36 @@ protected:
                  engine->addCustomMode(CustomMode::renderingTemplate());
                  engine->selectCustomMode(CustomMode::renderingTemplate().id);
              }},
+            {"shape",
+             [&] {
+                 engine->selectProfile(FanProfile{.id = Uuid::random(),
+                                                  .name = "Turbo",
+                                                  .mode = ControlMode::constantRPM,
+                                                  .constantTargetRPM = FanProfile::unlimitedRPM,
+                                                  .targetSensorGroupID = "max",
+                                                  .curvePoints = {}});
+             }},
             {"turbo", [&] { engine->engageTurbo(); }},
             {"unturbo", [&] { engine->disengageTurbo(); }},
             {"manual", [&] { engine->enterManualControl(); }},
+            {"target", [&] { engine->setFanTarget(0, 3000.0); }},
             {"cooldown", [&] { engine->startCooldown(60.0); }},
+            {"cancel", [&] { engine->cancelCooldown(); }},
+            {"hoursoff", [&] { engine->setQuietHoursEnabled(false); }},
+            {"hourson", [&] { engine->setQuietHoursEnabled(true); }},
+            {"short", [&] { engine->setQuietHoursEnd(23 * 60); }},
+            {"noswitch", [&] { engine->setAutoSwitchOnBattery(false); }},
+            {"switch", [&] { engine->setAutoSwitchOnBattery(true); }},
             {"dust", [&] { engine->startDustCycle(); }},
             {"meeting", [&] { engine->evaluateMeetingQuiet(true); }},
             {"unmeeting", [&] { engine->evaluateMeetingQuiet(false); }},
             {"battery", [&] { onBattery(true); }},
             {"mains", [&] { onBattery(false); }},
+            {"unknown",
+             [&] { engine->updatePowerTelemetry(PowerTelemetry{.source = PowerSource::unknown}); }},
+            {"fresh", [&] { makeEngine(); }},
+            {"noprofile", [&] { makeEngine(std::nullopt); }},
+            {"wait", [&] { timers.advance(30.0); }},
             {"night", [&] { engine->evaluateQuietHours(localTime(23, 0)); }},
             {"day", [&] { engine->evaluateQuietHours(localTime(9, 0)); }},
         };
@@ -84,6 +110,12 @@ protected:
             }
         }
         return state();
+    }
+
+    // A new engine on settings as they were at the start, with the fixture's fakes.
+    void restart() {
+        settings.clear();
+        SetUp();
     }
 
     void onBattery(bool battery) {

@@ -1,10 +1,11 @@
+#include "engine/child_process.h"
 #include "engine/simulated_helper_service_manager.h"
 #include "process_test_support.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
+#include <QProcess>
 #include <csignal>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,6 +14,18 @@ namespace {
 
 using Failure = HelperServiceManager::Failure;
 using Status = HelperServiceStatus;
+
+TEST_F(ProcessTest, WaitingOnAProcessAlreadyInTheAwaitedStateReturnsAtOnce) {
+    QProcess process;
+    process.start(script(QStringLiteral("idle"), "exec sleep 30"));
+    ASSERT_TRUE(process.waitForStarted(5000));
+    EXPECT_TRUE(run(awaitStarted(process, timers, 5.0)));
+    EXPECT_FALSE(run(awaitFinished(process, timers, 0.05))); // still running when the time is up
+    process.kill();
+    ASSERT_TRUE(process.waitForFinished(5000));
+    EXPECT_TRUE(run(awaitFinished(process, timers, 5.0)));
+    EXPECT_FALSE(run(awaitStarted(process, timers, 5.0))); // gone: it will never start
+}
 
 class SimulatedServiceTest : public ProcessTest {
 protected:

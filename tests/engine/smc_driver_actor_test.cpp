@@ -1,4 +1,6 @@
+#include "engine/continuation_guard.h"
 #include "engine/helper_exit_safety.h"
+#include "engine/helper_supervisor.h"
 #include "helper_link_fixture.h"
 
 namespace halvoren {
@@ -279,37 +281,33 @@ TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
     // A changed target goes out at once. An unchanged one goes out again a second after it was
     // sent if no poll was shown since, or if one found the fan released or at another target;
     // also after a hand-back or on a new connection.
-    const auto sent = [&] { return daemon.requests.size(); };
     const auto poll = [&](bool managed, double target) {
         driver->observeFans({FanStatus{.id = 0, .targetRPM = target, .isManaged = managed},
                              FanStatus{.id = 1, .isManaged = false}});
     };
-    std::size_t before = sent();
-    EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->value, 3000.0);
-    EXPECT_EQ(sent(), before);
-    EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
-    EXPECT_EQ(sent(), ++before);
-    clock.advance(SMCDriverActor::targetRefreshInterval);
-    EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
-    EXPECT_EQ(sent(), ++before);
+    // How many requests a write of `rpm` to fan 0 sent; it is answered with `rpm` either way.
+    const auto sends = [&](double rpm) {
+        const std::size_t before = daemon.requests.size();
+        EXPECT_EQ(finish(driver->setTargetRPM(0, rpm))->value, rpm);
+        return daemon.requests.size() - before;
+    };
+    const auto interval = SMCDriverActor::targetRefreshInterval;
+    EXPECT_EQ(sends(3000.0), 0U);
+    EXPECT_EQ(sends(3001.0), 1U);
+    clock.advance(interval);
+    EXPECT_EQ(sends(3001.0), 1U);
     poll(true, 3001.75); // a key that rounds still holds it
-    clock.advance(10 * SMCDriverActor::targetRefreshInterval);
-    finish(driver->setTargetRPM(0, 3001.0));
-    EXPECT_EQ(sent(), before);
+    clock.advance(10 * interval);
+    EXPECT_EQ(sends(3001.0), 0U);
     poll(false, 3001.0); // the firmware took it back
-    finish(driver->setTargetRPM(0, 3001.0));
-    EXPECT_EQ(sent(), ++before);
+    EXPECT_EQ(sends(3001.0), 1U);
     poll(true, 2500.0); // another program's target, within a second of the last write
     poll(true, 3001.0); // one poll that found it moved is enough
-    finish(driver->setTargetRPM(0, 3001.0));
-    EXPECT_EQ(sent(), before);
-    clock.advance(SMCDriverActor::targetRefreshInterval);
-    finish(driver->setTargetRPM(0, 3001.0));
-    EXPECT_EQ(sent(), ++before);
+    EXPECT_EQ(sends(3001.0), 0U);
+    clock.advance(interval);
+    EXPECT_EQ(sends(3001.0), 1U);
     finish(driver->restoreAuto());
-    before = sent();
-    EXPECT_EQ(finish(driver->setTargetRPM(0, 3001.0))->value, 3001.0);
-    EXPECT_EQ(sent(), before + 1);
+    EXPECT_EQ(sends(3001.0), 1U);
 
     daemon.setBehaviour(HelperMethod::setTargetRPM, Behaviour::refusing("fan 0 is stalled"));
     EXPECT_EQ(finish(driver->setTargetRPM(0, 3000.0))->failure,
@@ -370,6 +368,135 @@ TEST_F(DriverTest, RegistrationGoesThroughTheServiceManagerAndRestoresBeforeLetG
     EXPECT_EQ(logs.count("SMAppService unregister failed: unit busy"), 1);
     driver->openLoginItemsSettings();
     EXPECT_EQ(services.count("approval"), 1);
+}
+
+class SupervisorTest : public DriverTest {
+protected:
+    std::unique_ptr<HelperSupervisor> supervisor;
+
+    void SetUp() override {
+        DriverTest::SetUp();
+        services.currentStatus = HelperServiceStatus::enabled;
+        supervisor = std::make_unique<HelperSupervisor>(*driver, timers);
+        driver->setConnectionLossHandler([this] { supervisor->helperConnectionLost(); });
+    }
+    void TearDown() override {
+        // Let every pending call end (a silent helper's after its 4 s timeout), so that no
+        // coroutine is left suspended when the objects go. No new refresh may start meanwhile.
+        driver->setConnectionLossHandler({});
+        for (int i = 0; i < 4; ++i) {
+            timers.advance(5.0);
+            pumpFor(20);
+        }
+        supervisor.reset();
+        DriverTest::TearDown();
+    }
+    bool connected() const { return supervisor->helperState().kind() == HelperState::Kind::connected; }
+};
+
+TEST_F(SupervisorTest, AnOlderAttemptsLateAnswerNeverOverwritesANewerOne) {
+    driver->setConnectionLossHandler({}); // keep loss-driven refreshes out of the count
+    // The first handshake is never answered; the second, sent on the same connection, is.
+    daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::never());
+    supervisor->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return daemon.count(HelperMethod::heartbeat) == 1; }));
+    daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::after(0.0));
+    supervisor->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return connected(); }));
+    EXPECT_EQ(supervisor->helperStateGeneration(), 2);
+
+    // The first attempt times out and resolves to a failed handshake, too late to count.
+    timers.advance(4.5);
+    pumpFor(50);
+    EXPECT_TRUE(connected());
+    EXPECT_EQ(logs.count("helper handshake failed: no reply from the helper within 4.0 seconds"), 1);
+}
+
+TEST_F(SupervisorTest, TickRefreshesAreDebouncedAndNeverOverlap) {
+    // A daemon that accepts and never answers makes every state query take the full 4 s.
+    daemon.setBehaviour(HelperMethod::heartbeat, Behaviour::never());
+    supervisor->refreshHelperStateFromTick();
+    EXPECT_EQ(supervisor->helperStateGeneration(), 1);
+    timers.advance(1.9);
+    supervisor->refreshHelperStateFromTick();
+    EXPECT_EQ(supervisor->helperStateGeneration(), 1); // within 2 s
+    timers.advance(0.1);
+    supervisor->refreshHelperStateFromTick();
+    EXPECT_EQ(supervisor->helperStateGeneration(), 1); // 2 s passed, but the first is still in flight
+
+    timers.advance(2.0); // the handshake times out at 4 s and the first refresh commits
+    ASSERT_TRUE(
+        pumpUntil([&] { return supervisor->helperState().kind() == HelperState::Kind::unavailable; }));
+    supervisor->refreshHelperStateFromTick();
+    EXPECT_EQ(supervisor->helperStateGeneration(), 2);
+}
+
+TEST_F(SupervisorTest, ConnectionLossEventsOneSecondApartMakeOneRefresh) {
+    supervisor->helperConnectionLost();
+    timers.advance(1.0);
+    supervisor->helperConnectionLost();
+    EXPECT_EQ(supervisor->helperStateGeneration(), 1);
+    timers.advance(1.0);
+    supervisor->helperConnectionLost();
+    EXPECT_EQ(supervisor->helperStateGeneration(), 2);
+}
+
+TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
+    daemon.version = "1.1.0";
+    supervisor->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return services.count("register") == 1; }));
+    ASSERT_TRUE(pumpUntil([&] { return connected() && daemon.count(HelperMethod::heartbeat) >= 2; }));
+    pumpFor(20);
+    EXPECT_TRUE(supervisor->helperBounceAttempted());
+    EXPECT_EQ(services.count("unregister"), 1);
+    EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
+
+    // The relaunched helper still differs: no second question, no second bounce.
+    supervisor->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return connected(); }));
+    pumpFor(20);
+    EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
+    EXPECT_EQ(services.count("unregister"), 1);
+}
+
+TEST_F(SupervisorTest, AVersionErrorCausesNoBounceAndNoSecondQuestion) {
+    daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::refusing("busy"));
+    supervisor->refreshHelperState();
+    ASSERT_TRUE(pumpUntil([&] { return connected() && daemon.count(HelperMethod::helperVersion) == 1; }));
+    pumpFor(20);
+    EXPECT_TRUE(supervisor->helperVersionChecked());
+    EXPECT_FALSE(supervisor->helperBounceAttempted());
+    supervisor->refreshHelperState();
+    pumpFor(50);
+    EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
+    EXPECT_EQ(services.count("unregister"), 0);
+}
+
+QCoro::Task<int> awaitGuard(std::shared_ptr<ContinuationGuard<int>> guard) {
+    co_return co_await *guard;
+}
+
+// The race of a reply and its timeout through the driver is tested above; these are the orders of
+// events a driver call cannot produce on demand.
+TEST_F(HelperLinkTest, AGuardDecidedBeforeItsTimeoutCancelsItAndOneAwaitedFirstResumesOnce) {
+    auto guard = std::make_shared<ContinuationGuard<int>>();
+    EXPECT_FALSE(guard->claim());
+    guard->resume(3);
+    EXPECT_TRUE(guard->claim());
+    guard->attachTimeout(timers.schedule(1.0, [] { ADD_FAILURE() << "a late timeout fired"; }));
+    EXPECT_EQ(timers.pendingCount(), 0U);
+    const auto completed = begin(awaitGuard(guard)); // does not suspend
+    EXPECT_EQ(completed->completions, 1);
+    EXPECT_EQ(completed->value, 3);
+
+    // A failure that wins the race resumes once; the losing reply is dropped.
+    auto failing = std::make_shared<ContinuationGuard<int>>();
+    const auto waiting = begin(awaitGuard(failing));
+    ASSERT_FALSE(failing->claim());
+    failing->fail(DriverFailure::of(DriverError::timedOut));
+    EXPECT_TRUE(failing->claim());
+    EXPECT_EQ(waiting->completions, 1);
+    EXPECT_TRUE(timedOut(waiting->failure));
 }
 
 } // namespace

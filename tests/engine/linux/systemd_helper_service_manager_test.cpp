@@ -1,7 +1,6 @@
 #include "../process_test_support.h"
 #include "engine/linux/systemd_helper_service_manager.h"
 
-#include <gtest/gtest.h>
 
 namespace halvoren {
 namespace {
