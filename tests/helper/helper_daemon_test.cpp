@@ -1,12 +1,13 @@
 #include "../sim/sim_test_support.h"
+#include "helper/helper_options.h"
 #include "helper_test_support.h"
 
-#include <QCoreApplication>
 #include <gtest/gtest.h>
 #include <limits>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <system_error>
+#include <tuple>
 #include <vector>
 
 namespace halvoren {
@@ -17,11 +18,7 @@ constexpr auto setTarget = testing::setTargetRequest;
 using test::SimulatedDaemon;
 using test::TestClient;
 
-class HelperDaemonTest : public ::testing::Test {
-protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-};
+using HelperDaemonTest = test::WithQtApplication;
 
 TEST_F(HelperDaemonTest, AnswersEachCallRepeatingItsId) {
     SimulatedDaemon helper;
@@ -36,19 +33,16 @@ TEST_F(HelperDaemonTest, AnswersEachCallRepeatingItsId) {
     EXPECT_DOUBLE_EQ(beat["uptime"].get<double>(), 3.25);
 
     EXPECT_EQ(client.call(setTarget(3, 0, 3000.0)), (nlohmann::json{{"id", 3}, {"applied", 3000.0}}));
-    EXPECT_TRUE(helper.fan(0).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
+    EXPECT_EQ(helper.held(0), std::pair(true, 3000.0));
     EXPECT_FALSE(helper.fan(1).forced);
 
     EXPECT_EQ(client.call(test::setManual(4, 0, false)), (nlohmann::json{{"id", 4}}));
     EXPECT_FALSE(helper.fan(0).forced);
     // Forced again at its last target; a fan never set starts at its minimum.
     EXPECT_EQ(client.call(test::setManual(5, 0, true)), (nlohmann::json{{"id", 5}}));
-    EXPECT_TRUE(helper.fan(0).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
+    EXPECT_EQ(helper.held(0), std::pair(true, 3000.0));
     EXPECT_EQ(client.call(test::setManual(6, 1, true)), (nlohmann::json{{"id", 6}}));
-    EXPECT_TRUE(helper.fan(1).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(1).target, 1300.0);
+    EXPECT_EQ(helper.held(1), std::pair(true, 1300.0));
 
     EXPECT_EQ(client.call(call(7, "restoreAutomaticControl")), (nlohmann::json{{"id", 7}}));
     EXPECT_FALSE(helper.anyFanForced());
@@ -122,8 +116,7 @@ TEST_F(HelperDaemonTest, ClosesAConnectionWhoseFrameCannotBeAnswered) {
     EXPECT_TRUE(client.closed());
 
     // The fan forced by the client that stayed is untouched by all of this.
-    EXPECT_TRUE(helper.fan(0).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(0).target, 2500.0);
+    EXPECT_EQ(helper.held(0), std::pair(true, 2500.0));
     EXPECT_EQ(bystander.call(call(7, "heartbeat"))["id"], 7);
 }
 
@@ -145,8 +138,7 @@ TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
     ::close(pair[0]);
     ::close(pair[1]);
     ASSERT_TRUE(peer.has_value());
-    EXPECT_EQ(peer->uid, self);
-    EXPECT_EQ(peer->pid, ::getpid());
+    EXPECT_EQ(std::tuple(peer->pid, peer->uid, peer->gid), std::tuple(::getpid(), self, ::getgid()));
     const auto allow = allowUsers({1000});
     EXPECT_TRUE(allow(PeerCredentials{1, 0, 0}));
     EXPECT_TRUE(allow(PeerCredentials{1, 1000, 0}));
@@ -155,8 +147,7 @@ TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
     // A group lets in a peer running with it, and a user the database lists in it.
     const passwd* member = ::getpwnam("daemon");
     ASSERT_NE(member, nullptr);
-    const uid_t memberUid = member->pw_uid;
-    const gid_t memberGroup = member->pw_gid;
+    const auto [memberUid, memberGroup] = std::pair(member->pw_uid, member->pw_gid);
     const gid_t otherGroup = memberGroup + 4242;
     const uid_t unknownUser = 3999999;
     const auto group = allowUsersAndGroups({1000}, {memberGroup});
@@ -216,8 +207,7 @@ TEST_F(HelperDaemonTest, HandsBackTheFansOfEachClientThatLeaves) {
     // The last client to write a fan owns it: the one it took it from may leave.
     ASSERT_EQ(bystander.call(setTarget(4, 1, 5000.0))["applied"], 5000.0);
     second.close();
-    EXPECT_TRUE(helper.fan(1).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(1).target, 5000.0);
+    EXPECT_EQ(helper.held(1), std::pair(true, 5000.0));
 
     // A client the daemon throws out counts as gone too.
     bystander.sendRaw(frameBytes("[]"));
@@ -410,6 +400,63 @@ TEST_F(HelperDaemonTest, StalledClientsDoNotHoldUpOthers) {
     // The half frame still completes into an answer.
     halfFrame.sendRaw(frameBytes(call(1, "heartbeat")).substr(7));
     EXPECT_EQ(nlohmann::json::parse(halfFrame.receive().value_or("null"))["id"], 1);
+}
+
+// The help text names the program after the running application's first argument.
+class HelperCommandLine : public ::testing::Test {
+protected:
+    int argc = 1;
+    char name[16] = "halvoren-helper";
+    char* argv[2] = {name, nullptr};
+    QCoreApplication app{argc, argv};
+};
+
+HelperOptions parse(QStringList arguments) {
+    arguments.prepend("halvoren-helper");
+    return parseHelperCommandLine(arguments).options;
+}
+
+TEST_F(HelperCommandLine, ReadsEveryFlag) {
+    const auto plain = parse({"--socket", "/tmp/h/helper.sock"});
+    EXPECT_EQ(plain.socketPath, "/tmp/h/helper.sock");
+    EXPECT_FALSE(plain.ownSocketDirectory) << "a directory someone named keeps its mode";
+    EXPECT_EQ(plain.simulateProfile, std::nullopt);
+    EXPECT_EQ(plain.smcSocketPath, "") << "without --simulate: the hardware";
+
+    const auto simulated = parse({"--socket", "/tmp/h/helper.sock", "--simulate"});
+    EXPECT_EQ(simulated.simulateProfile, "apple-silicon-laptop-2fan");
+    EXPECT_EQ(simulated.smcSocketPath, "/tmp/h/smc.sock");
+
+    const auto chosen =
+        parse({"--simulate=intel-laptop", "--smc-socket", "/x/smc", "--allow-uid", "1000", "--allow-uid=1001",
+               "--allow-group", "halvoren", "--sysfs-root", "/fake", "--socket=/s"});
+    EXPECT_EQ(chosen.simulateProfile, "intel-laptop");
+    EXPECT_EQ(chosen.smcSocketPath, "/x/smc");
+    EXPECT_EQ(chosen.extraUids, (std::set<uid_t>{1000, 1001}));
+    EXPECT_EQ(chosen.allowedGroups, (std::set<std::string>{"halvoren"}));
+    EXPECT_EQ(chosen.sysfsRoot, "/fake");
+    EXPECT_EQ(chosen.socketPath, "/s");
+
+    // The default place depends on who runs the daemon; it is always a helper.sock.
+    EXPECT_TRUE(parse({}).socketPath.ends_with("/halvoren/helper.sock"));
+    EXPECT_TRUE(parse({}).ownSocketDirectory);
+
+    EXPECT_TRUE(parseHelperCommandLine({"halvoren-helper", "--help"}).helpRequested);
+
+    for (const QStringList& bad :
+         {QStringList{"--allow-uid", "bob"}, QStringList{"--allow-uid", "-1"},
+          QStringList{"--allow-uid", "4294967295"}, QStringList{"--simulate="}, QStringList{"--allow-group="},
+          QStringList{"--fast"}, QStringList{"stray"}, QStringList{"--socket"}}) {
+        EXPECT_THROW(parse(bad), CommandLineError) << bad.join(' ').toStdString();
+    }
+}
+
+TEST_F(HelperCommandLine, OpensTheSocketToOthersOnlyWhenOthersAreAllowed) {
+    EXPECT_EQ(socketModeFor({}, 1000), 0600U);
+    EXPECT_EQ(socketModeFor({0, 1000}, 1000), 0600U);
+    EXPECT_EQ(socketModeFor({1001}, 1000), 0666U);
+    EXPECT_EQ(socketModeFor({1000}, 0), 0666U);
+    EXPECT_EQ(socketModeFor({}, 0, true), 0666U) << "a group's members are other users";
 }
 
 } // namespace

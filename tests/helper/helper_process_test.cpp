@@ -1,26 +1,12 @@
 // The real daemon as a child process, killed and signalled the ways it will be in use.
 
-#include "../smc/temp_directory.h"
-#include "core/frame_codec.h"
-#include "fakes/forcing_client.h"
-#include "fakes/helper_process.h"
 #include "helper_test_support.h"
-#include "sim/load_scenario.h"
-#include "sim/machine_profile.h"
-#include "sim/simulated_mac.h"
-#include "sim/simulated_smc_transport.h"
 #include "smc/smc_socket_server.h"
 
-#include <QCoreApplication>
 #include <QProcess>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <optional>
-#include <poll.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <tuple>
-#include <unistd.h>
 
 namespace halvoren {
 namespace {
@@ -53,11 +39,7 @@ pid_t startForcingClient(const std::string& socket, const std::vector<std::strin
     return forced ? child : -1;
 }
 
-class HelperProcessTest : public ::testing::Test {
-protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-};
+using HelperProcessTest = test::WithQtApplication;
 
 // A real helper process writing the fans of a simulated Mac that this process serves on a socket.
 struct HelperOverSimulator {

@@ -19,6 +19,7 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <poll.h>
@@ -33,6 +34,13 @@ using namespace std::chrono_literals;
 
 // Every wait in these tests ends after this, so a failure cannot hang the run.
 inline constexpr auto patience = 5s;
+
+// A test whose daemon lives on this thread's Qt event loop.
+class WithQtApplication : public ::testing::Test {
+protected:
+    int argc = 0;
+    QCoreApplication app{argc, nullptr};
+};
 
 // A client of the helper socket on a plain descriptor, so that tests can misbehave in ways
 // a well-made client cannot. While it waits it runs the Qt event loop, since the daemon under
@@ -162,6 +170,8 @@ struct SimulatedDaemon {
     }
 
     SimulatedFan fan(int i) { return mac->fans().at(static_cast<std::size_t>(i)); }
+    // Whether fan `i` is forced, and to what.
+    std::pair<bool, double> held(int i) { return {fan(i).forced, fan(i).target}; }
     bool anyFanForced() { return std::ranges::any_of(mac->fans(), &SimulatedFan::forced); }
 
     testing::TempDirectory directory;

@@ -23,25 +23,15 @@ std::string text(const std::filesystem::path& file) {
     return Hwmon::readText(file).value_or("<unreadable>");
 }
 
-// A Mac running Linux: a decoy device with fan files first, then applesmc with two fans.
-void makeAppleSMC(const TempDirectory& root) {
-    testing::writeFiles(root / "hwmon0", {"name=nct6775", "pwm1_enable=5", "fan1_target=0", "fan1_min=0",
-                                          "fan1_max=9000", "fan1_input=800"});
-    testing::writeFiles(root / "hwmon2",
-                        {"name=applesmc", "fan1_input=1200", "fan1_min=1200", "fan1_max=6200",
-                         "fan1_output=1200", "fan1_manual=0", "fan2_input=1300", "fan2_min=1300",
-                         "fan2_max=5800", "fan2_output=1300", "fan2_manual=1"});
-}
-
 TEST(AppleSMCFanWriter, DrivesTheDriversFanFiles) {
     TempDirectory root;
-    makeAppleSMC(root);
+    testing::writeAppleSMCTree(root.path());
     const auto smc = root / "hwmon2";
     auto writer = openHardwareFanWriter(root.path());
     ASSERT_NE(writer, nullptr);
     EXPECT_EQ(writer->description(), "applesmc at " + smc.string());
     ASSERT_EQ(writer->fanCount(), 2);
-    EXPECT_EQ(writer->limits(1).minimum, 1300.0);
+    EXPECT_EQ(writer->limits(1).minimum, 1200.0);
     EXPECT_EQ(writer->limits(1).maximum, 5800.0);
 
     // Whole RPM only: what was written is what is reported.
@@ -93,7 +83,7 @@ TEST(HwmonFanWriter, TakesTheFirstDeviceWithTargetChannelsAndRestoresTheirModes)
     EXPECT_EQ(text(device / "pwm1_enable"), "2");
 
     // applesmc wins whenever it is there.
-    makeAppleSMC(root);
+    testing::writeAppleSMCTree(root.path());
     EXPECT_EQ(openHardwareFanWriter(root.path())->description(), "applesmc at " + (root / "hwmon2").string());
 }
 

@@ -49,22 +49,10 @@ std::uint8_t readResult(SMCTransport& t, const std::string& key) {
 
 class AppleSMCTree : public ::testing::Test {
 protected:
-    void SetUp() override {
-        // A decoy with fan and key-like temperature attributes that must not be read. Of the
-        // controller's labels, "Not a key" cannot be addressed and a repeated key keeps its first file.
-        testing::writeFiles(root.path(), {"hwmon0/name=coretemp", "hwmon0/temp1_label=TX0P",
-                                          "hwmon0/temp1_input=99000", "hwmon0/fan1_input=9999"});
-        testing::writeFiles(smc, {"name=applesmc",         "fan1_input=1203",   "fan1_min=1000",
-                                  "fan1_max=6200",         "fan1_output=1300",  "fan1_manual=0",
-                                  "fan2_input=0",          "fan2_min=1200",     "fan2_max=5800",
-                                  "fan2_output=0",         "fan2_manual=1",     "temp1_label=TC0P",
-                                  "temp1_input=45250",     "temp2_label=TB0T",  "temp2_input=-2500",
-                                  "temp3_label=Not a key", "temp3_input=40000", "temp4_label=TC0P",
-                                  "temp4_input=80000",     "temp10_label=Ts0S", "temp10_input=30750"});
-    }
+    void SetUp() override { testing::writeAppleSMCTree(root.path()); }
 
     testing::TempDirectory root;
-    std::filesystem::path smc = root / "hwmon3";
+    std::filesystem::path smc = root / "hwmon2";
 };
 
 TEST_F(AppleSMCTree, ListsCountsFansThenTemperatureLabels) {

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 #include <latch>
-#include <memory>
 #include <thread>
 
 namespace halvoren {

@@ -1,7 +1,9 @@
+#include "platform/linux/accessibility_preferences_linux.h"
 #include "platform/linux/notification_center_linux.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QDeadlineTimer>
 #include <QProcess>
@@ -13,6 +15,26 @@
 
 namespace halvoren {
 namespace {
+
+QVariant wrapped(const QVariant& value, int times) {
+    QVariant result = value;
+    for (int i = 0; i < times; ++i) {
+        result = QVariant::fromValue(QDBusVariant(result));
+    }
+    return result;
+}
+
+// Older portals answer `Read` with the value inside a second variant; a value of another type
+// is no answer, and the unwrapping stops at a depth no portal uses.
+TEST(AccessibilityPreferencesTest, PortalValuesAreUnwrappedToTheirBoolean) {
+    EXPECT_EQ(portalBool(QVariant(true)), true);
+    EXPECT_EQ(portalBool(wrapped(QVariant(false), 1)), false);
+    EXPECT_EQ(portalBool(wrapped(QVariant(true), 2)), true);
+    EXPECT_EQ(portalBool(wrapped(QVariant(true), 5)), std::nullopt);
+    EXPECT_EQ(portalBool(wrapped(QVariant(QStringLiteral("true")), 2)), std::nullopt);
+    EXPECT_EQ(portalBool(wrapped(QVariant(1), 1)), std::nullopt);
+    EXPECT_EQ(portalBool(QVariant()), std::nullopt);
+}
 
 // A notification server that answers the two calls the program makes and keeps what it was sent.
 class FakeServer final : public QDBusVirtualObject {
