@@ -1,6 +1,6 @@
+#include "../smc/temp_directory.h"
 #include "platform/login_item.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -45,13 +45,10 @@ TEST(XdgAutostartLoginItem, AnEntryTheDesktopHidOrDisabledIsOff) {
         {"[Desktop Entry]\nExec=halvoren\n[Desktop Action quit]\nHidden=true\n", true},
     };
     for (const Case& c : cases) {
-        QTemporaryDir dir;
-        QDir().mkpath(dir.filePath(QStringLiteral("autostart")));
-        QFile file(dir.filePath(QStringLiteral("autostart/halvoren.desktop")));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(c.text);
-        file.close();
-        EXPECT_EQ(xdgAutostartLoginItem(dir.filePath(QStringLiteral("autostart")))->isEnabled(), c.enabled)
+        const testing::TempDirectory dir;
+        testing::writeFile(dir / "autostart/halvoren.desktop", c.text);
+        EXPECT_EQ(xdgAutostartLoginItem(QString::fromStdString((dir / "autostart").string()))->isEnabled(),
+                  c.enabled)
             << c.text;
     }
 }

@@ -60,16 +60,30 @@ public:
     std::chrono::milliseconds delay{0};
 };
 
+// Every field and byte of the image distinct.
+SMCParamStruct filled() {
+    SMCParamStruct s;
+    s.key = FourCC::code("#KEY");
+    s.vers = {1, 2, 3, 4, 0x0605};
+    s.pLimitData = {0x0807, 0x0A09, 0x0E0D0C0B, 0x1211100F, 0x16151413};
+    s.keyInfo = {0x1A191817, 0x1E1D1C1B, 0x1F};
+    s.padding = 0x2120;
+    s.result = 0x22;
+    s.status = 0x23;
+    s.data8 = 0x24;
+    s.data32 = 0x28272625;
+    for (std::size_t i = 0; i < s.bytes.size(); ++i) {
+        s.bytes[i] = static_cast<std::uint8_t>(0x80 + i);
+    }
+    return s;
+}
+
+// The image above as request `n`, with `command` for the fake backend.
 SMCParamStruct request(std::uint32_t n, std::uint8_t command = 5) {
-    SMCParamStruct input;
-    input.key = 0x54433050 + n; // "TC0P" and neighbours
+    SMCParamStruct input = filled();
+    input.key += n;
     input.data8 = command;
     input.data32 = n;
-    input.keyInfo = {2, 0x73703738, 0x80};
-    input.vers = {1, 2, 3, 4, 0x0506};
-    input.pLimitData = {7, 16, 0x11111111, 0x22222222, 0x33333333};
-    input.padding = 0xBEEF;
-    input.status = 9;
     return input;
 }
 
@@ -155,7 +169,7 @@ TEST_F(SocketExchange, ServesConcurrentClientsWhileOthersMisbehave) {
                 const std::uint32_t n = static_cast<std::uint32_t>(c) * 1000 + i;
                 try {
                     const SMCParamStruct out = client.call(request(n));
-                    failures += out.data32 != n * 2 + 1 || out.key != 0x54433050 + n;
+                    failures += out.data32 != n * 2 + 1 || out.key != FourCC::code("#KEY") + n;
                 } catch (const SMCError&) {
                     ++failures;
                 }
@@ -381,23 +395,6 @@ TEST(SocketSMCTransport, ReassemblesSplitAnswersAndDetectsCutOnes) {
     EXPECT_EQ(failure(client, request(11)), ECONNRESET);
     EXPECT_TRUE(client.isBroken());
     peer.join();
-}
-
-SMCParamStruct filled() {
-    SMCParamStruct s;
-    s.key = FourCC::code("#KEY");
-    s.vers = {1, 2, 3, 4, 0x0605};
-    s.pLimitData = {0x0807, 0x0A09, 0x0E0D0C0B, 0x1211100F, 0x16151413};
-    s.keyInfo = {0x1A191817, 0x1E1D1C1B, 0x1F};
-    s.padding = 0x2120;
-    s.result = 0x22;
-    s.status = 0x23;
-    s.data8 = 0x24;
-    s.data32 = 0x28272625;
-    for (std::size_t i = 0; i < s.bytes.size(); ++i) {
-        s.bytes[i] = static_cast<std::uint8_t>(0x80 + i);
-    }
-    return s;
 }
 
 TEST(SMCParamStruct, WireImageIsLittleEndianWithZeroPadding) {

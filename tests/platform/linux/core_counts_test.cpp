@@ -1,8 +1,7 @@
+#include "../../smc/temp_directory.h"
 #include "platform/core_counts.h"
 
-#include <QTemporaryDir>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -15,50 +14,45 @@ namespace fs = std::filesystem;
 // A sysfs tree of its own for each test.
 class CoreCountsTest : public ::testing::Test {
 protected:
-    fs::path root() const { return dir.path().toStdString(); }
-    fs::path cpu(int n) const { return root() / "devices/system/cpu" / ("cpu" + std::to_string(n)); }
-
-    void write(const fs::path& path, const std::string& text) const {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path, std::ios::binary) << text;
-    }
+    fs::path root() const { return dir.path(); }
+    static void write(const fs::path& path, const std::string& text) { testing::writeFile(path, text); }
     void cpus(int from, int to, const std::string& file, const std::string& text) const {
         for (int n = from; n <= to; ++n) {
-            write(cpu(n) / file, text);
+            write(root() / "devices/system/cpu" / ("cpu" + std::to_string(n)) / file, text);
         }
     }
     // Compatible strings are lists of NUL-terminated strings.
     static std::string compatible(const std::string& kind) { return kind + '\0' + "arm,armv8" + '\0'; }
 
-    QTemporaryDir dir;
+    testing::TempDirectory dir;
 };
 
 TEST_F(CoreCountsTest, CapacitiesSplitLargeFromSmallCores) {
     // An M1: four efficiency cores boot first, then four performance cores.
-    write(root() / "devices/system/cpu/present", "0-7\n");
-    cpus(0, 3, "cpu_capacity", "427\n");
-    cpus(4, 7, "cpu_capacity", "1024\n");
+    write(root() / "devices/system/cpu/present", "0-7");
+    cpus(0, 3, "cpu_capacity", "427");
+    cpus(4, 7, "cpu_capacity", "1024");
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 4}));
 
     // Clusters of one kind may differ a little; a CPU not present is not counted.
-    cpus(6, 7, "cpu_capacity", "1006\n");
-    cpus(8, 9, "cpu_capacity", "1024\n");
+    cpus(6, 7, "cpu_capacity", "1006");
+    cpus(8, 9, "cpu_capacity", "1024");
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 4}));
-    write(root() / "devices/system/cpu/present", "0-3,5,8-9\n");
+    write(root() / "devices/system/cpu/present", "0-3,5,8-9");
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{3, 4}));
 }
 
 TEST_F(CoreCountsTest, WithoutACapacitySplitTheCoreKindsDecide) {
     // An M2 Pro whose kernel gives every core the same capacity: 4 efficiency, 8 performance.
-    write(root() / "devices/system/cpu/present", "0-11\n");
-    cpus(0, 11, "cpu_capacity", "1024\n");
+    write(root() / "devices/system/cpu/present", "0-11");
+    cpus(0, 11, "cpu_capacity", "1024");
     cpus(0, 3, "of_node/compatible", compatible("apple,blizzard"));
     cpus(4, 11, "of_node/compatible", compatible("apple,avalanche"));
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{8, 4}));
 
     // The higher top frequency names the performance kind, whichever kind boots.
-    cpus(0, 3, "cpufreq/cpuinfo_max_freq", "3504000\n");
-    cpus(4, 11, "cpufreq/cpuinfo_max_freq", "2424000\n");
+    cpus(0, 3, "cpufreq/cpuinfo_max_freq", "3504000");
+    cpus(4, 11, "cpufreq/cpuinfo_max_freq", "2424000");
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 8}));
 
     // A third kind is no two-level split.
@@ -85,20 +79,20 @@ TEST_F(CoreCountsTest, UniformOrUnreadableProcessorsHaveNoSplit) {
     EXPECT_EQ(hostCoreCounts(root() / "absent"), (CoreCounts{0, 0}));
 
     // x86: CPUs with nothing to tell them apart, and no device tree.
-    write(root() / "devices/system/cpu/present", "0-7\n");
-    write(root() / "devices/system/cpu/online", "0-7\n");
-    cpus(0, 7, "topology/core_id", "0\n");
+    write(root() / "devices/system/cpu/present", "0-7");
+    write(root() / "devices/system/cpu/online", "0-7");
+    cpus(0, 7, "topology/core_id", "0");
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{0, 0}));
 
     // Uniform ARM: one capacity, one kind.
-    cpus(0, 7, "cpu_capacity", "1024\n");
+    cpus(0, 7, "cpu_capacity", "1024");
     cpus(0, 7, "of_node/compatible", compatible("arm,cortex-a72"));
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{0, 0}));
 
     // A garbled capacity falls back to the kinds, and a garbled CPU list to every cpuN directory.
     cpus(0, 3, "of_node/compatible", compatible("arm,cortex-a53"));
-    cpus(2, 2, "cpu_capacity", "many\n");
-    write(root() / "devices/system/cpu/present", "3-1\n");
+    cpus(2, 2, "cpu_capacity", "many");
+    write(root() / "devices/system/cpu/present", "3-1");
     EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 4}));
 }
 

@@ -1,8 +1,7 @@
+#include "../../smc/temp_directory.h"
 #include "platform/linux/power_supplies.h"
 
-#include <QTemporaryDir>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
@@ -16,24 +15,20 @@ namespace fs = std::filesystem;
 // Supplies as "NAME: file=value, file=value".
 class PowerSupplyTree : public ::testing::Test {
 protected:
-    fs::path root() const { return dir.path().toStdString(); }
-    void write(const fs::path& path, const std::string& text) const {
-        fs::create_directories(path.parent_path());
-        std::ofstream(path) << text;
-    }
+    fs::path root() const { return dir.path(); }
     void supply(const std::string& description, const fs::path& under) const {
         const std::size_t colon = description.find(": ");
-        const fs::path directory = under / "class/power_supply" / description.substr(0, colon);
-        fs::create_directories(directory);
         std::istringstream files(description.substr(colon + 2));
         for (std::string item; std::getline(files, item, ',');) {
             const std::size_t start = item.find_first_not_of(' ');
             const std::size_t equals = item.find('=');
-            write(directory / item.substr(start, equals - start), item.substr(equals + 1) + "\n");
+            testing::writeFile(under / "class/power_supply" / description.substr(0, colon) /
+                                   item.substr(start, equals - start),
+                               item.substr(equals + 1));
         }
     }
     void supply(const std::string& description) const { supply(description, root()); }
-    QTemporaryDir dir;
+    testing::TempDirectory dir;
 };
 
 constexpr const char* adapterOff = "AC: type=Mains, online=0";
@@ -132,13 +127,13 @@ TEST_F(PowerSupplyTree, MonitorReadsValuesEachTimeAndListsSuppliesAgainWhenNeede
 TEST_F(PowerSupplyTree, AcpiLidStates) {
     const fs::path lids = root() / "acpi/button/lid";
     EXPECT_EQ(acpiLidClosed(root()), std::nullopt);
-    write(lids / "LID0/state", "state:      open\n");
+    testing::writeFile(lids / "LID0/state", "state:      open");
     EXPECT_EQ(acpiLidClosed(root()), false);
-    write(lids / "LID1/state", "state: ajar\n");
+    testing::writeFile(lids / "LID1/state", "state: ajar");
     EXPECT_EQ(acpiLidClosed(root()), false);
-    write(lids / "LID0/state", "state:      closed\n");
+    testing::writeFile(lids / "LID0/state", "state:      closed");
     EXPECT_EQ(acpiLidClosed(root()), true);
-    write(lids / "LID0/state", "closed\n");
+    testing::writeFile(lids / "LID0/state", "closed");
     EXPECT_EQ(acpiLidClosed(root()), std::nullopt);
 }
 
@@ -152,7 +147,7 @@ TEST_F(PowerSupplyTree, LogindDecidesWhileItAnswersAndIsAskedAgainOnlyAfterAMinu
             return logindAnswer;
         },
         root(), clock);
-    write(root() / "acpi/button/lid/LID0/state", "state:      closed\n");
+    testing::writeFile(root() / "acpi/button/lid/LID0/state", "state:      closed");
     EXPECT_FALSE(lid.closed());
     EXPECT_FALSE(lid.closed());
     EXPECT_EQ(asked, 2);
@@ -171,7 +166,7 @@ TEST_F(PowerSupplyTree, LogindDecidesWhileItAnswersAndIsAskedAgainOnlyAfterAMinu
     // minute later.
     LidMonitor nothing(nullptr, root() / "later", clock);
     EXPECT_FALSE(nothing.closed());
-    write(root() / "later/acpi/button/lid/LID0/state", "state:      closed\n");
+    testing::writeFile(root() / "later/acpi/button/lid/LID0/state", "state:      closed");
     clock.advance(59.0);
     EXPECT_FALSE(nothing.closed());
     clock.advance(1.0);
