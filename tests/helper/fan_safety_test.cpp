@@ -1,15 +1,10 @@
 #include "helper/fan_safety.h"
-#include "helper/helper_service.h"
 #include "helper_test_support.h"
 
-#include <QString>
-#include <QStringList>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <set>
-#include <vector>
 
 namespace halvoren {
 namespace {

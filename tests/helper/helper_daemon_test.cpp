@@ -8,7 +8,6 @@
 #include <sys/stat.h>
 #include <system_error>
 #include <tuple>
-#include <vector>
 
 namespace halvoren {
 namespace {

@@ -1,29 +1,21 @@
 #pragma once
 
 #include "../smc/temp_directory.h"
-#include "core/frame_codec.h"
 #include "fakes/forcing_client.h"
 #include "fakes/helper_process.h"
 #include "helper/helper_daemon.h"
 #include "helper/smc_fan_writer.h"
-#include "platform/timer_source.h"
-#include "sim/load_scenario.h"
-#include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
 #include "sim/simulated_smc_transport.h"
-#include "smc/unix_socket.h"
 
 #include <QCoreApplication>
 #include <QStringList>
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <poll.h>
-#include <string>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>

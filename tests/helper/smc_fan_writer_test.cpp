@@ -3,7 +3,6 @@
 #include "../sim/sim_test_support.h"
 #include "../smc/smc_test_support.h"
 #include "helper/smc_fan_writer.h"
-#include "sim/load_scenario.h"
 #include "sim/simulated_smc_transport.h"
 
 #include <gtest/gtest.h>

@@ -4,8 +4,6 @@
 #include "../smc/smc_test_support.h"
 #include "../smc/temp_directory.h"
 #include "helper/hardware_fan_writer.h"
-#include "helper/linux/applesmc_fan_writer.h"
-#include "helper/linux/hwmon_fan_writer.h"
 #include "helper/process_signals.h"
 #include "smc/linux/hwmon_directory.h"
 

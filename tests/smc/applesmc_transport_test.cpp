@@ -4,11 +4,9 @@
 #include "core/four_cc.h"
 #include "core/smc_data_codec.h"
 #include "smc/linux/applesmc_transport.h"
-#include "smc/smc_error.h"
 #include "smc_test_support.h"
 #include "temp_directory.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <tuple>
 

@@ -1,9 +1,7 @@
 #include "../../smc/temp_directory.h"
 #include "platform/core_counts.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
-#include <string>
 
 namespace halvoren {
 namespace {

@@ -1,10 +1,8 @@
 #include "../../smc/temp_directory.h"
 #include "platform/linux/power_supplies.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <sstream>
-#include <string>
 #include <vector>
 
 namespace halvoren::LinuxPower {
