@@ -19,26 +19,6 @@ using testing::HelperProcess;
 using testing::setTargetRequest;
 using testing::waitUntil;
 
-// Forks a client that forces fans with `frames` and waits to be killed; its pid once it says the
-// fans are forced, -1 when it never does.
-pid_t startForcingClient(const std::string& socket, const std::vector<std::string>& frames) {
-    int ready[2];
-    if (::pipe(ready) != 0) {
-        return -1;
-    }
-    const pid_t child = testing::forkForcingClient(socket, frames, ready[1]);
-    ::close(ready[1]);
-    pollfd entry{ready[0], POLLIN, 0};
-    char byte = 0;
-    const bool forced = child > 0 && ::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1;
-    ::close(ready[0]);
-    if (!forced && child > 0) {
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-    }
-    return forced ? child : -1;
-}
-
 using HelperProcessTest = test::WithQtApplication;
 
 // A real helper process writing the fans of a simulated Mac that this process serves on a socket.
@@ -65,14 +45,15 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     HelperProcess& helper = *rig.helper;
     ASSERT_TRUE(helper.waitForSocket(rig.socket)) << helper.process.readAllStandardError().toStdString();
     const auto forced = [&] { return std::pair{rig.mac->fans()[0].forced, rig.mac->fans()[1].forced}; };
-    const pid_t child = startForcingClient(
-        rig.socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))});
+    // A client process that forces both fans and then waits to be killed.
+    const pid_t child = testing::forkForcingClient(
+        rig.socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))}, -1);
     ASSERT_GT(child, 0);
-    EXPECT_EQ(forced(), std::pair(true, true));
+    EXPECT_TRUE(waitUntil(after(10000ms), [&] { return forced() == std::pair(true, true); }));
 
     // Another client stays connected and keeps talking: the dead one's fans go back all the same.
     auto bystander = connectTo(rig.socket);
-    ASSERT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
+    EXPECT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     EXPECT_TRUE(waitUntil(after(1000ms), [&] { return forced() == std::pair(false, false); }))

@@ -64,37 +64,20 @@ public:
     // The next reply's payload; none when the daemon closed the connection or nothing came
     // in time (closed() tells which).
     std::optional<std::string> receive() {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (auto payload = reader_.next()) {
-                return payload;
-            }
-            if (closed_ || reader_.failed()) {
-                return std::nullopt;
-            }
-            pump();
-            readAvailable();
-        }
-        return std::nullopt;
+        std::optional<std::string> payload;
+        until([&] { return (payload = reader_.next()) || closed_ || reader_.failed(); });
+        return payload;
     }
 
     // Sends a request and returns its reply as JSON; null JSON when none came.
     nlohmann::json call(const std::string& json) {
-        if (!send(json)) {
-            return nullptr;
-        }
-        const auto reply = receive();
+        const auto reply = send(json) ? receive() : std::nullopt;
         return reply ? nlohmann::json::parse(*reply) : nlohmann::json();
     }
 
     // Waits for the daemon to close the connection; true when it did.
     bool waitForClose() {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (!closed_ && std::chrono::steady_clock::now() < deadline) {
-            pump();
-            readAvailable();
-        }
-        return closed_;
+        return until([&] { return closed_; });
     }
     // True when the daemon closed the connection without ever sending a byte on it.
     bool closedWithoutAnswer() { return waitForClose() && received_ == 0; }
@@ -112,6 +95,18 @@ public:
     }
 
 private:
+    // Runs the daemon and reads what it sent until `done` holds; false when the wait ran out.
+    template <class Done>
+    bool until(Done done) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        for (; !done(); pump(), readAvailable()) {
+            if (std::chrono::steady_clock::now() >= deadline) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     void readAvailable() {
         pollfd entry{fd_.get(), POLLIN, 0};
         if (::poll(&entry, 1, 1) <= 0) {

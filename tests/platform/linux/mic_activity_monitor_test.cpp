@@ -1,7 +1,6 @@
+#include "../../smc/temp_directory.h"
 #include "platform/linux/mic_activity_linux.h"
 
-#include <QTemporaryDir>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -53,27 +52,26 @@ TEST(MicActivity, AlsaStatusRunsOnlyWhileRunningOrDraining) {
 
 class MicActivityMonitorTest : public ::testing::Test {
 protected:
-    void status(const fs::path& sub, const std::string& text) {
-        fs::create_directories(root / "asound" / sub);
-        std::ofstream(root / "asound" / sub / "status") << text;
+    void status(const fs::path& sub, const std::string& text) const {
+        testing::writeFile(root / "asound" / sub / "status", text);
     }
 
-    QTemporaryDir dir;
-    fs::path root = dir.path().toStdString();
+    testing::TempDirectory dir;
+    fs::path root = dir.path();
     std::string noServer = "unix:" + (root / "no-server").string();
 };
 
 TEST_F(MicActivityMonitorTest, WithoutAServerAnyRunningAlsaCaptureCounts) {
     const auto monitor = makeLinuxMicActivityMonitor(root, kSoundServerTimeout, noServer);
     EXPECT_FALSE(monitor->isMicrophoneInUse()); // no asound at all
-    status("card0/pcm0c/sub0", "closed\n");
-    status("card0/pcm0p/sub0", "state: RUNNING\n"); // playback
-    status("card1/pcm3c/sub1", "state: PREPARED\n");
-    status("cards/pcm0c/sub0", "state: RUNNING\n"); // not a card
-    status("card1/pcm4c/subX", "state: RUNNING\n");
-    status("card1/pcmc/sub0", "state: RUNNING\n");
+    status("card0/pcm0c/sub0", "closed");
+    status("card0/pcm0p/sub0", "state: RUNNING"); // playback
+    status("card1/pcm3c/sub1", "state: PREPARED");
+    status("cards/pcm0c/sub0", "state: RUNNING"); // not a card
+    status("card1/pcm4c/subX", "state: RUNNING");
+    status("card1/pcmc/sub0", "state: RUNNING");
     EXPECT_FALSE(monitor->isMicrophoneInUse());
-    status("card1/pcm3c/sub2", "state: RUNNING\n");
+    status("card1/pcm3c/sub2", "state: RUNNING");
     EXPECT_TRUE(monitor->isMicrophoneInUse());
     EXPECT_TRUE(alsaCaptureRunning(root));
     EXPECT_FALSE(alsaCaptureRunning(root / "absent"));
@@ -87,7 +85,7 @@ TEST_F(MicActivityMonitorTest, ASilentServerFallsBackToAlsaAfterTheTimeout) {
     socketPath.string().copy(address.sun_path, sizeof(address.sun_path) - 1);
     ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
     ASSERT_EQ(listen(listener, 4), 0); // accepted by the kernel, never answered
-    status("card0/pcm0c/sub0", "state: RUNNING\n");
+    status("card0/pcm0c/sub0", "state: RUNNING");
 
     const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(
