@@ -402,13 +402,7 @@ TEST_F(HelperDaemonTest, StalledClientsDoNotHoldUpOthers) {
 }
 
 // The help text names the program after the running application's first argument.
-class HelperCommandLine : public ::testing::Test {
-protected:
-    int argc = 1;
-    char name[16] = "halvoren-helper";
-    char* argv[2] = {name, nullptr};
-    QCoreApplication app{argc, argv};
-};
+using HelperCommandLine = test::WithQtApplication;
 
 HelperOptions parse(QStringList arguments) {
     arguments.prepend("halvoren-helper");

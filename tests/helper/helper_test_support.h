@@ -27,11 +27,13 @@ using namespace std::chrono_literals;
 // Every wait in these tests ends after this, so a failure cannot hang the run.
 inline constexpr auto patience = 5s;
 
-// A test whose daemon lives on this thread's Qt event loop.
+// A test whose daemon lives on this thread's Qt event loop, in an application named as the daemon.
 class WithQtApplication : public ::testing::Test {
 protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
+    int argc = 1;
+    char name[16] = "halvoren-helper";
+    char* argv[2] = {name, nullptr};
+    QCoreApplication app{argc, argv};
 };
 
 // A client of the helper socket on a plain descriptor, so that tests can misbehave in ways

@@ -52,9 +52,7 @@ TEST_F(PowerSupplyTree, ReadsSourceFlowAndCapacityOfEachMachine) {
          {PowerSource::ac, 25.0, true, false, 0.0},
          {"ADP1: type=Mains, online=1",
           "BAT0: type=Battery, status=Charging, current_now=2000000, voltage_now=12500000"}},
-        {"ThinkPadOnBatteryWithAMouse",
-         {PowerSource::battery, 9.87, false, false, 50.0},
-         {adapterOff, thinkPadBattery, mouse}},
+        {"ThinkPad", {PowerSource::battery, 9.87, false, false, 50.0}, {adapterOff, thinkPadBattery, mouse}},
         // A weak USB-C charger under load: the battery helps out, and the input still decides.
         {"UsbCAdapterOnline",
          {PowerSource::ac, 30.0, false, false, 0.0},
@@ -72,12 +70,8 @@ TEST_F(PowerSupplyTree, ReadsSourceFlowAndCapacityOfEachMachine) {
           "BAT2: type=Battery, status=Unknown, present=0, power_now=5000000, energy_full=9000000"}},
         // A held battery is fed from outside even with no adapter listed; an undecided one runs
         // the machine only when a listed adapter is offline.
-        {"HeldBatteryWithoutAdapter",
-         {PowerSource::ac, 0, false, false, 0},
-         {"BAT0: type=Battery, status=Not charging"}},
-        {"UndecidedBatteryWithoutAdapter",
-         {PowerSource::unknown, 0, false, false, 0},
-         {"BAT0: type=Battery, status=Unknown"}},
+        {"HeldNoAdapter", {PowerSource::ac, 0, false, false, 0}, {"BAT0: type=Battery, status=Not charging"}},
+        {"Undecided", {PowerSource::unknown, 0, false, false, 0}, {"BAT0: type=Battery, status=Unknown"}},
         {"UndecidedBatteryAdapterOffline",
          {PowerSource::battery, 0, false, false, 0},
          {adapterOff, "BAT0: type=Battery, status=Unknown"}},
