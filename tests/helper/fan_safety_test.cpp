@@ -26,7 +26,6 @@ public:
         if (failTarget) {
             throw FanWriteError("target refused");
         }
-        target[static_cast<std::size_t>(fan)] = rpm;
         return rpm;
     }
     void setAutomatic(int fan) override {
@@ -42,7 +41,6 @@ public:
     bool failTarget = false;
     std::set<int> failHandBack;
     std::array<bool, 2> forced{};
-    std::array<double, 2> target{};
     int targetWrites = 0;
     int handBacks = 0;
 };

@@ -208,10 +208,6 @@ private:
 
 using testing::Reach;
 
-inline bool runningAsRoot() {
-    return ::geteuid() == 0;
-}
-
 // What a client that becomes `uid` gets for a heartbeat at `path`. Runs the event loop until the
 // child is done, since an in-process daemon lives on this thread. Needs root.
 inline Reach exchangeAs(uid_t uid, const std::string& path) {
