@@ -73,7 +73,6 @@ public:
         fs::create_directories((fs::path(root()) / file).parent_path());
         std::ofstream(fs::path(root()) / file) << text;
     }
-    void setLoadavg(const std::string& text) const { write("loadavg", text); }
 
 private:
     QTemporaryDir dir_;
@@ -195,7 +194,7 @@ TEST_F(ProcApplicationWatcherNotices, ANewProcessIsNamedWhenItHasSurvivedOnePoll
 
 TEST_F(ProcApplicationWatcherNotices, AnUnchangedTaskCounterSparesTheListing) {
     startRecording();
-    tree.setLoadavg("0.10 0.20 0.30 1/80 500\n");
+    tree.write("loadavg", "0.10 0.20 0.30 1/80 500\n");
     timers.advance(2.0);
     // No new pid was given out and no task ended, by the counter: the listing is not read.
     tree.add({501, "/usr/bin/blender", ""});
@@ -203,12 +202,12 @@ TEST_F(ProcApplicationWatcherNotices, AnUnchangedTaskCounterSparesTheListing) {
     EXPECT_EQ(take(), std::vector<std::string>{});
     // Counters that say nothing (unreadable, or not the kernel's shape) never spare it.
     for (const char* loadavg : {"0.10 0.20 0.30 2/81 501\n", "garbage", "0.1 0.2 0.3 1/80 500"}) {
-        tree.setLoadavg(loadavg);
+        tree.write("loadavg", loadavg);
         timers.advance(4.0);
     }
     EXPECT_EQ(take(), std::vector<std::string>{"+blender"});
     tree.remove(501);
-    tree.setLoadavg("0.10 0.20 0.30 1/80 501\n");
+    tree.write("loadavg", "0.10 0.20 0.30 1/80 501\n");
     timers.advance(2.0);
     EXPECT_EQ(take(), std::vector<std::string>{"-blender"});
 }

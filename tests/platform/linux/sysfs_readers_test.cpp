@@ -1,19 +1,111 @@
+// Machine facts read from sysfs and procfs trees: core kinds, power supplies and the lid.
+
 #include "../../smc/temp_directory.h"
+#include "platform/core_counts.h"
 #include "platform/linux/power_supplies.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
 #include <vector>
 
-namespace halvoren::LinuxPower {
+namespace halvoren {
 namespace {
 
+using namespace LinuxPower;
 namespace fs = std::filesystem;
+using CoreCounts = DeviceSensorMap::CoreCounts;
 
-// Supplies as "NAME: file=value, file=value".
-class PowerSupplyTree : public ::testing::Test {
+// A sysfs tree of its own for each test.
+class SysfsTree : public ::testing::Test {
 protected:
     fs::path root() const { return dir.path(); }
+    testing::TempDirectory dir;
+};
+
+class CoreCountsTest : public SysfsTree {
+protected:
+    static void write(const fs::path& path, const std::string& text) { testing::writeFile(path, text); }
+    void cpus(int from, int to, const std::string& file, const std::string& text) const {
+        for (int n = from; n <= to; ++n) {
+            write(root() / "devices/system/cpu" / ("cpu" + std::to_string(n)) / file, text);
+        }
+    }
+    // Compatible strings are lists of NUL-terminated strings.
+    static std::string compatible(const std::string& kind) { return kind + '\0' + "arm,armv8" + '\0'; }
+};
+
+TEST_F(CoreCountsTest, CapacitiesSplitLargeFromSmallCores) {
+    // An M1: four efficiency cores boot first, then four performance cores.
+    write(root() / "devices/system/cpu/present", "0-7");
+    cpus(0, 3, "cpu_capacity", "427");
+    cpus(4, 7, "cpu_capacity", "1024");
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 4}));
+
+    // Clusters of one kind may differ a little; a CPU not present is not counted.
+    cpus(6, 7, "cpu_capacity", "1006");
+    cpus(8, 9, "cpu_capacity", "1024");
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 4}));
+    write(root() / "devices/system/cpu/present", "0-3,5,8-9");
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{3, 4}));
+}
+
+TEST_F(CoreCountsTest, WithoutACapacitySplitTheCoreKindsDecide) {
+    // An M2 Pro whose kernel gives every core the same capacity: 4 efficiency, 8 performance.
+    write(root() / "devices/system/cpu/present", "0-11");
+    cpus(0, 11, "cpu_capacity", "1024");
+    cpus(0, 3, "of_node/compatible", compatible("apple,blizzard"));
+    cpus(4, 11, "of_node/compatible", compatible("apple,avalanche"));
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{8, 4}));
+
+    // The higher top frequency names the performance kind, whichever kind boots.
+    cpus(0, 3, "cpufreq/cpuinfo_max_freq", "3504000");
+    cpus(4, 11, "cpufreq/cpuinfo_max_freq", "2424000");
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 8}));
+
+    // A third kind is no two-level split.
+    cpus(11, 11, "of_node/compatible", compatible("apple,everest"));
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{0, 0}));
+}
+
+TEST_F(CoreCountsTest, TheDeviceTreeAloneIsEnough) {
+    const fs::path cpusNode = root() / "firmware/devicetree/base/cpus";
+    for (const char* node : {"cpu@0", "cpu@1"}) {
+        write(cpusNode / node / "compatible", compatible("apple,sawtooth"));
+    }
+    for (const char* node : {"cpu@10100", "cpu@10101", "cpu@10102", "cpu@10103"}) {
+        write(cpusNode / node / "compatible", compatible("apple,everest"));
+    }
+    write(cpusNode / "cpu@10103" / "status", std::string("disabled") + '\0'); // fused off
+    write(cpusNode / "cpu@10102" / "status", std::string("okay") + '\0');
+    write(cpusNode / "cpu-map" / "cluster0" / "core0" / "cpu", "x"); // not a core
+    write(cpusNode / "l2-cache0" / "compatible", std::string("cache") + '\0');
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{3, 2}));
+}
+
+TEST_F(CoreCountsTest, UniformOrUnreadableProcessorsHaveNoSplit) {
+    EXPECT_EQ(hostCoreCounts(root() / "absent"), (CoreCounts{0, 0}));
+
+    // x86: CPUs with nothing to tell them apart, and no device tree.
+    write(root() / "devices/system/cpu/present", "0-7");
+    write(root() / "devices/system/cpu/online", "0-7");
+    cpus(0, 7, "topology/core_id", "0");
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{0, 0}));
+
+    // Uniform ARM: one capacity, one kind.
+    cpus(0, 7, "cpu_capacity", "1024");
+    cpus(0, 7, "of_node/compatible", compatible("arm,cortex-a72"));
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{0, 0}));
+
+    // A garbled capacity falls back to the kinds, and a garbled CPU list to every cpuN directory.
+    cpus(0, 3, "of_node/compatible", compatible("arm,cortex-a53"));
+    cpus(2, 2, "cpu_capacity", "many");
+    write(root() / "devices/system/cpu/present", "3-1");
+    EXPECT_EQ(hostCoreCounts(root()), (CoreCounts{4, 4}));
+}
+
+// Supplies as "NAME: file=value, file=value".
+class PowerSupplyTree : public SysfsTree {
+protected:
     void supply(const std::string& description, const fs::path& under) const {
         const std::size_t colon = description.find(": ");
         std::istringstream files(description.substr(colon + 2));
@@ -26,7 +118,6 @@ protected:
         }
     }
     void supply(const std::string& description) const { supply(description, root()); }
-    testing::TempDirectory dir;
 };
 
 constexpr const char* adapterOff = "AC: type=Mains, online=0";
@@ -166,4 +257,4 @@ TEST_F(PowerSupplyTree, LogindDecidesWhileItAnswersAndIsAskedAgainOnlyAfterAMinu
 }
 
 } // namespace
-} // namespace halvoren::LinuxPower
+} // namespace halvoren
