@@ -152,9 +152,8 @@ TEST(HelperService, WritesNothingItCannotVouchFor) {
 
 TEST(HelperService, AnswersFramesOrAsksToCloseThem) {
     Rig rig;
-    const auto unknown = nlohmann::json::parse(*rig.service.handleFrame(1, R"({"id":4,"method":"reboot"})"));
-    EXPECT_EQ(unknown["id"], 4);
-    EXPECT_EQ(unknown["error"], "unknown method \"reboot\"");
+    EXPECT_EQ(rig.service.handleFrame(1, R"({"id":4,"method":"reboot"})"),
+              R"({"id":4,"error":"unknown method \"reboot\""})");
 
     // Uptime runs from the service's start on its clock, and a refused call is a sign of life.
     ASSERT_FALSE(isFailure(rig.target(0, 2000)));

@@ -21,38 +21,28 @@ using testing::waitUntil;
 
 using HelperProcessTest = test::WithQtApplication;
 
-// A real helper process writing the fans of a simulated Mac that this process serves on a socket.
-struct HelperOverSimulator {
-    explicit HelperOverSimulator(const std::string& profile)
-        : mac(std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), SystemClock::shared(), 1,
-                                             idleLoad())) {
-        simulator.start();
-        helper.emplace(HALVOREN_HELPER_BINARY, QStringList{"--smc-socket", QString::fromStdString(smc),
-                                                           "--socket", QString::fromStdString(socket)});
-    }
-
+TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminated) {
+    // A real helper process writing the fans of a simulated Mac that this process serves on a socket.
     testing::TempDirectory directory;
-    std::string socket = (directory / "helper.sock").string();
-    std::string smc = (directory / "smc.sock").string();
-    std::shared_ptr<SimulatedMac> mac;
+    const std::string socket = (directory / "helper.sock").string();
+    const std::string smc = (directory / "smc.sock").string();
+    const auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"),
+                                                    SystemClock::shared(), 1, idleLoad());
     SimulatedSMCTransport transport{mac};
     SMCSocketServer simulator{transport, smc};
-    std::optional<HelperProcess> helper; // started once the simulator listens
-};
-
-TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminated) {
-    HelperOverSimulator rig("apple-silicon-laptop-2fan");
-    HelperProcess& helper = *rig.helper;
-    ASSERT_TRUE(helper.waitForSocket(rig.socket)) << helper.process.readAllStandardError().toStdString();
-    const auto forced = [&] { return std::pair{rig.mac->fans()[0].forced, rig.mac->fans()[1].forced}; };
+    simulator.start();
+    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--smc-socket", QString::fromStdString(smc), "--socket",
+                                                  QString::fromStdString(socket)});
+    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
+    const auto forced = [&] { return std::pair{mac->fans()[0].forced, mac->fans()[1].forced}; };
     // A client process that forces both fans and then waits to be killed.
     const pid_t child = testing::forkForcingClient(
-        rig.socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))}, -1);
+        socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))}, -1);
     ASSERT_GT(child, 0);
     EXPECT_TRUE(waitUntil(after(10000ms), [&] { return forced() == std::pair(true, true); }));
 
     // Another client stays connected and keeps talking: the dead one's fans go back all the same.
-    auto bystander = connectTo(rig.socket);
+    auto bystander = connectTo(socket);
     EXPECT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
@@ -69,12 +59,12 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     EXPECT_EQ(forced(), std::pair(false, false));
     const auto log = helper.process.readAllStandardError().toStdString();
     EXPECT_NE(log.find("Handed every fan back to the firmware: received SIGTERM"), std::string::npos) << log;
-    EXPECT_FALSE(std::filesystem::exists(rig.socket)) << "the socket file is removed on the way out";
+    EXPECT_FALSE(std::filesystem::exists(socket)) << "the socket file is removed on the way out";
 
     // Without --simulate and without any fan hardware the helper refuses to run.
     HelperProcess nothing(HALVOREN_HELPER_BINARY,
-                          {"--socket", QString::fromStdString(rig.socket), "--sysfs-root",
-                           QString::fromStdString((rig.directory / "no-hwmon").string())});
+                          {"--socket", QString::fromStdString(socket), "--sysfs-root",
+                           QString::fromStdString((directory / "no-hwmon").string())});
     ASSERT_TRUE(nothing.process.waitForFinished(10000));
     EXPECT_EQ(nothing.process.exitCode(), 1);
     EXPECT_NE(nothing.process.readAllStandardError().indexOf("no fan this helper can drive"), -1);
