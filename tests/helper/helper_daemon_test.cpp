@@ -1,13 +1,16 @@
 #include "../sim/sim_test_support.h"
+#include "helper/fan_safety.h"
+#include "helper/helper_options.h"
 #include "helper_test_support.h"
 
-#include <QCoreApplication>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
 #include <pwd.h>
+#include <set>
 #include <sys/stat.h>
 #include <system_error>
-#include <vector>
+#include <tuple>
 
 namespace halvoren {
 namespace {
@@ -17,11 +20,151 @@ constexpr auto setTarget = testing::setTargetRequest;
 using test::SimulatedDaemon;
 using test::TestClient;
 
-class HelperDaemonTest : public ::testing::Test {
-protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
+// Two fans whose every write can be made to fail; records what reached the "hardware".
+class FakeFanWriter final : public FanWriter {
+public:
+    std::string description() const override { return "fake"; }
+    int fanCount() const override { return 2; }
+    FanLimits limits(int fan) override {
+        if (unreadableLimits) {
+            throw FanWriteError("limits unreadable");
+        }
+        return fanLimits[static_cast<std::size_t>(fan)];
+    }
+    double setTarget(int fan, double rpm) override {
+        ++targetWrites;
+        forced[static_cast<std::size_t>(fan)] = true; // the mode goes first and succeeds
+        if (failTarget) {
+            throw FanWriteError("target refused");
+        }
+        return rpm;
+    }
+    void setAutomatic(int fan) override {
+        ++handBacks;
+        if (failHandBack.contains(fan)) {
+            throw FanWriteError("fan " + std::to_string(fan) + " stuck");
+        }
+        forced[static_cast<std::size_t>(fan)] = false;
+    }
+
+    std::array<FanLimits, 2> fanLimits{{{1200, 5800}, {1300, 6300}}};
+    bool unreadableLimits = false;
+    bool failTarget = false;
+    std::set<int> failHandBack;
+    std::array<bool, 2> forced{};
+    int targetWrites = 0;
+    int handBacks = 0;
 };
+
+struct Rig {
+    ManualClock clock;
+    ManualTimerSource timers{clock};
+    FakeFanWriter writer;
+    FanSafety safety{writer, timers};
+    HelperService service{writer, safety, clock};
+
+    HelperReply::Outcome target(int fan, double rpm, ClientId client = 1) {
+        return service
+            .handle(client,
+                    HelperRequest{.id = 1, .method = HelperMethod::setTargetRPM, .fan = fan, .rpm = rpm})
+            .outcome;
+    }
+};
+
+bool isFailure(const HelperReply::Outcome& outcome) {
+    return std::holds_alternative<HelperReply::Failure>(outcome);
+}
+
+TEST(FanSafety, RetriesAFailedHandBackEverySecondButNeverTakesAFanFromItsNewOwner) {
+    test::LogCapture log;
+    Rig rig;
+    rig.safety.clientGone(1); // nothing forced: nothing written
+    EXPECT_EQ(rig.writer.handBacks, 0);
+
+    ASSERT_FALSE(isFailure(rig.target(0, 3000)));
+    ASSERT_FALSE(isFailure(rig.target(1, 3000)));
+    rig.writer.failHandBack = {1};
+    rig.safety.clientGone(1);
+    EXPECT_FALSE(rig.writer.forced[0]);
+    EXPECT_TRUE(rig.writer.forced[1]);
+    EXPECT_EQ(rig.safety.owner(1), std::nullopt);
+
+    rig.timers.advance(FanSafety::retryDelay); // fails again
+    EXPECT_TRUE(rig.writer.forced[1]);
+    rig.writer.failHandBack.clear();
+    rig.timers.advance(FanSafety::retryDelay - 0.25);
+    EXPECT_TRUE(rig.writer.forced[1]);
+    rig.timers.advance(0.25);
+    EXPECT_FALSE(rig.writer.forced[1]);
+    EXPECT_FALSE(rig.safety.anyForced());
+    EXPECT_EQ(rig.timers.pendingCount(), 0U) << "nothing forced, nothing to watch";
+    EXPECT_EQ(test::LogCapture::count("Could not hand fan 1 back to the firmware (client 1 disconnected)"),
+              1);
+    EXPECT_EQ(test::LogCapture::count("Could not hand fan 1 back to the firmware (trying again"), 1);
+    EXPECT_EQ(test::LogCapture::lines().filter("Handed fan").size(), 2);
+    EXPECT_EQ(test::LogCapture::lines().last(),
+              "Handed fan 1 back to the firmware: trying again after a failed hand-back");
+
+    // A failed restore leaves every fan suspect; a fan a client then takes is that client's.
+    rig.writer.failHandBack = {0};
+    EXPECT_TRUE(rig.safety.restoreAll("test").has_value());
+    rig.writer.failHandBack.clear();
+    ASSERT_FALSE(isFailure(rig.target(0, 2500, 2)));
+    rig.timers.advance(FanSafety::retryDelay);
+    EXPECT_TRUE(rig.writer.forced[0]);
+    EXPECT_EQ(rig.safety.owner(0), 2U);
+    EXPECT_FALSE(rig.writer.forced[1]);
+    EXPECT_EQ(test::LogCapture::lines().last(),
+              "Handed fan 1 back to the firmware: trying again after a failed hand-back");
+}
+
+TEST(HelperService, WritesNothingItCannotVouchFor) {
+    Rig rig;
+    for (const double bad : {std::nan(""), std::numeric_limits<double>::infinity(),
+                             -std::numeric_limits<double>::infinity(), -1.0}) {
+        EXPECT_TRUE(isFailure(rig.target(0, bad))) << bad;
+    }
+    rig.writer.unreadableLimits = true;
+    EXPECT_EQ(rig.target(0, 3000), HelperReply::Outcome(HelperReply::Failure{"limits unreadable"}));
+    rig.writer.unreadableLimits = false;
+    rig.writer.fanLimits[1] = {6300, 1300}; // inverted
+    EXPECT_TRUE(isFailure(rig.target(1, 3000)));
+    EXPECT_EQ(rig.writer.targetWrites, 0);
+    EXPECT_FALSE(rig.safety.anyForced());
+
+    // A write that fails half-way hands that fan straight back...
+    rig.writer.failTarget = true;
+    EXPECT_EQ(rig.target(0, 3000), HelperReply::Outcome(HelperReply::Failure{"target refused"}));
+    EXPECT_FALSE(rig.writer.forced[0]);
+    EXPECT_FALSE(rig.safety.anyForced());
+    // ...and when that fails too, the fan stays in the safety net's care.
+    rig.writer.failHandBack = {0};
+    EXPECT_TRUE(isFailure(rig.target(0, 3000)));
+    EXPECT_TRUE(rig.writer.forced[0]);
+    EXPECT_TRUE(rig.safety.anyForced());
+    const auto restore =
+        rig.service.handle(1, HelperRequest{.id = 9, .method = HelperMethod::restoreAutomaticControl});
+    EXPECT_EQ(restore, (HelperReply{9, HelperReply::Failure{"fan 0 stuck"}}));
+    rig.writer.failHandBack.clear();
+    rig.timers.advance(FanSafety::retryDelay);
+    EXPECT_FALSE(rig.writer.forced[0]);
+}
+
+TEST(HelperService, AnswersFramesOrAsksToCloseThem) {
+    Rig rig;
+    EXPECT_EQ(rig.service.handleFrame(1, R"({"id":4,"method":"reboot"})"),
+              R"({"id":4,"error":"unknown method \"reboot\""})");
+
+    // Uptime runs from the service's start on its clock, and a refused call is a sign of life.
+    ASSERT_FALSE(isFailure(rig.target(0, 2000)));
+    rig.timers.advance(4.0);
+    rig.service.handleFrame(1, R"({"id":5,"method":"setTargetRPM"})");
+    rig.timers.advance(4.0);
+    EXPECT_TRUE(rig.writer.forced[0]);
+    EXPECT_EQ(*rig.service.handleFrame(1, R"({"id":6,"method":"heartbeat"})"), R"({"id":6,"uptime":8})");
+}
+
+using HelperDaemonTest = test::WithQtApplication;
 
 TEST_F(HelperDaemonTest, AnswersEachCallRepeatingItsId) {
     SimulatedDaemon helper;
@@ -36,19 +179,16 @@ TEST_F(HelperDaemonTest, AnswersEachCallRepeatingItsId) {
     EXPECT_DOUBLE_EQ(beat["uptime"].get<double>(), 3.25);
 
     EXPECT_EQ(client.call(setTarget(3, 0, 3000.0)), (nlohmann::json{{"id", 3}, {"applied", 3000.0}}));
-    EXPECT_TRUE(helper.fan(0).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
+    EXPECT_EQ(helper.held(0), std::pair(true, 3000.0));
     EXPECT_FALSE(helper.fan(1).forced);
 
     EXPECT_EQ(client.call(test::setManual(4, 0, false)), (nlohmann::json{{"id", 4}}));
     EXPECT_FALSE(helper.fan(0).forced);
     // Forced again at its last target; a fan never set starts at its minimum.
     EXPECT_EQ(client.call(test::setManual(5, 0, true)), (nlohmann::json{{"id", 5}}));
-    EXPECT_TRUE(helper.fan(0).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(0).target, 3000.0);
+    EXPECT_EQ(helper.held(0), std::pair(true, 3000.0));
     EXPECT_EQ(client.call(test::setManual(6, 1, true)), (nlohmann::json{{"id", 6}}));
-    EXPECT_TRUE(helper.fan(1).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(1).target, 1300.0);
+    EXPECT_EQ(helper.held(1), std::pair(true, 1300.0));
 
     EXPECT_EQ(client.call(call(7, "restoreAutomaticControl")), (nlohmann::json{{"id", 7}}));
     EXPECT_FALSE(helper.anyFanForced());
@@ -122,8 +262,7 @@ TEST_F(HelperDaemonTest, ClosesAConnectionWhoseFrameCannotBeAnswered) {
     EXPECT_TRUE(client.closed());
 
     // The fan forced by the client that stayed is untouched by all of this.
-    EXPECT_TRUE(helper.fan(0).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(0).target, 2500.0);
+    EXPECT_EQ(helper.held(0), std::pair(true, 2500.0));
     EXPECT_EQ(bystander.call(call(7, "heartbeat"))["id"], 7);
 }
 
@@ -145,8 +284,7 @@ TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
     ::close(pair[0]);
     ::close(pair[1]);
     ASSERT_TRUE(peer.has_value());
-    EXPECT_EQ(peer->uid, self);
-    EXPECT_EQ(peer->pid, ::getpid());
+    EXPECT_EQ(std::tuple(peer->pid, peer->uid, peer->gid), std::tuple(::getpid(), self, ::getgid()));
     const auto allow = allowUsers({1000});
     EXPECT_TRUE(allow(PeerCredentials{1, 0, 0}));
     EXPECT_TRUE(allow(PeerCredentials{1, 1000, 0}));
@@ -155,8 +293,7 @@ TEST_F(HelperDaemonTest, DisconnectsUsersOutsideTheAllowListWithoutAnswer) {
     // A group lets in a peer running with it, and a user the database lists in it.
     const passwd* member = ::getpwnam("daemon");
     ASSERT_NE(member, nullptr);
-    const uid_t memberUid = member->pw_uid;
-    const gid_t memberGroup = member->pw_gid;
+    const auto [memberUid, memberGroup] = std::pair(member->pw_uid, member->pw_gid);
     const gid_t otherGroup = memberGroup + 4242;
     const uid_t unknownUser = 3999999;
     const auto group = allowUsersAndGroups({1000}, {memberGroup});
@@ -216,8 +353,7 @@ TEST_F(HelperDaemonTest, HandsBackTheFansOfEachClientThatLeaves) {
     // The last client to write a fan owns it: the one it took it from may leave.
     ASSERT_EQ(bystander.call(setTarget(4, 1, 5000.0))["applied"], 5000.0);
     second.close();
-    EXPECT_TRUE(helper.fan(1).forced);
-    EXPECT_DOUBLE_EQ(helper.fan(1).target, 5000.0);
+    EXPECT_EQ(helper.held(1), std::pair(true, 5000.0));
 
     // A client the daemon throws out counts as gone too.
     bystander.sendRaw(frameBytes("[]"));
@@ -365,7 +501,7 @@ TEST_F(HelperDaemonTest, CapsConnectionsPerUserAndLogsRefusalsAtABoundedRate) {
 }
 
 TEST_F(HelperDaemonTest, OneUserAtItsCapLeavesRoomForAnother) {
-    if (!test::runningAsRoot()) {
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "needs root, to connect as a second user";
     }
     HelperServer::Options options;
@@ -410,6 +546,57 @@ TEST_F(HelperDaemonTest, StalledClientsDoNotHoldUpOthers) {
     // The half frame still completes into an answer.
     halfFrame.sendRaw(frameBytes(call(1, "heartbeat")).substr(7));
     EXPECT_EQ(nlohmann::json::parse(halfFrame.receive().value_or("null"))["id"], 1);
+}
+
+// The help text names the program after the running application's first argument.
+using HelperCommandLine = test::WithQtApplication;
+
+HelperOptions parse(QStringList arguments) {
+    arguments.prepend("halvoren-helper");
+    return parseHelperCommandLine(arguments).options;
+}
+
+TEST_F(HelperCommandLine, ReadsEveryFlag) {
+    const auto plain = parse({"--socket", "/tmp/h/helper.sock"});
+    EXPECT_EQ(plain.socketPath, "/tmp/h/helper.sock");
+    EXPECT_FALSE(plain.ownSocketDirectory) << "a directory someone named keeps its mode";
+    EXPECT_EQ(plain.simulateProfile, std::nullopt);
+    EXPECT_EQ(plain.smcSocketPath, "") << "without --simulate: the hardware";
+
+    const auto simulated = parse({"--socket", "/tmp/h/helper.sock", "--simulate"});
+    EXPECT_EQ(simulated.simulateProfile, "apple-silicon-laptop-2fan");
+    EXPECT_EQ(simulated.smcSocketPath, "/tmp/h/smc.sock");
+
+    const auto chosen =
+        parse({"--simulate=intel-laptop", "--smc-socket", "/x/smc", "--allow-uid", "1000", "--allow-uid=1001",
+               "--allow-group", "halvoren", "--sysfs-root", "/fake", "--socket=/s"});
+    EXPECT_EQ(chosen.simulateProfile, "intel-laptop");
+    EXPECT_EQ(chosen.smcSocketPath, "/x/smc");
+    EXPECT_EQ(chosen.extraUids, (std::set<uid_t>{1000, 1001}));
+    EXPECT_EQ(chosen.allowedGroups, (std::set<std::string>{"halvoren"}));
+    EXPECT_EQ(chosen.sysfsRoot, "/fake");
+    EXPECT_EQ(chosen.socketPath, "/s");
+
+    // The default place depends on who runs the daemon; it is always a helper.sock.
+    EXPECT_TRUE(parse({}).socketPath.ends_with("/halvoren/helper.sock"));
+    EXPECT_TRUE(parse({}).ownSocketDirectory);
+
+    EXPECT_TRUE(parseHelperCommandLine({"halvoren-helper", "--help"}).helpRequested);
+
+    for (const QStringList& bad :
+         {QStringList{"--allow-uid", "bob"}, QStringList{"--allow-uid", "-1"},
+          QStringList{"--allow-uid", "4294967295"}, QStringList{"--simulate="}, QStringList{"--allow-group="},
+          QStringList{"--fast"}, QStringList{"stray"}, QStringList{"--socket"}}) {
+        EXPECT_THROW(parse(bad), CommandLineError) << bad.join(' ').toStdString();
+    }
+}
+
+TEST_F(HelperCommandLine, OpensTheSocketToOthersOnlyWhenOthersAreAllowed) {
+    EXPECT_EQ(socketModeFor({}, 1000), 0600U);
+    EXPECT_EQ(socketModeFor({0, 1000}, 1000), 0600U);
+    EXPECT_EQ(socketModeFor({1001}, 1000), 0666U);
+    EXPECT_EQ(socketModeFor({1000}, 0), 0666U);
+    EXPECT_EQ(socketModeFor({}, 0, true), 0666U) << "a group's members are other users";
 }
 
 } // namespace

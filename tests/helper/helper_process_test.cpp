@@ -1,26 +1,12 @@
 // The real daemon as a child process, killed and signalled the ways it will be in use.
 
-#include "../smc/temp_directory.h"
-#include "core/frame_codec.h"
-#include "fakes/forcing_client.h"
-#include "fakes/helper_process.h"
 #include "helper_test_support.h"
-#include "sim/load_scenario.h"
-#include "sim/machine_profile.h"
-#include "sim/simulated_mac.h"
-#include "sim/simulated_smc_transport.h"
 #include "smc/smc_socket_server.h"
 
-#include <QCoreApplication>
 #include <QProcess>
-#include <csignal>
 #include <gtest/gtest.h>
-#include <optional>
-#include <poll.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <tuple>
-#include <unistd.h>
 
 namespace halvoren {
 namespace {
@@ -33,64 +19,31 @@ using testing::HelperProcess;
 using testing::setTargetRequest;
 using testing::waitUntil;
 
-// Forks a client that forces fans with `frames` and waits to be killed; its pid once it says the
-// fans are forced, -1 when it never does.
-pid_t startForcingClient(const std::string& socket, const std::vector<std::string>& frames) {
-    int ready[2];
-    if (::pipe(ready) != 0) {
-        return -1;
-    }
-    const pid_t child = testing::forkForcingClient(socket, frames, ready[1]);
-    ::close(ready[1]);
-    pollfd entry{ready[0], POLLIN, 0};
-    char byte = 0;
-    const bool forced = child > 0 && ::poll(&entry, 1, 10000) == 1 && ::read(ready[0], &byte, 1) == 1;
-    ::close(ready[0]);
-    if (!forced && child > 0) {
-        ::kill(child, SIGKILL);
-        ::waitpid(child, nullptr, 0);
-    }
-    return forced ? child : -1;
-}
-
-class HelperProcessTest : public ::testing::Test {
-protected:
-    int argc = 0;
-    QCoreApplication app{argc, nullptr};
-};
-
-// A real helper process writing the fans of a simulated Mac that this process serves on a socket.
-struct HelperOverSimulator {
-    explicit HelperOverSimulator(const std::string& profile)
-        : mac(std::make_shared<SimulatedMac>(*MachineProfile::builtIn(profile), SystemClock::shared(), 1,
-                                             idleLoad())) {
-        simulator.start();
-        helper.emplace(HALVOREN_HELPER_BINARY, QStringList{"--smc-socket", QString::fromStdString(smc),
-                                                           "--socket", QString::fromStdString(socket)});
-    }
-
-    testing::TempDirectory directory;
-    std::string socket = (directory / "helper.sock").string();
-    std::string smc = (directory / "smc.sock").string();
-    std::shared_ptr<SimulatedMac> mac;
-    SimulatedSMCTransport transport{mac};
-    SMCSocketServer simulator{transport, smc};
-    std::optional<HelperProcess> helper; // started once the simulator listens
-};
+using HelperProcessTest = test::WithQtApplication;
 
 TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminated) {
-    HelperOverSimulator rig("apple-silicon-laptop-2fan");
-    HelperProcess& helper = *rig.helper;
-    ASSERT_TRUE(helper.waitForSocket(rig.socket)) << helper.process.readAllStandardError().toStdString();
-    const auto forced = [&] { return std::pair{rig.mac->fans()[0].forced, rig.mac->fans()[1].forced}; };
-    const pid_t child = startForcingClient(
-        rig.socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))});
+    // A real helper process writing the fans of a simulated Mac that this process serves on a socket.
+    testing::TempDirectory directory;
+    const std::string socket = (directory / "helper.sock").string();
+    const std::string smc = (directory / "smc.sock").string();
+    const auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-laptop-2fan"),
+                                                    SystemClock::shared(), 1, idleLoad());
+    SimulatedSMCTransport transport{mac};
+    SMCSocketServer simulator{transport, smc};
+    simulator.start();
+    HelperProcess helper(HALVOREN_HELPER_BINARY, {"--smc-socket", QString::fromStdString(smc), "--socket",
+                                                  QString::fromStdString(socket)});
+    ASSERT_TRUE(helper.waitForSocket(socket)) << helper.process.readAllStandardError().toStdString();
+    const auto forced = [&] { return std::pair{mac->fans()[0].forced, mac->fans()[1].forced}; };
+    // A client process that forces both fans and then waits to be killed.
+    const pid_t child = testing::forkForcingClient(
+        socket, {frameBytes(setTargetRequest(1, 0, 4000)), frameBytes(setTargetRequest(2, 1, 4000))}, -1);
     ASSERT_GT(child, 0);
-    EXPECT_EQ(forced(), std::pair(true, true));
+    EXPECT_TRUE(waitUntil(after(10000ms), [&] { return forced() == std::pair(true, true); }));
 
     // Another client stays connected and keeps talking: the dead one's fans go back all the same.
-    auto bystander = connectTo(rig.socket);
-    ASSERT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
+    auto bystander = connectTo(socket);
+    EXPECT_EQ(callHelper(bystander.get(), R"({"id":1,"method":"heartbeat"})")["id"], 1);
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     EXPECT_TRUE(waitUntil(after(1000ms), [&] { return forced() == std::pair(false, false); }))
@@ -106,19 +59,19 @@ TEST_F(HelperProcessTest, HandsFansBackWhenItsClientIsKilledAndWhenItIsTerminate
     EXPECT_EQ(forced(), std::pair(false, false));
     const auto log = helper.process.readAllStandardError().toStdString();
     EXPECT_NE(log.find("Handed every fan back to the firmware: received SIGTERM"), std::string::npos) << log;
-    EXPECT_FALSE(std::filesystem::exists(rig.socket)) << "the socket file is removed on the way out";
+    EXPECT_FALSE(std::filesystem::exists(socket)) << "the socket file is removed on the way out";
 
     // Without --simulate and without any fan hardware the helper refuses to run.
     HelperProcess nothing(HALVOREN_HELPER_BINARY,
-                          {"--socket", QString::fromStdString(rig.socket), "--sysfs-root",
-                           QString::fromStdString((rig.directory / "no-hwmon").string())});
+                          {"--socket", QString::fromStdString(socket), "--sysfs-root",
+                           QString::fromStdString((directory / "no-hwmon").string())});
     ASSERT_TRUE(nothing.process.waitForFinished(10000));
     EXPECT_EQ(nothing.process.exitCode(), 1);
     EXPECT_NE(nothing.process.readAllStandardError().indexOf("no fan this helper can drive"), -1);
 }
 
 TEST_F(HelperProcessTest, AnAllowedUserReachesTheSocketAndNoOtherUserGetsMore) {
-    if (!test::runningAsRoot()) {
+    if (::geteuid() != 0) {
         GTEST_SKIP() << "needs root, to connect as other users";
     }
     testing::TempDirectory base;

@@ -1,28 +1,21 @@
 #pragma once
 
 #include "../smc/temp_directory.h"
-#include "core/frame_codec.h"
 #include "fakes/forcing_client.h"
 #include "fakes/helper_process.h"
 #include "helper/helper_daemon.h"
 #include "helper/smc_fan_writer.h"
-#include "platform/timer_source.h"
-#include "sim/load_scenario.h"
-#include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
 #include "sim/simulated_smc_transport.h"
-#include "smc/unix_socket.h"
 
 #include <QCoreApplication>
 #include <QStringList>
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
-#include <nlohmann/json.hpp>
+#include <gtest/gtest.h>
 #include <optional>
 #include <poll.h>
-#include <string>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,6 +26,15 @@ using namespace std::chrono_literals;
 
 // Every wait in these tests ends after this, so a failure cannot hang the run.
 inline constexpr auto patience = 5s;
+
+// A test whose daemon lives on this thread's Qt event loop, in an application named as the daemon.
+class WithQtApplication : public ::testing::Test {
+protected:
+    int argc = 1;
+    char name[16] = "halvoren-helper";
+    char* argv[2] = {name, nullptr};
+    QCoreApplication app{argc, argv};
+};
 
 // A client of the helper socket on a plain descriptor, so that tests can misbehave in ways
 // a well-made client cannot. While it waits it runs the Qt event loop, since the daemon under
@@ -64,37 +66,20 @@ public:
     // The next reply's payload; none when the daemon closed the connection or nothing came
     // in time (closed() tells which).
     std::optional<std::string> receive() {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (auto payload = reader_.next()) {
-                return payload;
-            }
-            if (closed_ || reader_.failed()) {
-                return std::nullopt;
-            }
-            pump();
-            readAvailable();
-        }
-        return std::nullopt;
+        std::optional<std::string> payload;
+        until([&] { return (payload = reader_.next()) || closed_ || reader_.failed(); });
+        return payload;
     }
 
     // Sends a request and returns its reply as JSON; null JSON when none came.
     nlohmann::json call(const std::string& json) {
-        if (!send(json)) {
-            return nullptr;
-        }
-        const auto reply = receive();
+        const auto reply = send(json) ? receive() : std::nullopt;
         return reply ? nlohmann::json::parse(*reply) : nlohmann::json();
     }
 
     // Waits for the daemon to close the connection; true when it did.
     bool waitForClose() {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (!closed_ && std::chrono::steady_clock::now() < deadline) {
-            pump();
-            readAvailable();
-        }
-        return closed_;
+        return until([&] { return closed_; });
     }
     // True when the daemon closed the connection without ever sending a byte on it.
     bool closedWithoutAnswer() { return waitForClose() && received_ == 0; }
@@ -112,6 +97,18 @@ public:
     }
 
 private:
+    // Runs the daemon and reads what it sent until `done` holds; false when the wait ran out.
+    template <class Done>
+    bool until(Done done) {
+        const auto deadline = std::chrono::steady_clock::now() + patience;
+        for (; !done(); pump(), readAvailable()) {
+            if (std::chrono::steady_clock::now() >= deadline) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     void readAvailable() {
         pollfd entry{fd_.get(), POLLIN, 0};
         if (::poll(&entry, 1, 1) <= 0) {
@@ -162,6 +159,8 @@ struct SimulatedDaemon {
     }
 
     SimulatedFan fan(int i) { return mac->fans().at(static_cast<std::size_t>(i)); }
+    // Whether fan `i` is forced, and to what.
+    std::pair<bool, double> held(int i) { return {fan(i).forced, fan(i).target}; }
     bool anyFanForced() { return std::ranges::any_of(mac->fans(), &SimulatedFan::forced); }
 
     testing::TempDirectory directory;
@@ -208,10 +207,6 @@ private:
 };
 
 using testing::Reach;
-
-inline bool runningAsRoot() {
-    return ::geteuid() == 0;
-}
 
 // What a client that becomes `uid` gets for a heartbeat at `path`. Runs the event loop until the
 // child is done, since an in-process daemon lives on this thread. Needs root.

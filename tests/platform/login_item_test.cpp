@@ -1,17 +1,12 @@
+#include "../smc/temp_directory.h"
 #include "platform/login_item.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 namespace halvoren {
 namespace {
-
-QString entryText(const QTemporaryDir& dir) {
-    QFile file(dir.filePath(QStringLiteral("autostart/halvoren.desktop")));
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
 
 TEST(XdgAutostartLoginItem, WritesReadsBackAndRemovesTheEntry) {
     QTemporaryDir dir;
@@ -22,14 +17,16 @@ TEST(XdgAutostartLoginItem, WritesReadsBackAndRemovesTheEntry) {
 
     ASSERT_EQ(item->setEnabled(true), std::nullopt); // the folder is made
     EXPECT_TRUE(item->isEnabled());
-    const QString text = entryText(dir);
+    QFile entry(dir.filePath(QStringLiteral("autostart/halvoren.desktop")));
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(entry.readAll());
     EXPECT_TRUE(text.startsWith(QStringLiteral("[Desktop Entry]\n")));
     EXPECT_TRUE(text.contains(QStringLiteral("\nExec=\"/opt/My Apps/100%%/halvoren\"\n")))
         << text.toStdString();
 
     ASSERT_EQ(item->setEnabled(false), std::nullopt);
     EXPECT_FALSE(item->isEnabled());
-    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("autostart/halvoren.desktop"))));
+    EXPECT_FALSE(entry.exists());
 }
 
 // A desktop's own switch for an entry turns it off; the same keys in another group do not.
@@ -45,13 +42,10 @@ TEST(XdgAutostartLoginItem, AnEntryTheDesktopHidOrDisabledIsOff) {
         {"[Desktop Entry]\nExec=halvoren\n[Desktop Action quit]\nHidden=true\n", true},
     };
     for (const Case& c : cases) {
-        QTemporaryDir dir;
-        QDir().mkpath(dir.filePath(QStringLiteral("autostart")));
-        QFile file(dir.filePath(QStringLiteral("autostart/halvoren.desktop")));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(c.text);
-        file.close();
-        EXPECT_EQ(xdgAutostartLoginItem(dir.filePath(QStringLiteral("autostart")))->isEnabled(), c.enabled)
+        const testing::TempDirectory dir;
+        testing::writeFile(dir / "autostart/halvoren.desktop", c.text);
+        EXPECT_EQ(xdgAutostartLoginItem(QString::fromStdString((dir / "autostart").string()))->isEnabled(),
+                  c.enabled)
             << c.text;
     }
 }

@@ -1,9 +1,6 @@
-#include "platform/clock.h"
 #include "probe/probe_options.h"
 #include "probe/probe_report.h"
 #include "probe/probe_source.h"
-#include "sim/load_scenario.h"
-#include "sim/machine_profile.h"
 #include "sim/simulated_mac.h"
 #include "sim/simulated_smc_transport.h"
 #include "smc/smc_socket_server.h"
@@ -39,47 +36,38 @@ TEST(ProbeOptions, SourcesFlagsAndNamedMistakes) {
     }
 }
 
-TEST(ProbeSource, ReadsEverySimulatedProfile) {
+TEST(ProbeSource, ReadsEverySimulatedProfileAndASimulatorServedOverItsSocket) {
     for (const auto& name : MachineProfile::builtInNames()) {
         const auto result = runProbe(parseOptions({"--simulate=" + name}).options.value());
         ASSERT_TRUE(std::holds_alternative<Report>(result)) << name;
         const auto& report = std::get<Report>(result);
         EXPECT_NE(report.source.find(name), std::string::npos);
         EXPECT_FALSE(report.sensors.empty()) << name;
-        const bool fanless = name.find("fanless") != std::string::npos;
-        EXPECT_EQ(report.fans.empty(), fanless) << name;
+        EXPECT_EQ(report.fans.empty(), name.find("fanless") != std::string::npos) << name;
         for (const auto& fan : report.fans) {
             EXPECT_LT(fan.minRPM, fan.maxRPM) << name;
         }
     }
-}
 
-TEST(ProbeSource, UnknownProfilesAndMissingSocketsFailWithAReason) {
-    auto result = runProbe(parseOptions({"--simulate=no-such-machine"}).options.value());
-    ASSERT_TRUE(std::holds_alternative<ProbeFailure>(result));
-    EXPECT_NE(std::get<ProbeFailure>(result).message.find("apple-silicon-laptop-2fan"), std::string::npos);
-
-    QTemporaryDir dir;
-    result =
-        runProbe(parseOptions({"--smc-socket", dir.filePath("absent.sock").toStdString()}).options.value());
-    ASSERT_TRUE(std::holds_alternative<ProbeFailure>(result));
-    EXPECT_NE(std::get<ProbeFailure>(result).message.find("openFailed"), std::string::npos);
-}
-
-TEST(ProbeSource, ReadsASimulatorServedOverItsSocket) {
     ManualClock clock;
-    auto mac = std::make_shared<SimulatedMac>(*MachineProfile::builtIn("apple-silicon-desktop-1fan"), clock,
-                                              7, idleLoad());
-    SimulatedSMCTransport backend(mac);
+    SimulatedSMCTransport backend(std::make_shared<SimulatedMac>(
+        *MachineProfile::builtIn("apple-silicon-desktop-1fan"), clock, 7, idleLoad()));
     QTemporaryDir dir;
     SMCSocketServer server(backend, dir.filePath("smc.sock").toStdString());
     server.start();
-
     const auto result = runProbe(parseOptions({"--smc-socket", server.path()}).options.value());
     ASSERT_TRUE(std::holds_alternative<Report>(result));
-    const auto& report = std::get<Report>(result);
-    EXPECT_EQ(report.fans.size(), 1U);
-    EXPECT_FALSE(report.sensors.empty());
+    EXPECT_EQ(std::get<Report>(result).fans.size(), 1U);
+    EXPECT_FALSE(std::get<Report>(result).sensors.empty());
+
+    // Unknown profiles and missing sockets fail with a reason.
+    const auto failure = [](const std::vector<std::string>& arguments) {
+        const auto failed = runProbe(parseOptions(arguments).options.value());
+        return std::holds_alternative<ProbeFailure>(failed) ? std::get<ProbeFailure>(failed).message : "none";
+    };
+    EXPECT_NE(failure({"--simulate=no-such-machine"}).find("apple-silicon-laptop-2fan"), std::string::npos);
+    EXPECT_NE(failure({"--smc-socket", dir.filePath("absent.sock").toStdString()}).find("openFailed"),
+              std::string::npos);
 }
 
 TEST(ProbeReport, TextAndJsonForms) {
@@ -89,12 +77,11 @@ TEST(ProbeReport, TextAndJsonForms) {
         SMCSensor{"TC0P", "TC0P", "CPU P", SensorCategory::cpu, 45.25, SensorClass::temperature, "°C"});
     report.fans.push_back(FanStatus{0, 0.0, 1200, 5800, 1500, true, false});
 
+    // An invalid speed read is "unreadable", never 0 RPM.
     const std::string text = formatText(report);
-    EXPECT_NE(text.find("Sensors (1)"), std::string::npos);
-    EXPECT_NE(text.find("TC0P  CPU P"), std::string::npos);
-    EXPECT_NE(text.find("45.25  °C"), std::string::npos);
-    EXPECT_NE(text.find("unreadable"), std::string::npos); // an invalid speed read is not shown as 0 RPM
-    EXPECT_NE(text.find("yes"), std::string::npos);
+    for (const char* part : {"Sensors (1)", "TC0P  CPU P", "45.25  °C", "unreadable", "yes"}) {
+        EXPECT_NE(text.find(part), std::string::npos) << part << " in\n" << text;
+    }
 
     const auto document = nlohmann::json::parse(formatJson(report));
     EXPECT_EQ(document["source"], "test");

@@ -4,11 +4,9 @@
 #include "core/four_cc.h"
 #include "core/smc_data_codec.h"
 #include "smc/linux/applesmc_transport.h"
-#include "smc/smc_error.h"
 #include "smc_test_support.h"
 #include "temp_directory.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <tuple>
 
@@ -49,61 +47,39 @@ std::uint8_t readResult(SMCTransport& t, const std::string& key) {
 
 class AppleSMCTree : public ::testing::Test {
 protected:
-    void SetUp() override {
-        // A decoy with fan and key-like temperature attributes that must not be read. Of the
-        // controller's labels, "Not a key" cannot be addressed and a repeated key keeps its first file.
-        testing::writeFiles(root.path(), {"hwmon0/name=coretemp", "hwmon0/temp1_label=TX0P",
-                                          "hwmon0/temp1_input=99000", "hwmon0/fan1_input=9999"});
-        testing::writeFiles(smc, {"name=applesmc",         "fan1_input=1203",   "fan1_min=1000",
-                                  "fan1_max=6200",         "fan1_output=1300",  "fan1_manual=0",
-                                  "fan2_input=0",          "fan2_min=1200",     "fan2_max=5800",
-                                  "fan2_output=0",         "fan2_manual=1",     "temp1_label=TC0P",
-                                  "temp1_input=45250",     "temp2_label=TB0T",  "temp2_input=-2500",
-                                  "temp3_label=Not a key", "temp3_input=40000", "temp4_label=TC0P",
-                                  "temp4_input=80000",     "temp10_label=Ts0S", "temp10_input=30750"});
-    }
+    void SetUp() override { testing::writeAppleSMCTree(root.path()); }
 
     testing::TempDirectory root;
-    std::filesystem::path smc = root / "hwmon3";
+    std::filesystem::path smc = root / "hwmon2";
 };
 
-TEST_F(AppleSMCTree, ListsCountsFansThenTemperatureLabels) {
+TEST_F(AppleSMCTree, ListsCountsFansThenTemperatureLabelsAndReadsTheirFiles) {
     AppleSMCTransport t(root.path());
-    const std::vector<std::string> expected{"#KEY", "FNum", "F0Ac", "F0Mn", "F0Mx", "F0Tg", "F0Md", "F1Ac",
-                                            "F1Mn", "F1Mx", "F1Tg", "F1Md", "TC0P", "TB0T", "Ts0S"};
-    EXPECT_EQ(t.keys(), expected);
-    for (std::uint32_t i = 0; i < expected.size(); ++i) {
+    const std::tuple<const char*, const char*, std::uint32_t, double> keys[] = {
+        {"#KEY", "ui32", 4, 15.0},   {"FNum", "ui8 ", 1, 2.0},    {"F0Ac", "fpe2", 2, 1203.0},
+        {"F0Mn", "fpe2", 2, 1000.0}, {"F0Mx", "fpe2", 2, 6200.0}, {"F0Tg", "fpe2", 2, 1300.0},
+        {"F0Md", "ui8 ", 1, 0.0},    {"F1Ac", "fpe2", 2, 0.0},    {"F1Mn", "fpe2", 2, 1200.0},
+        {"F1Mx", "fpe2", 2, 5800.0}, {"F1Tg", "fpe2", 2, 0.0},    {"F1Md", "ui8 ", 1, 1.0},
+        {"TC0P", "sp78", 2, 45.25},  {"TB0T", "sp78", 2, -2.5},   {"Ts0S", "sp78", 2, 30.75}};
+    std::vector<std::string> listed;
+    for (std::uint32_t i = 0; i < std::size(keys); ++i) {
+        const auto& [key, type, size, expected] = keys[i];
+        listed.emplace_back(key);
         const SMCParamStruct out = t.call(command(SMCCommand::keyByIndex, "", i));
-        EXPECT_EQ(out.result, SMCResult::success);
-        EXPECT_EQ(FourCC::string(out.key), expected[i]);
+        EXPECT_EQ(out.result, SMCResult::success) << key;
+        EXPECT_EQ(FourCC::string(out.key), key);
+        EXPECT_EQ(info(t, key), std::make_pair(std::string(type), size)) << key;
+        EXPECT_EQ(value(t, key), expected) << key;
     }
+    EXPECT_EQ(t.keys(), listed);
     EXPECT_EQ(t.call(command(SMCCommand::keyByIndex, "", 15)).result, SMCResult::keyNotFound);
     EXPECT_EQ(t.call(command(SMCCommand::keyByIndex, "", 0xFFFFFFFF)).result, SMCResult::keyNotFound);
-
-    const std::tuple<const char*, const char*, std::uint32_t> types[] = {
-        {"#KEY", "ui32", 4}, {"FNum", "ui8 ", 1}, {"F1Ac", "fpe2", 2},
-        {"F0Tg", "fpe2", 2}, {"F1Md", "ui8 ", 1}, {"Ts0S", "sp78", 2}};
-    for (const auto& [key, type, size] : types) {
-        EXPECT_EQ(info(t, key), std::make_pair(std::string(type), size)) << key;
-    }
-    EXPECT_EQ(value(t, "#KEY"), 15.0);
-    EXPECT_EQ(value(t, "FNum"), 2.0);
-
     for (const char* absent : {"TX0P", "F2Ac", "T3  "}) {
         EXPECT_EQ(t.call(command(SMCCommand::keyInformation, absent)).result, SMCResult::keyNotFound)
             << absent;
         EXPECT_EQ(readResult(t, absent), SMCResult::keyNotFound) << absent;
     }
-}
 
-TEST_F(AppleSMCTree, ReadsCurrentAttributeValues) {
-    AppleSMCTransport t(root.path());
-    const std::pair<const char*, double> values[] = {
-        {"TC0P", 45.25},  {"TB0T", -2.5},   {"Ts0S", 30.75}, {"F0Ac", 1203.0}, {"F0Mn", 1000.0},
-        {"F0Mx", 6200.0}, {"F0Tg", 1300.0}, {"F0Md", 0.0},   {"F1Ac", 0.0},    {"F1Md", 1.0}};
-    for (const auto& [key, expected] : values) {
-        EXPECT_EQ(value(t, key), expected) << key;
-    }
     // The raw image: sp78 45.25 is 0x2D40, big-endian, zero behind.
     const SMCParamStruct out = t.call(command(SMCCommand::readValue, "TC0P"));
     EXPECT_EQ(out.valueBytes(4), (std::vector<std::uint8_t>{0x2D, 0x40, 0, 0}));

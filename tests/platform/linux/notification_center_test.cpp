@@ -1,7 +1,9 @@
+#include "platform/linux/accessibility_preferences_linux.h"
 #include "platform/linux/notification_center_linux.h"
 
 #include <QCoreApplication>
 #include <QDBusMessage>
+#include <QDBusVariant>
 #include <QDBusVirtualObject>
 #include <QDeadlineTimer>
 #include <QProcess>
@@ -13,6 +15,26 @@
 
 namespace halvoren {
 namespace {
+
+QVariant wrapped(const QVariant& value, int times) {
+    QVariant result = value;
+    for (int i = 0; i < times; ++i) {
+        result = QVariant::fromValue(QDBusVariant(result));
+    }
+    return result;
+}
+
+// Older portals answer `Read` with the value inside a second variant; a value of another type
+// is no answer, and the unwrapping stops at a depth no portal uses.
+TEST(AccessibilityPreferencesTest, PortalValuesAreUnwrappedToTheirBoolean) {
+    EXPECT_EQ(portalBool(QVariant(true)), true);
+    EXPECT_EQ(portalBool(wrapped(QVariant(false), 1)), false);
+    EXPECT_EQ(portalBool(wrapped(QVariant(true), 2)), true);
+    EXPECT_EQ(portalBool(wrapped(QVariant(true), 5)), std::nullopt);
+    EXPECT_EQ(portalBool(wrapped(QVariant(QStringLiteral("true")), 2)), std::nullopt);
+    EXPECT_EQ(portalBool(wrapped(QVariant(1), 1)), std::nullopt);
+    EXPECT_EQ(portalBool(QVariant()), std::nullopt);
+}
 
 // A notification server that answers the two calls the program makes and keeps what it was sent.
 class FakeServer final : public QDBusVirtualObject {
@@ -61,20 +83,6 @@ protected:
         daemon.waitForFinished(5000);
     }
 
-    template <class Done>
-    static bool pumpUntil(Done done) {
-        QDeadlineTimer deadline(5000);
-        while (!done() && !deadline.hasExpired()) {
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        }
-        return done();
-    }
-
-    std::shared_ptr<NotificationCenter> client() {
-        return freedesktopNotificationCenter(
-            QDBusConnection::connectToBus(address, QStringLiteral("notification-client")));
-    }
-
     int argc = 0;
     QCoreApplication app{argc, nullptr};
     QProcess daemon;
@@ -84,7 +92,8 @@ protected:
 };
 
 TEST_F(FreedesktopNotificationsTest, AServerThatAnswersIsConsentAndShowsTheNotification) {
-    const auto center = client();
+    const auto center = freedesktopNotificationCenter(
+        QDBusConnection::connectToBus(address, QStringLiteral("notification-client")));
     ASSERT_TRUE(center->isUsable());
     const auto ask = [&] {
         std::optional<bool> granted;
@@ -94,7 +103,10 @@ TEST_F(FreedesktopNotificationsTest, AServerThatAnswersIsConsentAndShowsTheNotif
         EXPECT_FALSE(granted.has_value()); // never answered from inside the call
         center->post("Halvoren: CPU Hot", "CPU Die is running hot at 96\u00B0C",
                      [&](const std::optional<std::string>& error) { posted = error.value_or(""); });
-        EXPECT_TRUE(pumpUntil([&] { return granted && posted; }));
+        for (QDeadlineTimer deadline(5000); !(granted && posted) && !deadline.hasExpired();) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        }
+        EXPECT_TRUE(granted && posted) << "both callbacks are called";
         return std::pair(granted.value_or(false), posted.value_or("none"));
     };
     const auto [refused, failure] = ask(); // no server yet

@@ -1,19 +1,31 @@
+// Everything that reads a /proc tree: application names and their watcher, the program list,
+// and per-process CPU times.
+
 #include "platform/linux/application_identity.h"
 #include "platform/linux/proc_application_watcher.h"
+#include "platform/linux/proc_cpu_times.h"
+#include "platform/quit_program.h"
+#include "platform/running_programs.h"
 
 #include <QTemporaryDir>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <optional>
-#include <string>
+#include <unistd.h>
 #include <utility>
-#include <vector>
 
 namespace halvoren {
 namespace {
 
 namespace fs = std::filesystem;
+
+std::string statText(int pid, const std::string& comm, std::uint64_t utime, std::uint64_t stime,
+                     int ppid = 1) {
+    return std::to_string(pid) + " (" + comm + ") S " + std::to_string(ppid) +
+           " 1 1 0 -1 4194560 100 0 0 0 " + std::to_string(utime) + " " + std::to_string(stime) +
+           " 0 0 20 0 1 0 123 0 0\n";
+}
 
 struct FakeProcess {
     int pid;
@@ -22,6 +34,9 @@ struct FakeProcess {
     std::string comm{}; // empty: the executable's name
     int ppid = 1;
     bool hasCommandLine = true;
+    unsigned uid = 1000;
+    std::uint64_t utime = 0;
+    std::uint64_t stime = 0;
 };
 
 std::string appSlice(const std::string& unit) {
@@ -43,14 +58,21 @@ public:
         const std::string comm =
             process.comm.empty() ? fs::path(process.exe).filename().string() : process.comm;
         std::ofstream(dir / "comm") << comm << '\n';
-        std::ofstream(dir / "stat") << process.pid << " (" << comm << ") S " << process.ppid << " 1 1 0 -1\n";
+        std::ofstream(dir / "stat") << statText(process.pid, comm, process.utime, process.stime,
+                                                process.ppid);
+        std::ofstream(dir / "status")
+            << "Name:\t" << comm << "\nUid:\t" << process.uid << '\t' << process.uid << "\n";
         std::ofstream(dir / "cmdline") << (process.hasCommandLine ? comm + '\0' : "");
         if (!process.cgroup.empty()) {
             std::ofstream(dir / "cgroup") << process.cgroup;
         }
     }
     void remove(int pid) const { fs::remove_all(processDir(pid)); }
-    void setLoadavg(const std::string& text) const { std::ofstream(fs::path(root()) / "loadavg") << text; }
+    // A file of its own, in place of what add() wrote or under a name that is no process.
+    void write(const std::string& file, const std::string& text) const {
+        fs::create_directories((fs::path(root()) / file).parent_path());
+        std::ofstream(fs::path(root()) / file) << text;
+    }
 
 private:
     QTemporaryDir dir_;
@@ -172,7 +194,7 @@ TEST_F(ProcApplicationWatcherNotices, ANewProcessIsNamedWhenItHasSurvivedOnePoll
 
 TEST_F(ProcApplicationWatcherNotices, AnUnchangedTaskCounterSparesTheListing) {
     startRecording();
-    tree.setLoadavg("0.10 0.20 0.30 1/80 500\n");
+    tree.write("loadavg", "0.10 0.20 0.30 1/80 500\n");
     timers.advance(2.0);
     // No new pid was given out and no task ended, by the counter: the listing is not read.
     tree.add({501, "/usr/bin/blender", ""});
@@ -180,12 +202,12 @@ TEST_F(ProcApplicationWatcherNotices, AnUnchangedTaskCounterSparesTheListing) {
     EXPECT_EQ(take(), std::vector<std::string>{});
     // Counters that say nothing (unreadable, or not the kernel's shape) never spare it.
     for (const char* loadavg : {"0.10 0.20 0.30 2/81 501\n", "garbage", "0.1 0.2 0.3 1/80 500"}) {
-        tree.setLoadavg(loadavg);
+        tree.write("loadavg", loadavg);
         timers.advance(4.0);
     }
     EXPECT_EQ(take(), std::vector<std::string>{"+blender"});
     tree.remove(501);
-    tree.setLoadavg("0.10 0.20 0.30 1/80 501\n");
+    tree.write("loadavg", "0.10 0.20 0.30 1/80 501\n");
     timers.advance(2.0);
     EXPECT_EQ(take(), std::vector<std::string>{"-blender"});
 }
@@ -209,6 +231,85 @@ TEST_F(ProcApplicationWatcherNotices, NoNoticeReachesAStoppedOrReplacedReceiver)
     timers.advance(10.0);
     EXPECT_EQ(stale, 0);
     EXPECT_EQ(watcher.runningApplicationIDs(), std::vector<std::string>{"gimp"});
+}
+
+TEST(ProcessList, RunningProgramsAreProcessNamesAndQuitFindsTheUsersOwnProcesses) {
+    ProcTree tree;
+    tree.add({1, "", "", "systemd", 1, true, 0});
+    tree.add({100, "", "", "blender"});
+    tree.add({101, "", "", "blender", 1, true, 1001});  // another user's
+    tree.add({102, "/usr/bin/blender", "", "python3"}); // known by its executable
+    tree.add({103, "", "", "blend"});                   // a name that merely starts alike
+    tree.write("104/comm", "blender\n");                // ended before its status was read
+    fs::create_directories(tree.processDir(1200));      // ended before its name was read
+    tree.write("1300/comm", "");
+    tree.write("self/comm", "notaprocess\n");
+
+    EXPECT_EQ(runningProgramIdentifiers(tree.root()),
+              (std::set<std::string>{"blend", "blender", "python3", "systemd"}));
+    EXPECT_TRUE(runningProgramIdentifiers(tree.processDir(9)).empty());
+    // The real process table lists at least this test.
+    EXPECT_FALSE(runningProgramIdentifiers().empty());
+
+    EXPECT_EQ(ownProcessesNamed("blender", 1000, tree.root()), (std::vector<int>{100, 102}));
+    EXPECT_EQ(ownProcessesNamed("blender", 1001, tree.root()), (std::vector<int>{101}));
+    EXPECT_TRUE(ownProcessesNamed("", 1000, tree.root()).empty());
+    EXPECT_TRUE(ownProcessesNamed("blender", 1000, tree.processDir(9)).empty());
+    EXPECT_EQ(askApplicationToQuit("no-such-program-here"), 0);
+}
+
+TEST(ProcCPUTimes, ParsesUserAndSystemTicks) {
+    const struct {
+        std::string text;
+        std::optional<std::pair<std::uint64_t, std::uint64_t>> ticks;
+    } cases[] = {
+        {statText(7, "editor", 250, 40), std::pair{250, 40}},
+        {statText(7, "a) (b c", 3, 4), std::pair{3, 4}}, // the last ")" ends the command
+        {statText(7, "x", 18446744073709551615ULL, 0), std::pair{18446744073709551615ULL, 0}},
+        {"7 (x) S 1 1 1 0 -1 4194560 100 0 0 0 250", std::nullopt}, // cut before stime
+        {"7 (x) S 1 1 1 0 -1 4194560 100 0 0 0 25a 4 0", std::nullopt},
+        {"7 (x) S 1 1 1 0 -1 4194560 100 0 0 0 -5 4 0", std::nullopt},
+        {"7 x S 1 1 1 0 -1 4194560 100 0 0 0 5 4 0", std::nullopt},
+        {"", std::nullopt},
+    };
+    for (const auto& c : cases) {
+        const auto got = parseProcStatTicks(c.text);
+        ASSERT_EQ(got.has_value(), c.ticks.has_value()) << c.text;
+        if (got) {
+            EXPECT_EQ(got->user, c.ticks->first) << c.text;
+            EXPECT_EQ(got->system, c.ticks->second) << c.text;
+        }
+    }
+}
+
+TEST(ProcCPUTimes, ReadsOwnProcessesOfATreeAndNamesThem) {
+    const ProcTree tree;
+    ProcCPUTimes reader(tree.root());
+    std::vector<ProcessCPUTime> out{{99, {1, 1}}};
+    EXPECT_FALSE(reader.readAll(out)); // no processes at all
+    EXPECT_TRUE(out.empty());
+
+    tree.add({12, "/usr/bin/editor", "", "", 1, true, 1000, 250, 50});
+    tree.add({40, "/opt/browser/browser", "", "", 1, true, 1000, 1, 0});
+    tree.add({41, "/usr/bin/gone", ""}); // ended between the listing and the read
+    fs::remove(tree.processDir(41) / "stat");
+    tree.add({42, "/usr/bin/broken", ""});
+    tree.write("42/stat", "42 (broken) S"); // malformed
+    tree.write("self/stat", statText(1, "self", 5, 5));
+
+    ASSERT_TRUE(reader.readAll(out));
+    const auto perSecond = static_cast<std::uint64_t>(sysconf(_SC_CLK_TCK));
+    const auto nanos = [&](std::uint64_t ticks) { return ticks * 1'000'000'000 / perSecond; };
+    ASSERT_EQ(out.size(), 2U);
+    EXPECT_EQ(out[0].pid, 12);
+    EXPECT_EQ(out[0].times.user, nanos(250));
+    EXPECT_EQ(out[0].times.system, nanos(50));
+    EXPECT_EQ(out[1].pid, 40);
+    EXPECT_EQ(out[1].times.user, nanos(1));
+
+    EXPECT_EQ(reader.processName(12), "editor");
+    EXPECT_EQ(reader.processName(40), "browser");
+    EXPECT_EQ(reader.processName(77), std::nullopt);
 }
 
 } // namespace
