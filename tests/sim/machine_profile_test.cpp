@@ -77,16 +77,13 @@ TEST(MachineProfile, EveryBuiltInProfileParsesAndServesEveryKeyInOrder) {
 }
 
 TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
+    // Scattered as on the real machine: runs of adjacent suffixes, not one block per family.
     const auto laptop = test::builtIn("apple-silicon-laptop-2fan");
     EXPECT_EQ(laptop.coreCounts.performance, 8);
     EXPECT_EQ(laptop.coreCounts.efficiency, 4);
     EXPECT_GE(familyRuns(laptop, "Tp"), 8);
     EXPECT_EQ(familyRuns(laptop, "Te"), 4);
     EXPECT_GE(familyRuns(laptop, "Tg") + familyRuns(laptop, "TG"), 5);
-    for (const auto* key : {"TB0T", "TB1T", "TB2T", "TW0P", "TPD0", "TPD1", "TPD2", "TPD3", "TPSP", "TDeL",
-                            "TDeR", "TH0x", "PSTR", "PPBR", "PDTR", "VD0R", "ID0R"}) {
-        EXPECT_NE(laptop.key(key), nullptr) << key;
-    }
     const auto typeOf = [](const MachineProfile& p, const std::string& key) {
         const auto* found = p.key(key);
         return found ? FourCC::string(found->typeCode) : "missing";
@@ -98,11 +95,6 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
         }
         EXPECT_EQ(typeOf(laptop, FanKey::mode(fan)), "ui8 ");
     }
-    for (const std::string type : {"ch8*", "{jst", "si16", "ui16", "ui32"}) {
-        EXPECT_TRUE(std::ranges::any_of(laptop.keys, [&](const auto& key) {
-            return FourCC::string(key.typeCode) == type;
-        })) << type;
-    }
 
     const auto desktop = test::builtIn("apple-silicon-desktop-1fan");
     EXPECT_EQ(desktop.thermal.fans.size(), 1u);
@@ -111,7 +103,6 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
     // How each forces its fans: the laptop directly, the desktop after Ftst, Intel by bits.
     EXPECT_EQ(laptop.key("Ftst"), nullptr);
     EXPECT_NE(desktop.key("Ftst"), nullptr);
-    EXPECT_EQ(desktop.thermal.firmware.releaseDelay, 4.0);
 
     const auto fanless = test::builtIn("apple-silicon-laptop-fanless");
     EXPECT_TRUE(fanless.thermal.fans.empty());
@@ -120,7 +111,6 @@ TEST(MachineProfile, ProfilesCarryTheKeyFamiliesOfTheirMachines) {
     }
 
     const auto intel = test::builtIn("intel-laptop");
-    EXPECT_EQ(intel.coreCounts.performance, 0);
     for (const auto& [key, type] : {std::pair{"F0Ac", "fpe2"},
                                     {"F1Tg", "fpe2"},
                                     {"TC0P", "sp78"},

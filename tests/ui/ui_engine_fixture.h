@@ -51,9 +51,6 @@ protected:
                                         .processCPUTimes = std::make_shared<FakeProcessCPUTimes>()});
     }
 
-    static FanStatus fan(int id, double current, double min = 1200.0, double max = 6000.0) {
-        return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
-    }
     static SMCSensor temperature(std::string key, std::string name, double celsius,
                                  SensorCategory category = SensorCategory::cpu) {
         return SMCSensor{.id = key,

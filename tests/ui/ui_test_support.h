@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/fan_status.h"
+
 #include <QApplication>
 #include <QKeyEvent>
 #include <QWidget>
@@ -30,6 +32,11 @@ protected:
     bool platformChosen_ = offscreen();
     QApplication app{argumentCount(), arguments()};
 };
+
+// A fan turning at `current` RPM in `min` ... `max`.
+inline FanStatus fan(int id, double current, double min = 1200.0, double max = 6000.0) {
+    return FanStatus{.id = id, .currentRPM = current, .minRPM = min, .maxRPM = max};
+}
 
 // A key pressed and let go on `widget`, with no modifier.
 inline void press(QWidget& widget, int key) {

@@ -1,7 +1,9 @@
 #include "../ui_engine_fixture.h"
+#include "core/preset_profiles.h"
 #include "ui/panel/menu_bar_panel.h"
 #include "ui/panel/panel_buttons.h"
 #include "ui/panel/panel_popup.h"
+#include "ui/panel/panel_values.h"
 #include "ui/panel/speed_slider.h"
 #include "ui/weather/fan_flow_meter.h"
 
@@ -9,8 +11,81 @@
 #include <QLayout>
 #include <QPointer>
 
-namespace halvoren {
+namespace halvoren::panel {
 namespace {
+
+FanProfile constant(std::int64_t rpm) {
+    FanProfile profile;
+    profile.mode = ControlMode::constantRPM;
+    profile.constantTargetRPM = rpm;
+    return profile;
+}
+
+// The slider's ends over two fans' bounds are the panel's test; here, no fans and the edges.
+TEST(PanelValues, BoundsFallBackWithoutFansAndTheSliderMapsBothWaysWithinThem) {
+    const FanBounds none = fanBounds({});
+    EXPECT_EQ(none.min, 1200.0);
+    EXPECT_EQ(none.max, 6000.0);
+
+    const FanBounds bounds{1100.0, 5800.0};
+    EXPECT_EQ(sliderRPM(-0.5, bounds), 1100.0);
+    EXPECT_EQ(sliderRPM(7.0, bounds), 5800.0);
+    EXPECT_EQ(sliderRPM(0.5001, bounds), 3450.0);
+    EXPECT_EQ(sliderRPM(std::nan(""), bounds), 1100.0);
+
+    const FanMap fans{{0, fan(0, 2275, 1100, 5800)}};
+    EXPECT_DOUBLE_EQ(sliderPosition(constant(3450), fans, bounds), 0.5);
+    EXPECT_EQ(sliderPosition(constant(9000), fans, bounds), 1.0);
+    EXPECT_EQ(sliderPosition(constant(FanProfile::unlimitedRPM), fans, bounds), 1.0);
+    EXPECT_EQ(sliderPosition(constant(500), fans, bounds), 0.0);
+    // Not a fixed speed: the fastest fan places it.
+    EXPECT_DOUBLE_EQ(sliderPosition(FanProfile::halvorenStandard(), fans, bounds), 0.25);
+    EXPECT_EQ(sliderPosition(std::nullopt, {}, FanBounds{}), 0.0);
+    // Bounds with no width never divide by zero.
+    EXPECT_EQ(sliderPosition(constant(3000), fans, FanBounds{3000.0, 3000.0}), 0.0);
+}
+
+TEST(PanelValues, ManualControlAndTheLitTab) {
+    EXPECT_FALSE(isManualControl({}, std::nullopt));
+    EXPECT_FALSE(isManualControl({}, FanProfile::halvorenStandard()));
+    EXPECT_FALSE(isManualControl({}, constant(0)));
+    EXPECT_TRUE(isManualControl({}, constant(2000)));
+    EXPECT_TRUE(isManualControl({{0, 2000.0}}, std::nullopt));
+
+    EXPECT_EQ(activeTier(FanPreset::quiet, FanProfile::maxThermalBlast()), FanPreset::quiet);
+    // A capped copy keeps the base profile's identity and still lights its tab.
+    FanProfile capped = baseProfile(FanPreset::auto_);
+    capped.curvePoints.pop_back();
+    EXPECT_EQ(activeTier(std::nullopt, capped), FanPreset::auto_);
+    EXPECT_EQ(activeTier(std::nullopt, constant(2000)), std::nullopt);
+    EXPECT_EQ(activeTier(std::nullopt, std::nullopt), std::nullopt);
+}
+
+TEST(PanelValues, SpokenAndShownTextsAndACountdownThatRoundsUpAndStopsAtZero) {
+    EXPECT_EQ(honestyLine(HelperState::unavailable("timeout")),
+              QStringLiteral("Monitoring only. The fan-control helper is unavailable (timeout)."));
+    EXPECT_EQ(heroAccessibilityValue(std::nullopt, false, false), QStringLiteral("no reading"));
+    EXPECT_EQ(heroAccessibilityValue(61.4, false, false), QStringLiteral("61 degrees Celsius"));
+    EXPECT_EQ(heroAccessibilityValue(50.0, true, true), QStringLiteral("122.0 degrees Fahrenheit"));
+
+    EXPECT_EQ(fanMetersAccessibilityValue({{0, fan(0, 1999.6)}, {1, fan(1, 2400)}}),
+              QStringLiteral("Left Fan 2000 RPM, Right Fan 2400 RPM"));
+    EXPECT_EQ(fanMetersAccessibilityValue({{3, fan(3, 1800)}}), QStringLiteral("Fan 1800 RPM"));
+
+    EXPECT_EQ(customModeDetail(ModeSpeed::fixed(0.705)), QStringLiteral("Fixed 71%"));
+    EXPECT_EQ(customModeAccessibilityValue(ModeSpeed::floor(0.3)), QStringLiteral("30 percent, Minimum"));
+
+    EXPECT_EQ(turboDetail({}), QStringLiteral("Max cooling"));
+    EXPECT_EQ(turboDetail({{0, fan(0, 0.0)}}), QStringLiteral("Max cooling"));
+    EXPECT_EQ(turboDetail({{0, fan(0, 5990.7)}, {1, fan(1, 6100)}}), QStringLiteral("6100 RPM"));
+
+    const Clock::WallTime now{std::chrono::seconds{1000}};
+    using std::chrono::milliseconds;
+    EXPECT_EQ(cooldownCountdown(now, now + milliseconds(125'001)), QStringLiteral("2:06"));
+    EXPECT_EQ(cooldownCountdown(now, now + milliseconds(60'000)), QStringLiteral("1:00"));
+    EXPECT_EQ(cooldownCountdown(now, now + milliseconds(9'000)), QStringLiteral("0:09"));
+    EXPECT_EQ(cooldownCountdown(now, now - milliseconds(3'000)), QStringLiteral("0:00"));
+}
 
 class MenuBarPanelTest : public UiEngineTest {
 protected:
@@ -115,11 +190,9 @@ TEST_F(MenuBarPanelTest, TheSliderTakesOverOnRelease) {
 TEST_F(MenuBarPanelTest, EveryWayOutOpensTheWindowThenCloses) {
     MenuBarPanel& p = build();
     std::vector<QAbstractButton*> footer;
-    for (auto* button : p.findChildren<QAbstractButton*>()) {
-        if (button->parentWidget() == &p && button != &p.turboButton() && button != &p.cooldownButton()) {
-            footer.push_back(button);
-        }
-    }
+    std::ranges::copy_if(p.findChildren<QAbstractButton*>(), std::back_inserter(footer), [&](auto* button) {
+        return button->parentWidget() == &p && button != &p.turboButton() && button != &p.cooldownButton();
+    });
     ASSERT_EQ(footer.size(), 3U);
     struct Case {
         QAbstractButton* button;
@@ -192,21 +265,6 @@ TEST_F(MenuBarPanelTest, ThePopupClosesOnEscapeAndWhenThePanelLeads) {
     EXPECT_FALSE(preview->isVisible());
 }
 
-// The panel is built on every opening: whatever it watched must be let go with it.
-TEST(EngineWatch, ForgetsItsFieldsWhenItGoes) {
-    Observable<int> field{0};
-    int calls = 0;
-    {
-        EngineWatch watch;
-        watch.on(field, [&] { ++calls; });
-        watch.on(field, [&] { ++calls; });
-        field.set(1);
-        EXPECT_EQ(calls, 2);
-    }
-    field.set(2);
-    EXPECT_EQ(calls, 2);
-}
-
 TEST(PanelPosition, UnderTheTrayKeptOnScreenElseTopRight) {
     const QRect screen(0, 0, 1440, 900);
     const QSize size(360, 600);
@@ -218,4 +276,4 @@ TEST(PanelPosition, UnderTheTrayKeptOnScreenElseTopRight) {
 }
 
 } // namespace
-} // namespace halvoren
+} // namespace halvoren::panel
