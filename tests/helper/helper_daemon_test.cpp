@@ -333,6 +333,13 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
 
     helper.daemon.stop("test over");
     EXPECT_FALSE(std::filesystem::exists(path));
+
+    // A daemon starting hands back what an earlier run left forced.
+    helper.writer.setTarget(1, 3000.0);
+    ASSERT_TRUE(helper.fan(1).forced);
+    HelperDaemon restarted(helper.writer, helper.timers, helper.withPath(options));
+    restarted.start();
+    EXPECT_FALSE(helper.anyFanForced());
 }
 
 TEST_F(HelperDaemonTest, HandsBackTheFansOfEachClientThatLeaves) {
