@@ -322,8 +322,7 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
     SimulatedDaemon helper(options);
     struct stat info {};
     ASSERT_EQ(::lstat(path.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISSOCK(info.st_mode));
-    EXPECT_EQ(info.st_mode & 0777, 0600U);
+    EXPECT_EQ(info.st_mode & (S_IFMT | 0777), S_IFSOCK | 0600U) << "a socket, for its owner alone";
     EXPECT_EQ(TestClient(path).call(call(1, "helperVersion"))["version"], "1.2.0");
 
     // A second daemon must not take the socket of a live one.
@@ -333,6 +332,13 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
 
     helper.daemon.stop("test over");
     EXPECT_FALSE(std::filesystem::exists(path));
+
+    // A daemon starting hands back what an earlier run left forced.
+    helper.writer.setTarget(1, 3000.0);
+    ASSERT_TRUE(helper.fan(1).forced);
+    HelperDaemon restarted(helper.writer, helper.timers, helper.withPath(options));
+    restarted.start();
+    EXPECT_FALSE(helper.anyFanForced());
 }
 
 TEST_F(HelperDaemonTest, HandsBackTheFansOfEachClientThatLeaves) {
