@@ -1,5 +1,7 @@
 #include "helper/helper_daemon.h"
 
+#include <system_error>
+
 namespace halvoren {
 
 HelperDaemon::HelperDaemon(FanWriter& writer, TimerSource& timers, HelperServer::Options serverOptions)
@@ -11,8 +13,18 @@ HelperDaemon::HelperDaemon(FanWriter& writer, TimerSource& timers, HelperServer:
           [this](ClientId client) { safety_.clientGone(client); }) {}
 
 void HelperDaemon::start() {
+    // Listening comes first, so a second helper that finds a live one on the socket leaves that
+    // helper's fans alone. Any other failure still hands back what a dead helper left forced. No
+    // request can arrive between the two: both run before the event loop does.
+    try {
+        server_.listen();
+    } catch (const std::system_error& error) {
+        if (error.code() != std::errc::address_in_use) {
+            safety_.restoreAll("the helper is starting");
+        }
+        throw;
+    }
     safety_.restoreAll("the helper is starting");
-    server_.listen();
 }
 
 void HelperDaemon::stop(std::string_view reason) {

@@ -325,10 +325,18 @@ TEST_F(HelperDaemonTest, SocketFileIsPrivateAndReplacesOnlyAStaleOne) {
     EXPECT_EQ(info.st_mode & (S_IFMT | 0777), S_IFSOCK | 0600U) << "a socket, for its owner alone";
     EXPECT_EQ(TestClient(path).call(call(1, "helperVersion"))["version"], "1.2.0");
 
-    // A second daemon must not take the socket of a live one.
+    // A second daemon must not take the socket of a live one, nor the fans its clients hold; one
+    // that fails for any other reason still hands back what a dead run left forced.
+    helper.writer.setTarget(1, 3000.0);
     HelperDaemon second(helper.writer, helper.timers, helper.withPath(options));
     EXPECT_THROW(second.start(), std::system_error);
     EXPECT_EQ(TestClient(path).call(call(2, "helperVersion"))["id"], 2);
+    EXPECT_TRUE(helper.fan(1).forced);
+    HelperServer::Options unusable = options;
+    unusable.path = std::string(200, 'x');
+    HelperDaemon third(helper.writer, helper.timers, helper.withPath(unusable));
+    EXPECT_THROW(third.start(), std::system_error);
+    EXPECT_FALSE(helper.fan(1).forced);
 
     helper.daemon.stop("test over");
     EXPECT_FALSE(std::filesystem::exists(path));
