@@ -17,7 +17,9 @@ namespace halvoren {
 namespace {
 
 // Key tables of real machines, kept beside the checkout rather than in it.
-const std::filesystem::path realMacs(HALVOREN_REAL_MACS_DIR);
+std::filesystem::path realMacs() {
+    return std::filesystem::path(HALVOREN_REAL_MACS_DIR);
+}
 
 // The engine on "Balanced" over an in-process simulated Mac, on the fixture's manual clock. Fan
 // targets go to the scripted driver; the machine's own fans stay with its firmware.
@@ -33,10 +35,10 @@ protected:
     // A built-in profile, or one of the shared folder; none when that folder is absent.
     static std::optional<MachineProfile> profile(const std::string& name) {
         if (auto builtIn = MachineProfile::builtIn(name);
-            builtIn || !std::filesystem::is_directory(realMacs)) {
+            builtIn || !std::filesystem::is_directory(realMacs())) {
             return builtIn;
         }
-        return MachineProfile::load(realMacs / (name + ".json"));
+        return MachineProfile::load(realMacs() / (name + ".json"));
     }
 
     void runBalanced(const MachineProfile& machine, std::unique_ptr<LoadScenario> load, double seconds) {
