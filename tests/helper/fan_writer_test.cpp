@@ -139,8 +139,7 @@ TEST(SMCFanWriter, AControllerWithoutForcingKeysRefusesEveryWriteAndHasNothingTo
                   [](const ProfileKey& key) { return key.name == "F0Md" || key.name == "F1Md"; });
     Rig rig(profile);
     EXPECT_EQ(rig.writer.protocol().kind, FanControl::none);
-    EXPECT_EQ(thrownMessage<FanWriteError>([&] { rig.writer.setTarget(0, 3000.0); }),
-              R"(fan 0 cannot be forced: the controller has no F0Md, F0md or "FS! " key)");
+    EXPECT_THROW(rig.writer.setTarget(0, 3000.0), FanWriteError);
     EXPECT_NO_THROW(rig.writer.restoreAutomatic());
 }
 

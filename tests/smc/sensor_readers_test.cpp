@@ -91,10 +91,7 @@ TEST(SMCKernelBridge, ResultBytesBecomeErrorsNamingTheKey) {
 TEST(SMCKernelBridge, CodecFailuresAreCodecErrorsAndSendNothing) {
     auto f = makeFakeBridge();
     f.fake->setRaw("CHIP", FourCC::code("ch8*"), 4, {'M', '3', 0, 0});
-    const auto decode = thrownError([&] { f.bridge->read("CHIP"); });
-    ASSERT_TRUE(decode);
-    EXPECT_EQ(decode->kind(), SMCError::Kind::codec);
-    EXPECT_EQ(decode->text(), "decode CHIP: unsupportedType(\"ch8*\")");
+    EXPECT_EQ(thrownError([&] { f.bridge->read("CHIP"); }).value().kind(), SMCError::Kind::codec);
 
     // A declared size of 0 reads as no bytes, which no type decodes.
     f.fake->setRaw("TC0P", SMCDataType::sp78Code, 0, {0x2D, 0x80});

@@ -148,6 +148,7 @@ TEST_F(PowerSupplyTree, ReadsSourceFlowAndCapacityOfEachMachine) {
          {PowerSource::ac, 25.0, true, false, 0.0},
          {"ADP1: type=Mains, online=1",
           "BAT0: type=Battery, status=Charging, current_now=2000000, voltage_now=12500000"}},
+        // The mouse's battery (scope Device) adds neither flow nor capacity.
         {"ThinkPad", {PowerSource::battery, 9.87, false, false, 50.0}, {adapterOff, thinkPadBattery, mouse}},
         // A weak USB-C charger under load: the battery helps out, and the input still decides.
         {"UsbCAdapterOnline",
@@ -156,7 +157,6 @@ TEST_F(PowerSupplyTree, ReadsSourceFlowAndCapacityOfEachMachine) {
           "ucsi-source-psy-USBC000:002: type=USB, online=0",
           "BAT0: type=Battery, status=Discharging, power_now=-30000000"}},
         {"DesktopOnMains", {PowerSource::ac, 0.0, false, false, 0.0}, {"ACAD: type=Mains, online=1"}},
-        {"DesktopWithOnlyAMouse", {PowerSource::unknown, 0.0, false, false, 0.0}, {mouse}},
         {"NoSupplies", {PowerSource::unknown, 0.0, false, false, 0.0}, {}},
         // A discharging battery decides over an idle second one; capacities add up; an empty bay
         // counts for nothing.
@@ -278,7 +278,6 @@ TEST(MicActivity, OnlyALiveStreamOnTheDefaultMicrophoneCounts) {
         {"alsa_input.usb-mic", {{4, true}}, false},                // paused
         {"alsa_input.usb-mic", {{0, false}, {1, false}}, false},   // recording other sources
         {"alsa_input.pci-analog", {{4, false}, {0, false}}, true}, // matched by index, not position
-        {"alsa_input.usb-mic", {}, false},
         {"speakers.monitor", {{1, false}}, false},
         {"virtual.monitor", {{7, false}}, false},
         {"", {{4, false}}, false},              // no default source
