@@ -172,7 +172,6 @@ TEST(FanDrivingStatus, TheFirstMatchingReasonWins) {
     EXPECT_EQ(subtitle(false, false, std::nullopt, false, none), "macOS automatic control");
     EXPECT_EQ(subtitle(false, false, std::nullopt, false, FanProfile::appleAuto()),
               "macOS automatic control");
-    EXPECT_EQ(subtitle(false, false, FanPreset::quiet, false, quietCapped), "Quiet curve");
     EXPECT_EQ(subtitle(false, false, std::nullopt, false, FanProfile::maxThermalBlast()), "Max cooling");
     EXPECT_EQ(subtitle(false, false, std::nullopt, false, customProfile("Lock", ControlMode::constantRPM)),
               "Speed locked");

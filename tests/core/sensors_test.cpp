@@ -137,7 +137,6 @@ TEST(SensorSelection, TheHottestSourceFollowsRealComponents) {
         {"just beyond the on-die margin", {{"TCMz", 40.0}, {"Tf06", 50.5}}, 40.0},
         // Off-die parts heat on their own and get the wider margin.
         {"hot battery beside idle dies", {{"Tp01", 35.0}, {"TB0T", 50.0}, {"TB1T", 49.0}}, 50.0},
-        {"hot storage", {{"TC0P", 45.0}, {"TH0x", 64.0}, {"Ts0P", 30.0}}, 64.0},
         {"off-die reading far beyond anything", {{"TC0P", 35.0}, {"TB0T", 56.0}}, 35.0},
         // A loaded GPU is itself a reference and lifts the bound of its neighbours.
         {"gpu under load", {{"Tp01", 50.0}, {"Tg05", 90.0}, {"Tf06", 97.0}}, 97.0},
@@ -304,7 +303,6 @@ TEST(DeviceSensorMap, CoreListsFollowTheCoreCounts) {
     family.push_back(temp("Te09", 45));
     family.push_back(temp("Te08", 44));
     EXPECT_EQ(detail::efficiencyCores(family, 3), (Optionals{90, 45}));
-    EXPECT_EQ(detail::efficiencyCores(family, 1), (Optionals{90}));
     EXPECT_TRUE(detail::efficiencyCores(family, 0).empty());
     // Four characters, not four bytes, make a "Tex" key.
     EXPECT_EQ(detail::efficiencyCores(Sensors{temp("Tex\u00e9", 42), temp("Tex0", 40)}, 2),

@@ -98,7 +98,6 @@ TEST(ThermalTrend, ChipShowsOnlyTimesUnderFifteenMinutesAndUrgencyUnderFive) {
         {rising(15.0), {"arrow.up.right", "Rising", none, false}},
         {rising(5.0), {"arrow.up.right", "Rising", 5, false}},
         {rising(4.99), {"arrow.up.right", "Rising", 5, true}},
-        {rising(2.5), {"arrow.up.right", "Rising", 3, true}},
         {rising(none), {"arrow.up.right", "Rising", none, false}},
         {ThermalTrend::steady(), {"arrow.right", "Steady", none, false}},
         {ThermalTrend::cooling(), {"arrow.down.right", "Cooling", none, false}},
