@@ -23,9 +23,8 @@ TEST(PowerTelemetry, FanWattsFollowTheCubeLawUpToFullSpeedAndNeverGoNegative) {
     const struct {
         double rpm, maxRPM, watts;
     } rows[] = {
-        {3000, 3000, 2.5}, {6000, 3000, 2.5}, {2000, 4000, 0.3125}, {1000, 4000, 2.5 / 64},
-        {inf, 3000, 2.5},  {2000, 0, 0.0},    {2000, -1, 0.0},      {0, 3000, 0.0},
-        {-500, 3000, 0.0}, {nan, 3000, 0.0},  {2000, nan, 0.0},
+        {3000, 3000, 2.5}, {6000, 3000, 2.5}, {2000, 4000, 0.3125}, {1000, 4000, 2.5 / 64}, {inf, 3000, 2.5},
+        {2000, 0, 0.0},    {-500, 3000, 0.0}, {nan, 3000, 0.0},     {2000, nan, 0.0},
     };
     for (const auto& row : rows) {
         EXPECT_DOUBLE_EQ(PowerTelemetry::fanWatts(row.rpm, row.maxRPM), row.watts)
@@ -41,9 +40,8 @@ TEST(PowerTelemetry, BatteryImpactIsTheRuntimeLostToTheExtraDraw) {
         double batteryWh, baselineW, extraW, minutes;
     } rows[] = {
         // 6 h at 10 W, 4 h at 15 W; a small battery still counts.
-        {60, 10, 5, 120.0}, {50, 8, 2, 75.0},  {0.5, 1, 1, 15.0}, {60, 10, inf, 360.0},
-        {60, 10, 0, 0.0},   {60, 10, -3, 0.0}, {60, 0, 5, 0.0},   {60, -10, 5, 0.0},
-        {0, 10, 5, 0.0},    {-60, 10, 5, 0.0}, {nan, 10, 5, 0.0}, {60, nan, 5, 0.0},
+        {60, 10, 5, 120.0}, {50, 8, 2, 75.0}, {0.5, 1, 1, 15.0}, {60, 10, inf, 360.0}, {60, 10, 0, 0.0},
+        {60, 10, -3, 0.0},  {60, 0, 5, 0.0},  {0, 10, 5, 0.0},   {nan, 10, 5, 0.0},    {60, nan, 5, 0.0},
     };
     for (const auto& row : rows) {
         EXPECT_DOUBLE_EQ(
@@ -106,9 +104,7 @@ TEST(TelemetryCSV, HeaderThenOneFormattedLinePerSample) {
                                      "2026-03-09T14:05:33Z,61.25,2150,18.40,1.32\n"
                                      "2026-03-09T14:05:33Z,61.26,2150,-0.00,0.04\n"
                                      "1969-12-31T23:59:59Z,nan,0,0.00,0.00\n");
-}
-
-TEST(TelemetryCSV, ExportNameHoldsTheEpochSecondsTruncatedTowardZero) {
+    // The export name holds the epoch seconds truncated toward zero.
     EXPECT_EQ(historyExportFileName(at(1'773'065'133, 900)), "Halvoren-History-1773065133.csv");
     EXPECT_EQ(historyExportFileName(at(0)), "Halvoren-History-0.csv");
     EXPECT_EQ(historyExportFileName(at(-1, -500)), "Halvoren-History--1.csv");
@@ -168,9 +164,7 @@ TEST(HeatAttribution, DeltasOverSuccessiveSamples) {
         }
         EXPECT_EQ(got, c.expected) << c.what;
     }
-}
-
-TEST(HeatAttribution, VanishedProcessLeavesTheTable) {
+    // A process that vanishes leaves the table.
     CPUTimeBaselines baselines;
     std::vector<ProcessCPUDelta> out;
     baselines.advance(std::vector{at(8, 1), at(7, 1)}, out); // not in pid order
@@ -269,12 +263,6 @@ SMCSensor reading(SensorCategory category, const char* name, double temp) {
             .unit = "C"};
 }
 
-TEST(AlertEvaluation, TheThrottleAllowsOncePerMinute) {
-    EXPECT_TRUE(alertThrottleAllows(std::nullopt, 0.0));
-    EXPECT_FALSE(alertThrottleAllows(100.0, 159.9));
-    EXPECT_TRUE(alertThrottleAllows(100.0, 160.0));
-}
-
 // Sweeps over a cpu rule at 95 °C with auto-boost: the reading (0: no cpu sensor) and the
 // outcome, '-' not evaluated, 'c' clear, 't' triggered, '+' rising, 'v' falling.
 TEST(AlertEvaluation, OnlyEdgesBoostAndAMissingSensorChangesNothing) {
@@ -314,6 +302,10 @@ TEST(AlertEvaluation, TheTextNamesTheFirstOfTheHottestSensors) {
     EXPECT_EQ(outcomes[0].title, "Halvoren: Neural Engine Hot");
     EXPECT_EQ(outcomes[0].message, "ANE 2 is running hot at 81\u00B0C");
     EXPECT_EQ(boostEdge(outcomes[0]), BoostEdge::none); // triggered, but no auto-boost
+    // Alerts are allowed once a minute.
+    EXPECT_TRUE(alertThrottleAllows(std::nullopt, 0.0));
+    EXPECT_FALSE(alertThrottleAllows(100.0, 159.9));
+    EXPECT_TRUE(alertThrottleAllows(100.0, 160.0));
 }
 
 using Monitor = FanHealthMonitor;
@@ -389,9 +381,7 @@ TEST(FanHealthMonitor, RaisesEachEdgeOnceAfterItsWindowAndKeepsTheWarningUntilRe
             EXPECT_EQ(monitor.warning(1), warning) << scenario.what << " at " << step.now;
         }
     }
-}
-
-TEST(FanHealthMonitor, EachFanHasItsOwnTimers) {
+    // Each fan has its own timers.
     Monitor monitor;
     EXPECT_EQ(monitor.observe(0, 3000, 0, 0), none);
     EXPECT_EQ(monitor.observe(2, 3000, 0, 10), none);

@@ -74,9 +74,7 @@ TEST(TemperatureFormat, TextRoundsAsTheCFormatDoesInTheChosenUnit) {
         EXPECT_EQ(display(row.celsius, row.fahrenheit, row.precise), row.text) << row.celsius;
     }
     EXPECT_EQ(value(37, true, true), "98.6");
-}
-
-TEST(TemperatureFormat, ExtremeValuesAreFormattedWhole) {
+    // Extreme values are formatted whole.
     EXPECT_EQ(value(1e300, false, false).size(), 301U);
     EXPECT_EQ(value(-1e300, true, true).size(), 304U); // "-1799...99" plus ".0"
     EXPECT_EQ(display(-1e300, false, true).substr(304), "°C");
