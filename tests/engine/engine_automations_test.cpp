@@ -235,6 +235,8 @@ TEST_F(EngineAlertsTest, AutoBoostHoldsTurboUntilTheLastRuleFalls) {
     engine->recordTelemetry(sweep({}, fans));
     engine->setAlertRule(SensorCategory::cpu, false, std::nullopt, std::nullopt);
     EXPECT_EQ(afterSweeps({{80.0, 60.0}}), "turbo -/Turbo");
+    engine->resetAlertRules();
+    EXPECT_EQ(engine->alertRules().value(), defaultAlertRules());
 }
 
 TEST_F(EngineAlertsTest, ARuleNeverEndsTheUsersTurbo) {
@@ -257,14 +259,6 @@ TEST_F(EngineAlertsTest, ARuleNeverEndsTheUsersTurbo) {
     timers.advance(60.0);
     EXPECT_EQ(state(), "turbo -/Turbo");
     EXPECT_EQ(afterSweeps({{80.0, 60.0}}), "turbo -/Turbo");
-}
-
-TEST_F(EngineAlertsTest, SettingOneFieldOfARuleKeepsTheOthers) {
-    engine->setAlertRule(SensorCategory::cpu, std::nullopt, 80.0, std::nullopt);
-    EXPECT_EQ(*findEntry(engine->alertRules().value(), SensorCategory::cpu),
-              (AlertRule{.enabled = false, .thresholdCelsius = 80.0, .autoBoost = false}));
-    engine->resetAlertRules();
-    EXPECT_EQ(engine->alertRules().value(), defaultAlertRules());
 }
 
 class AlertsManagerTest : public ::testing::Test {

@@ -155,7 +155,6 @@ TEST_F(DriverTest, TheHelperGoingAwayFailsWaitingCallsAtOnceWhileItsErrorsKeepTh
 TEST_F(DriverTest, AFailedHandshakeResolvesThroughTheServiceStatus) {
     EXPECT_EQ(finish(driver->currentState())->value, HelperState::connected());
     EXPECT_EQ(services.count("status"), 0); // a working link needs no other proof
-    EXPECT_EQ(logs.count("helper handshake OK (XPC)"), 1);
 
     makeDriver();
     daemon.stopListening();
@@ -318,7 +317,6 @@ TEST_F(DriverTest, WritesAreCheckedBeforeTheyAreSentAndGoOutAsGiven) {
 TEST_F(DriverTest, ReopenUsesTheFactoryOnlyWithoutABridgeAndStartsTheCachesAfresh) {
     EXPECT_EQ(driver->reopenBridgeIfNeeded(), fake.bridge);
     EXPECT_EQ(factoryCalls, 1);
-    EXPECT_EQ(logs.count("SMC read connection opened at launch (direct, in-process, unprivileged)"), 1);
 
     std::shared_ptr<SMCKernelBridge> next;
     makeDriver([&next] { return next; });
@@ -441,7 +439,7 @@ TEST_F(SupervisorTest, ConnectionLossEventsOneSecondApartMakeOneRefresh) {
     EXPECT_EQ(supervisor->helperStateGeneration(), 2);
 }
 
-TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
+TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndAVersionErrorNotAtAll) {
     daemon.version = "1.1.0";
     supervisor->refreshHelperState();
     ASSERT_TRUE(pumpUntil([&] { return services.count("register") == 1; }));
@@ -449,7 +447,6 @@ TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
     pumpFor(20);
     EXPECT_TRUE(supervisor->helperBounceAttempted());
     EXPECT_EQ(services.count("unregister"), 1);
-    EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
 
     // The relaunched helper still differs: no second question, no second bounce.
     supervisor->refreshHelperState();
@@ -457,19 +454,19 @@ TEST_F(SupervisorTest, AnotherVersionIsBouncedOnceAndThenLeftInUse) {
     pumpFor(20);
     EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
     EXPECT_EQ(services.count("unregister"), 1);
-}
 
-TEST_F(SupervisorTest, AVersionErrorCausesNoBounceAndNoSecondQuestion) {
+    // A fresh supervisor whose question is refused: no bounce, and it is not asked again.
+    supervisor = std::make_unique<HelperSupervisor>(*driver, timers);
     daemon.setBehaviour(HelperMethod::helperVersion, Behaviour::refusing("busy"));
     supervisor->refreshHelperState();
-    ASSERT_TRUE(pumpUntil([&] { return connected() && daemon.count(HelperMethod::helperVersion) == 1; }));
+    ASSERT_TRUE(pumpUntil([&] { return connected() && daemon.count(HelperMethod::helperVersion) == 2; }));
     pumpFor(20);
     EXPECT_TRUE(supervisor->helperVersionChecked());
     EXPECT_FALSE(supervisor->helperBounceAttempted());
     supervisor->refreshHelperState();
     pumpFor(50);
-    EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 1);
-    EXPECT_EQ(services.count("unregister"), 0);
+    EXPECT_EQ(daemon.count(HelperMethod::helperVersion), 2);
+    EXPECT_EQ(services.count("unregister"), 1);
 }
 
 QCoro::Task<int> awaitGuard(std::shared_ptr<ContinuationGuard<int>> guard) {
