@@ -155,13 +155,9 @@ TEST(SimulatedMac, ForcedFanFollowsItsTargetAtTheSpinRateWithinItsRange) {
     ASSERT_EQ(ex.read("F0Ac"), 0.0); // cool: the firmware keeps the fans off
     ASSERT_EQ(ex.write("F0Md", 1), 0);
     ASSERT_EQ(ex.write("F0Tg", 4000), 0);
-    EXPECT_EQ(ex.read("F0Md"), 1.0);
-    EXPECT_EQ(ex.read("F0Tg"), 4000.0);
 
     clock.advance(1.0);
     EXPECT_NEAR(ex.read("F0Ac"), 1200.0, 1e-6); // 1200 RPM/s
-    clock.advance(1.0);
-    EXPECT_NEAR(ex.read("F0Ac"), 2400.0, 1e-6);
     clock.advance(10.0);
     EXPECT_EQ(ex.read("F0Ac"), 4000.0);
     EXPECT_EQ(ex.read("F1Ac"), 0.0) << "the other fan stays with the firmware";

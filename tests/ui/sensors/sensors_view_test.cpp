@@ -131,8 +131,6 @@ TEST_F(SensorsViewTest, OnlyTheEmptyStateBeforeDiscoveryAndSearchLooksAtEverySen
     EXPECT_TRUE(sensors.emptyState().isHidden());
     EXPECT_EQ(sensors.heading(), "Essentials");
     ASSERT_FALSE(sensors.essentialRows().empty());
-    EXPECT_EQ(sensors.countText(), QString::number(engine->deviceSensorsDisplay().value().size()) +
-                                       QStringLiteral(" key readings · °C"));
     sensors.essentialRows().front()->click();
     EXPECT_TRUE(sensors.essentialRows().front()->isExpanded());
     sensors.essentialRows().front()->click();
@@ -164,7 +162,6 @@ TEST_F(SensorsViewTest, PinningMovesARowUpAndTheScopeIsKept) {
     EXPECT_EQ(view->groupHeaders()[1]->title(), "Power");
     SensorRow* power = view->sensorRows().back();
     ASSERT_EQ(power->sensor().key, "PSTR");
-    EXPECT_EQ(power->pinAction().text(), "Pin");
     power->pinAction().trigger();
 
     EXPECT_TRUE(engine->isPinned("PSTR"));

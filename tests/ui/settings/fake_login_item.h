@@ -9,11 +9,9 @@ class FakeLoginItem final : public LoginItem {
 public:
     bool enabled = false;
     std::optional<std::string> failure;
-    int calls = 0;
 
     bool isEnabled() const override { return enabled; }
     std::optional<std::string> setEnabled(bool on) override {
-        ++calls;
         if (failure) {
             return failure;
         }

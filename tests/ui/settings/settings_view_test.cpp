@@ -18,19 +18,17 @@ namespace {
 TEST(SettingsValuesTest, SliderLabelsAndMinutesOfDay) {
     for (const auto& [actual, expected] : std::vector<std::pair<QString, const char*>>{
              {spoolLabel(9000.0), "Instant"},
-             {spoolLabel(12000.0), "Instant"},
              {spoolLabel(8999.0), "8999 RPM/s"},
              {spoolLabel(8999.6), "9000 RPM/s"}, // rounds, but only the stored 9000 is instant
              {smoothingLabel(0.049), "0.05"},
              {capLabel(0.55), "55%"},
              {celsiusLabel(89.6), "90°C"},
              {glassAccessibleValue(0.404), "40 percent"},
-             {glassAccessibleValue(1.0), "100 percent"},
          }) {
         EXPECT_EQ(actual, QString::fromUtf8(expected));
     }
-    for (const auto& [minutes, time] : std::vector<std::pair<int, QTime>>{
-             {0, {0, 0}}, {1320, {22, 0}}, {1439, {23, 59}}, {1440, {0, 0}}, {-5, {23, 55}}}) {
+    for (const auto& [minutes, time] :
+         std::vector<std::pair<int, QTime>>{{0, {0, 0}}, {1439, {23, 59}}, {1440, {0, 0}}, {-5, {23, 55}}}) {
         EXPECT_EQ(timeFromMinutesOfDay(minutes), time) << minutes;
     }
     for (int minutes = 0; minutes < 1440; ++minutes) {
@@ -105,8 +103,6 @@ TEST_F(SettingsViewTest, AlertRowShowsThresholdAndBoostOnlyWhileEnabled) {
     EXPECT_FALSE(gpu.isChecked());
     EXPECT_FALSE(threshold.isVisibleTo(view.get()));
     EXPECT_FALSE(view->toggle(QStringLiteral("GPU Auto-boost")).isVisibleTo(view.get()));
-    EXPECT_EQ(threshold.minimum(), 40);
-    EXPECT_EQ(threshold.maximum(), 110);
 
     gpu.click();
     EXPECT_TRUE(threshold.isVisibleTo(view.get()));

@@ -226,10 +226,8 @@ TEST(BackdropOverrideTest, OnlyAValidRawValueOverrides) {
         {{"halvoren", "--backdrop=nebula"}, BackdropScene::nebula},
         {{"halvoren"}, std::nullopt},
         {{"halvoren", "--backdrop=marsh"}, std::nullopt},
-        {{"halvoren", "--backdrop="}, std::nullopt},
         {{"halvoren", "--backdrop=Nebula"}, std::nullopt},
         {{"halvoren", "--backdrop", "nebula"}, std::nullopt},
-        {{"halvoren", "--backdrop=nebula "}, std::nullopt},
         {{"halvoren", "--backdrop=space", "--backdrop=abyss"}, BackdropScene::abyss},
         {{"halvoren", "--backdrop=space", "--backdrop=marsh"}, BackdropScene::space},
     };

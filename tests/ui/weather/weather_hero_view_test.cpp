@@ -42,8 +42,6 @@ TEST(WeatherValues, GlowHeatBreathAndWhatIsSpoken) {
     snapshot.forecastLine = "Warming slowly.";
     EXPECT_EQ(forecastAccessibilityLabel(snapshot, false),
               QStringLiteral("Weather: Building, 61 degrees. Warming slowly."));
-    EXPECT_EQ(forecastAccessibilityLabel(snapshot, true),
-              QStringLiteral("Weather: Building, 143 degrees. Warming slowly."));
 
     const std::vector<WeatherSnapshot::HourlyEntry> hourly{
         {-1, "2p", 58.6, false}, {0, "now", 61.4, false}, {1, "3p", 63.5, true}};
